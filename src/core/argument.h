@@ -1,0 +1,64 @@
+// What a caller passed, before any check: operations take Arguments, so that a wrong type becomes this library's own
+// error. "Is an int" is Python's rule: True is one; 1.0 and numpy's scalars are not.
+#pragma once
+
+#include "core/bytes.h"
+#include "core/errors.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qvx {
+
+class Argument {
+ public:
+  enum class Kind : std::uint8_t { None, Int, Float, Text, List, Other };
+
+  Argument() = default;  // None
+  Argument(std::int64_t value) : kind_(Kind::Int), int_(value), type_("int") {}
+  Argument(int value) : Argument(static_cast<std::int64_t>(value)) {}
+  Argument(double value) : kind_(Kind::Float), float_(value), type_("float") {}
+  Argument(std::string value) : kind_(Kind::Text), text_(std::move(value)), type_("str") {}
+  Argument(const char* value) : Argument(std::string(value)) {}
+  Argument(std::vector<Argument> items, const char* type = "list")
+      : kind_(Kind::List), items_(std::move(items)), type_(type) {}
+  static Argument other(std::string type_name);
+  // An int beyond 64 bits: kept as the nearest 64-bit value, which no range accepts.
+  static Argument hugeInt(bool negative);
+
+  Kind kind() const { return kind_; }
+  bool isInt() const { return kind_ == Kind::Int; }
+  std::int64_t asInt() const { return int_; }
+  double asFloat() const { return float_; }
+  const std::string& asText() const { return text_; }
+  const std::vector<Argument>& items() const { return items_; }
+  const std::string& typeName() const { return type_; }
+  // The value as an error message shows it.
+  std::string show() const;
+
+ private:
+  Kind kind_ = Kind::None;
+  std::int64_t int_ = 0;
+  double float_ = 0;
+  std::string text_;
+  std::vector<Argument> items_;
+  std::string type_ = "NoneType";
+};
+
+// Checks shared by all modules. `what` names the argument in the message. Each raises InputTypeNotCorrectError on a
+// wrong type.
+std::int64_t checkedInt(const Argument& value, std::string_view what);
+// An int or a float; NaN raises InputDataNotInRangeError.
+double checkedNumber(const Argument& value, std::string_view what);
+const std::string& checkedText(const Argument& value, std::string_view what);
+// An int in low..high, else the class `out_of_range` with its default message.
+int checkedRange(const Argument& value, std::string_view what, std::int64_t low, std::int64_t high,
+                 ErrorId out_of_range = ErrorId::InputDataNotInRangeError);
+// A list of ints 0..255; an item outside raises InputDataNotInRangeError.
+Bytes checkedByteList(const Argument& value, std::string_view what);
+// Seconds to wait. Not a number raises InputTypeNotCorrectError, NaN InputDataNotInRangeError.
+double checkedTimeout(const Argument& value);
+
+}  // namespace qvx

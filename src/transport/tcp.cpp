@@ -1,0 +1,122 @@
+#include "transport/tcp.h"
+
+#include "core/errors.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <sstream>
+#include <system_error>
+
+namespace qvx {
+namespace {
+
+constexpr double kReadTimeoutS = 1;
+
+// A device that is switched off or cut off says nothing, so the kernel has to ask: after 10 s of silence three times,
+// 5 s apart. While a sent frame is unacknowledged it does not ask but sends again, hence the same limit there, in ms.
+struct SocketOption {
+  int level;
+  int name;
+  int value;
+};
+constexpr std::array<SocketOption, 6> kOptions{{
+    {IPPROTO_TCP, TCP_NODELAY, 1},
+    {SOL_SOCKET, SO_KEEPALIVE, 1},
+    {IPPROTO_TCP, TCP_KEEPIDLE, 10},
+    {IPPROTO_TCP, TCP_KEEPINTVL, 5},
+    {IPPROTO_TCP, TCP_KEEPCNT, 3},
+    {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000},
+}};
+
+[[noreturn]] void failToConnect(const std::string& target, const std::string& reason) {
+  fail(ErrorId::NetworkConnectionError,
+       std::string(errorKind(ErrorId::NetworkConnectionError).message) + " " + target + ": " + reason);
+}
+
+std::string describe(int error) {
+  return std::generic_category().message(error);
+}
+
+sockaddr_in addressOf(const std::string& ip, int port) {
+  if (port < 1 || port > 65535) {
+    fail(ErrorId::InputDataNotInRangeError, "TCP port " + std::to_string(port) + " is not in 1..65535");
+  }
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  if (ip.find('\0') != std::string::npos || ::inet_pton(AF_INET, ip.c_str(), &address.sin_addr) != 1) {
+    failToConnect("\"" + ip + "\"", "not an IPv4 address in dotted form");
+  }
+  return address;
+}
+
+// Waits for the answer to the request for a connection that `fd` is making; returns why there is none, "" when there
+// is.
+std::string reasonOfFailure(int fd, const sockaddr_in& address, double timeout_s) {
+  const Deadline deadline = deadlineIn(timeout_s);
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (errno != EINPROGRESS && errno != EINTR) {
+      return describe(errno);
+    }
+    std::array<pollfd, 1> answered{pollfd{fd, POLLOUT, 0}};
+    if (!waitReady(answered, deadline)) {
+      std::ostringstream text;
+      text << "no answer within " << timeout_s << " s";
+      return text.str();
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
+      return describe(error != 0 ? error : errno);
+    }
+  }
+  for (const auto& [level, name, value] : kOptions) {
+    if (::setsockopt(fd, level, name, &value, sizeof value) != 0) {
+      return describe(errno);
+    }
+  }
+  return {};
+}
+
+}  // namespace
+
+bool TCPClient::connect(const std::string& ip, int port, double timeout_s) {
+  const sockaddr_in address = addressOf(ip, port);
+  const std::string target = ip + ":" + std::to_string(port);
+  if (std::isnan(timeout_s)) {
+    fail(ErrorId::InputDataNotInRangeError, "the time to connect in is not a number");
+  }
+  std::shared_ptr<Link> link;
+  try {
+    Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket.isOpen()) {
+      failToConnect(target, describe(errno));
+    }
+    link = prepare(std::move(socket));
+  } catch (const std::system_error& error) {
+    failToConnect(target, error.what());
+  }
+  std::string reason;
+  try {
+    reason = reasonOfFailure(link->fd(), address, timeout_s);
+    if (reason.empty()) {
+      setTimeout(kReadTimeoutS);
+      if (open(link)) {
+        return true;
+      }
+    }
+  } catch (...) {
+    abandon(link);
+    throw;
+  }
+  abandon(link);
+  failToConnect(target, link->isEnded() ? "ended by disconnect" : reason);
+}
+
+}  // namespace qvx

@@ -1,0 +1,24 @@
+// TCP: the command channel of Ethernet and Wi-Fi devices, and the data channel of the latter.
+#pragma once
+
+#include "core/constants.h"
+#include "transport/network.h"
+
+#include <string>
+
+namespace qvx {
+
+class TCPClient : public NetworkClient {
+ public:
+  using NetworkClient::NetworkClient;
+
+  // Connects to `ip`, an IPv4 address in dotted form, on `port` (1..65535), and waits up to `timeout_s` seconds for the
+  // answer, CONNECTION_TIMEOUT where it is not given; returns true. The stream is empty then, and reads wait up to 1 s.
+  // Raises InputDataNotInRangeError when the port is not in range or the timeout is NaN, NetworkConnectionError when
+  // the address has another form, when a connection is open already, and when none comes about; disconnect from another
+  // thread ends the wait so. Blocks. A connection known to be lost need not be disconnected before.
+  bool connect(const std::string& ip, int port, double timeout_s);
+  bool connect(const std::string& ip, int port) override { return connect(ip, port, CONNECTION_TIMEOUT); }
+};
+
+}  // namespace qvx

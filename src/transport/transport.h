@@ -1,0 +1,47 @@
+// What the protocol needs of whatever moves its bytes: a native client or one that an application brings.
+#pragma once
+
+#include "core/bytes.h"
+#include "core/errors.h"
+#include "core/frame.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qvx {
+
+// One device over one medium. Owned by a device handle. At most one thread reads at a time; any thread may send, wake
+// or disconnect while it does.
+class Transport {
+ public:
+  Transport() = default;
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
+  virtual ~Transport() = default;
+
+  // Writes one whole frame; frames of several threads never mix. Raises the connection class of the medium.
+  virtual void sendPacket(ByteView frame) = 0;
+  // Reads at most `size` bytes, waiting up to the medium's read timeout, and returns the frames that are now whole.
+  virtual std::vector<Frame> recvAndSplitPacket(std::size_t size) = 0;
+  // Opens the medium: an address and a port number, or what identifies a device on another medium. Blocks. Raises the
+  // connection class of the medium.
+  virtual bool connect(const std::string& /*address*/, int /*number*/) {
+    fail(ErrorId::APINotSupportError, "This transport has nothing to connect.");
+  }
+  // How long a read waits, in seconds; nothing: without limit, until it is woken.
+  virtual void setTimeout(std::optional<double> /*timeout_s*/) {}
+  // Writes one whole frame to every device on the attached networks.
+  virtual void sendBcstPacket(ByteView /*frame*/) {
+    fail(ErrorId::APINotSupportError, "This transport does not broadcast.");
+  }
+  // Closes the medium. Safe to repeat, and during a read or a send of another thread, which it ends.
+  virtual void disconnect() = 0;
+  // Ends the read in progress, or else the next one that would wait, early with nothing. Any thread, never blocks.
+  virtual void wake() {}
+  // Whether the operations above run Python code, and so need the interpreter's lock and a full-sized stack.
+  virtual bool callsPython() const { return false; }
+};
+
+}  // namespace qvx
