@@ -1,0 +1,21 @@
+// The table of products: what each gives its modules. Composition stands in models.h.
+#pragma once
+
+#include "core/product.h"
+#include "modules/analog/ai.h"
+#include "modules/system/system.h"
+
+namespace qvx {
+
+// Every module is constructed from its link and from the part of this that concerns it.
+struct ProductConfiguration {
+  AIConfiguration ai;
+
+  operator const AIConfiguration&() const { return ai; }
+  operator SystemConfiguration() const { return {}; }
+};
+
+// The configuration of a product that has modules.
+const ProductConfiguration& productConfiguration(ProductId product);
+
+}  // namespace qvx

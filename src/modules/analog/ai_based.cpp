@@ -1,0 +1,289 @@
+#include "modules/analog/ai.h"
+
+#include "core/constants.h"
+#include "modules/system/system.h"
+
+#include <algorithm>
+
+namespace qvx {
+namespace {
+
+struct RateLimit {
+  ProductId product;
+  std::array<int, 8> hz;  // by number of channels (or chip selects) in use, from one
+};
+
+constexpr std::array kRateLimits{
+    RateLimit{ProductId::LUMA, {12000, 6000, 4000, 4000, 4000, 4000, 4000, 4000}},
+    RateLimit{ProductId::FeroxA, {20000, 20000, 20000, 20000, 20000, 20000, 20000, 20000}},
+    RateLimit{ProductId::SkylogF4A, {20000, 20000, 20000, 20000, 20000, 20000, 20000, 20000}},
+    RateLimit{ProductId::FeroxA2, {10000, 10000, 10000, 10000, 10000, 10000, 10000, 10000}},
+    RateLimit{ProductId::SkylogE3A, {10000, 10000, 10000, 10000, 10000, 10000, 10000, 10000}},
+    RateLimit{ProductId::SkylogE3AH, {10000, 10000, 10000, 10000, 10000, 10000, 10000, 10000}},
+    RateLimit{ProductId::SkylogE3AOD, {10000, 10000, 10000, 10000, 10000, 10000, 10000, 10000}},
+    RateLimit{ProductId::CordlogF1AD, {16000, 8000, 6300, 4000, 3200, 2600, 2200, 2000}},
+    RateLimit{ProductId::CordlogF1AOD, {16000, 8000, 6300, 4000, 3200, 2600, 2200, 2000}},
+};
+
+}  // namespace
+
+AIUnion::AIUnion(Link link, AIConfiguration configuration)
+    : ai_dict(std::move(configuration.ports)),
+      ai_ratio(configuration.ratio),
+      ai_max_rate(configuration.max_rate),
+      ai_num_channels(configuration.num_channels),
+      link_(link) {}
+
+int AIUnion::_checkAIPort(const Argument& port) const {
+  const auto number = checkedInt(port, "port");
+  if (number < 0 || number > 255 || !ai_dict.contains(static_cast<int>(number))) {
+    fail(ErrorId::AIPortNotAvaliableError);
+  }
+  return static_cast<int>(number);
+}
+
+int AIUnion::_convertAITriggerModeToMask(const Argument& mode) {
+  constexpr std::array kMasks{1, 2, 4, 3, 5, 6};
+  constexpr int kAll = 7;
+  const auto number = checkedInt(mode, "mode");
+  return number >= 0 && number < static_cast<std::int64_t>(kMasks.size()) ? kMasks.at(static_cast<std::size_t>(number))
+                                                                         : kAll;
+}
+
+Reply AIUnion::request(int cmd, const Bytes& payload, const Argument& timeout) const {
+  return link_.request(cmd, payload, checkedTimeout(timeout));
+}
+
+int AIUnion::setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const {
+  return request(cmd, payload(u8(port), fields), timeout).status(1);
+}
+
+AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd)
+    : AIUnion(link, std::move(configuration)), ai_echo_cmd(echo_cmd), ai_strm_cmd(strm_cmd) {
+  for (std::size_t i = 0; i < ai_dict.size(); ++i) {
+    signal_.push_back(std::make_shared<SampleQueue>(QUEUE_SIZE_MAX));
+  }
+  link_.onClose([this] { _AI_free(); });
+}
+
+AIBased::~AIBased() { _AI_free(); }
+
+void AIBased::startDecoder() {
+  std::vector<std::shared_ptr<RawQueue>> raw;
+  for (const auto& [port, pins] : ai_dict) {
+    raw.push_back(link_.rawQueue(ai_strm_cmd, port));
+  }
+  decoder_ = std::make_unique<StreamDecoder>("qvx-ai", std::move(raw), [this](std::size_t index, const Bytes& block) {
+    const auto channels = static_cast<std::size_t>(ai_num_channels.load());
+    volts_.clear();
+    decode(block, channels, volts_);
+    if (signal_[index]->put(volts_, channels) != 0) {
+      overflow_.dropped();
+    }
+  });
+}
+
+void AIBased::_AI_free() {
+  ai_killed = true;
+  if (decoder_) {
+    decoder_->free();
+  }
+  for (const auto& queue : signal_) {
+    queue->close();
+  }
+}
+
+int AIBased::portOfSlot(const Argument& slot) const {
+  if (link_.product() == ProductId::LUMA) {
+    return _checkAIPort(Argument(checkedInt(slot, "slot") - 1));
+  }
+  return _checkAIPort(slot);
+}
+
+int AIBased::indexOfPort(int port) const { return static_cast<int>(std::distance(ai_dict.begin(), ai_dict.find(port))); }
+
+int AIBased::_AI_changePortToIndex(const Argument& port) const { return indexOfPort(_checkAIPort(port)); }
+
+std::vector<int> AIBased::chipSelects(int port) const {
+  const std::lock_guard lock(chips_mutex_);
+  const auto found = chip_select_.find(port);
+  return found == chip_select_.end() ? std::vector<int>{} : found->second;
+}
+
+void AIBased::setChipSelects(int port, std::vector<int> chips) {
+  const std::lock_guard lock(chips_mutex_);
+  chip_select_[port] = std::move(chips);
+}
+
+int AIBased::AI_open(const Argument& port, const Argument& timeout) {
+  switch (link_.product()) {
+    case ProductId::FeroxI:
+    case ProductId::FeroxIA:
+      return 0;
+    case ProductId::FeroxA:
+    case ProductId::FeroxA2:
+    case ProductId::LUMA:
+      portOfSlot(port);
+      decoder_->open();
+      return 0;
+    default:
+      break;
+  }
+  const int number = _checkAIPort(port);
+  const Reply reply = request(OPEN_AI, payload(u8(number)), timeout);
+  decoder_->open();
+  return reply.status(1);
+}
+
+int AIBased::AI_close(const Argument& port, const Argument& timeout) {
+  switch (link_.product()) {
+    case ProductId::FeroxI:
+    case ProductId::FeroxIA:
+      return 0;
+    case ProductId::FeroxA:
+    case ProductId::FeroxA2:
+    case ProductId::LUMA:
+      portOfSlot(port);
+      decoder_->close();
+      return 0;
+    default:
+      break;
+  }
+  const int number = _checkAIPort(port);
+  const Reply reply = request(CLOSE_AI, payload(u8(number)), timeout);
+  decoder_->close();
+  return reply.status(1);
+}
+
+int AIBased::AI_openStreaming(const Argument& port, const Argument& timeout) {
+  const int number = _checkAIPort(port);
+  const Reply reply = request(OPEN_AI_STREAMING, payload(u8(number)), timeout);
+  const int status = reply.status(1);
+  switch (link_.product()) {
+    case ProductId::SkylogE3A:
+    case ProductId::SkylogE3AH:
+    case ProductId::SkylogF4A:
+    case ProductId::SkylogE3AOD:
+      // port, status, configured mode u32, configured rate f32
+      ai_mode = static_cast<int>(reply.get<std::uint32_t>(2));
+      reply.get<float>(6);
+      break;
+    default:
+      break;
+  }
+  return status;
+}
+
+int AIBased::AI_startStreaming(const Argument& port) {
+  link_.send(ai_strm_cmd, payload(u8(portOfSlot(port))));
+  return 0;
+}
+
+int AIBased::AI_closeStreaming(const Argument& port, const Argument& timeout) {
+  return setting(CLOSE_AI_STREAMING, portOfSlot(port), {}, timeout);
+}
+
+int AIBased::AI_setMode(const Argument& port, const Argument& mode, const Argument& timeout) {
+  const int number = portOfSlot(port);
+  const int chosen = _checkAIMode(mode);
+  const int status = setting(SET_AI_MODE, number, payload(u8(chosen)), timeout);
+  ai_mode = chosen;
+  return status;
+}
+
+int AIBased::AI_setNumSamples(const Argument& port, const Argument& num_samples, const Argument& timeout) {
+  const int number = portOfSlot(port);
+  const auto count = checkedInt(num_samples, "num_samples");
+  if (count < 0 || count > 0xFFFFFFFF) {
+    fail(ErrorId::InputDataNotInRangeError, "num_samples takes 0 to 4294967295, not " + num_samples.show());
+  }
+  return setting(SET_AI_NUM_SAMPLES, number, payload(u32(count)), timeout);
+}
+
+int AIBased::AI_setSamplingRate(const Argument& port, const Argument& sampling_rate, const Argument& timeout) {
+  const int number = portOfSlot(port);
+  const int rate = _ckeckAISamplingRate(number, sampling_rate);
+  return setting(SET_AI_SAMPLING_RATE, number, payload(f32(rate)), timeout);
+}
+
+int AIBased::_checkAIMode(const Argument& mode) {
+  return checkedRange(mode, "mode", 0, 2, ErrorId::AIModeNotAvaliableError);
+}
+
+int AIBased::_checkAIChannel(const Argument& channel) {
+  return checkedRange(channel, "channel", 1, 8, ErrorId::AIChannelNotAvaliableError);
+}
+
+int AIBased::_checkAITriggerMode(const Argument& mode) {
+  return checkedRange(mode, "mode", 0, 6, ErrorId::AITriggerModeNotAvaliableError);
+}
+
+std::vector<int> AIBased::_checkAIChipSelect(const Argument& chip_select) {
+  if (chip_select.kind() != Argument::Kind::List) {
+    fail(ErrorId::InputTypeNotCorrectError, "chip_select takes a list of ints, not " + chip_select.typeName());
+  }
+  std::vector<int> chips;
+  for (const Argument& chip : chip_select.items()) {
+    chips.push_back(checkedRange(chip, "chip_select", 0, 2, ErrorId::AICSNotAvaliableError));
+  }
+  if (chips.empty()) {
+    fail(ErrorId::AICSNotAvaliableError, "chip_select names at least one chip.");
+  }
+  return chips;
+}
+
+int AIBased::_ckeckAISamplingRate(const Argument& port, const Argument& sampling_rate) const {
+  const int number = _checkAIPort(port);
+  const auto rate = checkedInt(sampling_rate, "sampling_rate");
+  const auto limit = std::find_if(kRateLimits.begin(), kRateLimits.end(),
+                                  [this](const RateLimit& row) { return row.product == link_.product(); });
+  if (limit != kRateLimits.end()) {
+    auto in_use = static_cast<std::size_t>(ai_num_channels.load());
+    if (link_.product() == ProductId::LUMA) {
+      auto chips = chipSelects(number);
+      std::sort(chips.begin(), chips.end());
+      in_use = static_cast<std::size_t>(std::unique(chips.begin(), chips.end()) - chips.begin());
+    }
+    if (rate > limit->hz.at(std::clamp<std::size_t>(in_use, 1, limit->hz.size()) - 1)) {
+      fail(ErrorId::AIRateNotVaildError);
+    }
+  }
+  constexpr std::int64_t kWireLimit = 1 << 24;  // beyond it binary32 no longer holds every integer
+  if (rate <= 0 || rate > kWireLimit) {
+    fail(ErrorId::AIRateNotVaildError);
+  }
+  return static_cast<int>(rate);
+}
+
+void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
+  const int number = _checkAIPort(port);
+  const auto [count, modes] = readPinModes(link_, number, checkedTimeout(timeout));
+  const auto used = std::min(static_cast<std::size_t>(count), modes.size());
+  if (!std::all_of(modes.begin(), modes.begin() + static_cast<std::ptrdiff_t>(used),
+                   [](const std::string& mode) { return mode == "ADC"; })) {
+    fail(ErrorId::AIPortNotAvaliableError);
+  }
+}
+
+std::size_t AIBased::rowsWanted(const Argument& num_samples) const {
+  const auto count = checkedInt(num_samples, "num_samples");
+  if (count < -1) {
+    fail(ErrorId::InputDataNotInRangeError, "num_samples takes -1 (all that are there) or more, not " + num_samples.show());
+  }
+  return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
+}
+
+Samples AIBased::take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform) {
+  const auto& queue = signal_.at(static_cast<std::size_t>(indexOfPort(portOfSlot(port))));
+  const std::size_t wanted = rowsWanted(num_samples);
+  const double seconds = checkedNumber(delay, "delay");
+  if (seconds < 0) {
+    fail(ErrorId::InputDataNotInRangeError, "delay takes seconds from 0, not " + delay.show());
+  }
+  if (wanted != SIZE_MAX && seconds > 0) {
+    queue->waitForSize(wanted, deadlineAfter(seconds));
+  }
+  return queue->take(wanted, uniform);
+}
+
+}  // namespace qvx

@@ -1,0 +1,178 @@
+#include "protocol/engine.h"
+
+#include "core/constants.h"
+
+#include <algorithm>
+#include <string>
+
+namespace qvx {
+namespace {
+
+// Seconds between the first sends of a command whose reply does not come, in the blocking form.
+constexpr double kBlockingAttempt = 0.01;
+
+// A transport written in Python must not run on a fiber's stack.
+template <class Call>
+void withTransport(const Transport& transport, Call call) {
+  if (transport.callsPython()) {
+    Fiber::outside(call);
+  } else {
+    call();
+  }
+}
+
+bool contains(std::span<const int> list, int cmd) { return std::find(list.begin(), list.end(), cmd) != list.end(); }
+
+}  // namespace
+
+std::shared_ptr<Transport> Packet_based::clientCmd() const {
+  const std::lock_guard lock(clients_mutex_);
+  return client_cmd_;
+}
+
+void Packet_based::setClientCmd(std::shared_ptr<Transport> client) {
+  const std::lock_guard lock(clients_mutex_);
+  client_cmd_.swap(client);
+}
+
+std::shared_ptr<Transport> Packet_based::clientUdp() const {
+  const std::lock_guard lock(clients_mutex_);
+  return client_udp_;
+}
+
+void Packet_based::setClientUdp(std::shared_ptr<Transport> client) {
+  const std::lock_guard lock(clients_mutex_);
+  client_udp_.swap(client);
+}
+
+void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
+  const Bytes frame = buildFrame(cmd, data_out);
+  const auto client = clientCmd();
+  if (!client || data_pool_echo.closed()) {
+    fail(lostError(), "Not connected: this device is closed or has no transport.");
+  }
+  withTransport(*client, [&] { client->sendPacket(frame); });
+}
+
+int Packet_based::replyKey(int cmd, ByteView data) {
+  if (cmd != MOTION) {
+    return cmd;
+  }
+  if (data.size() < 3) {
+    fail(ErrorId::InputDataNotInRangeError, "a MOTION packet carries at least 3 bytes, not " + std::to_string(data.size()));
+  }
+  return readBig<std::int32_t>(payload(u8(data[2]), u8(data[0]), u8(data[1]), u8(MOTION)));
+}
+
+std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
+  if (timeout < 0) {
+    return std::nullopt;
+  }
+  if (timeout == 0) {
+    // Neither limit of the wait is ever reached: elapsed time stays at 0.
+    data_pool_echo.waitInVain(std::nullopt);
+    return std::nullopt;
+  }
+  return data_pool_echo.waitFor(key, deadlineAfter(timeout));
+}
+
+std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
+  const int key = replyKey(cmd, data_out);
+  sendPacketWithoutReply(cmd, data_out);
+  return getReplyFromPool(key, timeout);
+}
+
+std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_out, double timeout) {
+  const double attempt = Fiber::current() != nullptr ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
+  double elapsed = 0;
+  for (int attempts = 0; attempts < NUM_RETRIES && elapsed < timeout; ++attempts) {
+    // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
+    const double wait = Fiber::current() != nullptr ? std::min(attempt, timeout - elapsed) : attempt;
+    if (auto reply = echoPacket(cmd, data_out, wait)) {
+      return reply;
+    }
+    elapsed += wait;
+  }
+  if (elapsed >= timeout) {
+    return std::nullopt;
+  }
+  return getReplyFromPool(replyKey(cmd, data_out), timeout - elapsed);
+}
+
+std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int64_t num_samples) {
+  if (num_samples > -1) {
+    queue.waitForSize(static_cast<std::size_t>(num_samples), std::nullopt);
+  }
+  std::size_t count = queue.size();
+  if (num_samples > -1) {
+    count = std::min(count, static_cast<std::size_t>(num_samples));
+  }
+  std::vector<Bytes> items;
+  while (items.size() < count) {
+    auto item = queue.take();
+    if (!item) {
+      break;
+    }
+    items.push_back(std::move(*item));
+  }
+  return items;
+}
+
+std::shared_ptr<AnswerSet> Packet_based::broadcastPacket(int cmd, ByteView data_out) {
+  const auto answers = data_pool_bcst.at(cmd);
+  answers->clear();
+  const Bytes frame = buildFrame(cmd, data_out);
+  const auto client = clientUdp();
+  if (!client) {
+    fail(ErrorId::APINotSupportError, "This handle has no broadcast transport.");
+  }
+  withTransport(*client, [&] {
+    for (int i = 0; i < NUM_BCST_RETRIES; ++i) {
+      client->sendBcstPacket(frame);
+    }
+  });
+  data_pool_echo.waitInVain(deadlineAfter(PACKET_TIMEOUT));
+  return answers;
+}
+
+PacketKind Packet_based::checkCommandType(int cmd, ByteView data) {
+  if (contains(STREAMING_CMD_LIST, cmd)) {
+    return PacketKind::Streaming;
+  }
+  if (!contains(BROADCAST_CMD_LIST, cmd)) {
+    return PacketKind::Echo;
+  }
+  return !data.empty() && data[0] == 1 ? PacketKind::Broadcast : PacketKind::Ignore;
+}
+
+void Packet_based::putToDataPool(int cmd, Bytes data) {
+  switch (checkCommandType(cmd, data)) {
+    case PacketKind::Streaming:
+      // payload: port u8, item
+      if (!data.empty()) {
+        const int port = data.front();
+        data_pool_strm.at({cmd, port})->put(Bytes(data.begin() + 1, data.end()));
+      }
+      break;
+    case PacketKind::Echo:
+      if (cmd != MOTION || data.size() >= 3) {
+        const int key = replyKey(cmd, data);
+        data_pool_echo.put(key, std::move(data));
+      }
+      break;
+    case PacketKind::Broadcast:
+      data_pool_bcst.at(cmd)->add(Bytes(data.begin() + 1, data.end()));
+      break;
+    case PacketKind::Ignore:
+      break;
+  }
+}
+
+void Packet_based::closePools() {
+  data_pool_echo.close();
+  for (const auto& [key, queue] : data_pool_strm.entries()) {
+    queue->close();
+  }
+}
+
+}  // namespace qvx

@@ -1,0 +1,137 @@
+#include "protocol/pools.h"
+
+namespace qvx {
+
+void ReplyPool::put(int key, Bytes reply) {
+  std::unique_lock lock(mutex_);
+  replies_.insert_or_assign(key, std::move(reply));
+  changed_.notify(lock);
+}
+
+std::optional<Bytes> ReplyPool::take(int key) {
+  const std::lock_guard lock(mutex_);
+  auto entry = replies_.extract(key);
+  return entry ? std::optional(std::move(entry.mapped())) : std::nullopt;
+}
+
+std::optional<Bytes> ReplyPool::peek(int key) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = replies_.find(key);
+  return found == replies_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<Bytes> ReplyPool::waitFor(int key, const Deadline& deadline) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, deadline, [&] { return closed_ || replies_.contains(key); });
+  auto entry = replies_.extract(key);
+  return entry ? std::optional(std::move(entry.mapped())) : std::nullopt;
+}
+
+void ReplyPool::waitInVain(const Deadline& deadline) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, deadline, [this] { return closed_; });
+}
+
+std::vector<int> ReplyPool::keys() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<int> keys;
+  keys.reserve(replies_.size());
+  for (const auto& [key, reply] : replies_) {
+    keys.push_back(key);
+  }
+  return keys;
+}
+
+std::size_t ReplyPool::size() const {
+  const std::lock_guard lock(mutex_);
+  return replies_.size();
+}
+
+void ReplyPool::clear() {
+  const std::lock_guard lock(mutex_);
+  replies_.clear();
+}
+
+void ReplyPool::close() {
+  std::unique_lock lock(mutex_);
+  closed_ = true;
+  changed_.notify(lock);
+}
+
+bool ReplyPool::closed() const {
+  const std::lock_guard lock(mutex_);
+  return closed_;
+}
+
+void Doorbell::ring() {
+  {
+    const std::lock_guard lock(mutex_);
+    rung_ = true;
+  }
+  changed_.notify_one();
+}
+
+void Doorbell::wait() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return rung_; });
+  rung_ = false;
+}
+
+void RawQueue::put(Bytes item) {
+  std::unique_lock lock(mutex_);
+  items_.push_back(std::move(item));
+  const auto bell = bell_;
+  changed_.notify(lock);
+  if (bell) {
+    bell->ring();
+  }
+}
+
+std::optional<Bytes> RawQueue::take() {
+  const std::lock_guard lock(mutex_);
+  if (items_.empty()) {
+    return std::nullopt;
+  }
+  Bytes item = std::move(items_.front());
+  items_.pop_front();
+  return item;
+}
+
+std::size_t RawQueue::size() const {
+  const std::lock_guard lock(mutex_);
+  return items_.size();
+}
+
+bool RawQueue::waitForSize(std::size_t count, const Deadline& deadline) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, deadline, [&] { return closed_ || items_.size() >= count; });
+  return items_.size() >= count;
+}
+
+void RawQueue::setDoorbell(std::shared_ptr<Doorbell> bell) {
+  const std::lock_guard lock(mutex_);
+  bell_ = std::move(bell);
+}
+
+void RawQueue::close() {
+  std::unique_lock lock(mutex_);
+  closed_ = true;
+  changed_.notify(lock);
+}
+
+void AnswerSet::add(Bytes answer) {
+  const std::lock_guard lock(mutex_);
+  answers_.insert(std::move(answer));
+}
+
+void AnswerSet::clear() {
+  const std::lock_guard lock(mutex_);
+  answers_.clear();
+}
+
+std::set<Bytes> AnswerSet::snapshot() const {
+  const std::lock_guard lock(mutex_);
+  return answers_;
+}
+
+}  // namespace qvx

@@ -1,0 +1,125 @@
+// Where the receive thread files what arrives, and where callers wait for it.
+//
+// Every pool and queue here may be used by any thread; each guards itself with one mutex, and no call holds two.
+#pragma once
+
+#include "core/bytes.h"
+#include "core/frame.h"
+#include "protocol/wait.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <utility>
+
+namespace qvx {
+
+// Replies to commands: at most one for each key, a newer one overwrites an older one.
+class ReplyPool {
+ public:
+  void put(int key, Bytes reply);
+  // Removes and returns the reply.
+  std::optional<Bytes> take(int key);
+  std::optional<Bytes> peek(int key) const;
+  // Takes the reply as soon as it is there; nothing when `deadline` passes first or the pool is closed.
+  std::optional<Bytes> waitFor(int key, const Deadline& deadline);
+  // Waits without taking anything, until `deadline` or the pool is closed.
+  void waitInVain(const Deadline& deadline);
+  std::vector<int> keys() const;
+  std::size_t size() const;
+  void clear();
+  // Ends every wait, now and later.
+  void close();
+  bool closed() const;
+
+ private:
+  mutable std::mutex mutex_;  // guards all below
+  Condition changed_;
+  std::map<int, Bytes> replies_;
+  bool closed_ = false;
+};
+
+// What a decoder thread sleeps on: rung by the queues it serves.
+class Doorbell {
+ public:
+  void ring();
+  // Returns at the next ring, or at once when one came since the last wait.
+  void wait();
+
+ private:
+  std::mutex mutex_;  // guards rung_
+  std::condition_variable changed_;
+  bool rung_ = false;
+};
+
+// Streamed items (payloads without their leading port byte), unbounded, in the order of arrival.
+class RawQueue {
+ public:
+  void put(Bytes item);
+  std::optional<Bytes> take();
+  std::size_t size() const;
+  // Waits until `count` items are there; false when `deadline` passes first or the queue is closed.
+  bool waitForSize(std::size_t count, const Deadline& deadline);
+  // The bell to ring at every item.
+  void setDoorbell(std::shared_ptr<Doorbell> bell);
+  void close();
+
+ private:
+  mutable std::mutex mutex_;  // guards all below
+  Condition changed_;
+  std::deque<Bytes> items_;
+  std::shared_ptr<Doorbell> bell_;
+  bool closed_ = false;
+};
+
+// (command code, port)
+using StreamKey = std::pair<int, int>;
+
+// A map whose entries come into being when they are first asked for, as the pools of streams and of answers are.
+template <class Key, class Entry>
+class EntryPool {
+ public:
+  std::shared_ptr<Entry> at(const Key& key) {
+    const std::lock_guard lock(mutex_);
+    auto& entry = entries_[key];
+    if (!entry) {
+      entry = std::make_shared<Entry>();
+    }
+    return entry;
+  }
+  bool contains(const Key& key) const {
+    const std::lock_guard lock(mutex_);
+    return entries_.contains(key);
+  }
+  bool erase(const Key& key) {
+    const std::lock_guard lock(mutex_);
+    return entries_.erase(key) != 0;
+  }
+  std::vector<std::pair<Key, std::shared_ptr<Entry>>> entries() const {
+    const std::lock_guard lock(mutex_);
+    return {entries_.begin(), entries_.end()};
+  }
+
+ private:
+  mutable std::mutex mutex_;  // guards entries_
+  std::map<Key, std::shared_ptr<Entry>> entries_;
+};
+
+// Distinct answers to a broadcast.
+class AnswerSet {
+ public:
+  void add(Bytes answer);
+  void clear();
+  std::set<Bytes> snapshot() const;
+
+ private:
+  mutable std::mutex mutex_;  // guards answers_
+  std::set<Bytes> answers_;
+};
+
+using StreamPool = EntryPool<StreamKey, RawQueue>;
+using BroadcastPool = EntryPool<int, AnswerSet>;
+
+}  // namespace qvx

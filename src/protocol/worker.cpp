@@ -1,0 +1,76 @@
+#include "protocol/worker.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace qvx {
+
+// Outlives whichever of worker and thread goes first.
+struct Worker::Ending {
+  std::mutex mutex;  // guards ended
+  Condition changed;
+  bool ended = false;
+};
+
+Worker::Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void()> step, std::function<void()> wake)
+    : name_(std::move(name)),
+      gate_(std::move(gate)),
+      step_(std::move(step)),
+      wake_(std::move(wake)),
+      ending_(std::make_shared<Ending>()),
+      process_(getpid()) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before);
+  try {
+    thread_ = std::thread([this, ending = ending_] {
+      while (!killed_) {
+        gate_->pass();
+        if (killed_) {
+          break;
+        }
+        step_();
+      }
+      std::unique_lock lock(ending->mutex);
+      ending->ended = true;
+      ending->changed.notify(lock);
+    });
+  } catch (...) {
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    throw;
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  pthread_setname_np(thread_.native_handle(), name_.substr(0, 15).c_str());
+}
+
+Worker::~Worker() { stop(); }
+
+void Worker::stop() {
+  killed_ = true;
+  const std::lock_guard lock(join_mutex_);
+  if (!thread_.joinable()) {
+    return;
+  }
+  if (getpid() != process_ || thread_.get_id() == std::this_thread::get_id()) {
+    thread_.detach();
+    return;
+  }
+  gate_->release();
+  wake_();
+  thread_.join();
+}
+
+bool Worker::alive() const {
+  const std::lock_guard lock(ending_->mutex);
+  return !ending_->ended && getpid() == process_;
+}
+
+bool Worker::join(const Deadline& deadline) {
+  std::unique_lock lock(ending_->mutex);
+  return ending_->changed.wait(lock, deadline, [this] { return ending_->ended; });
+}
+
+}  // namespace qvx
