@@ -1,0 +1,35 @@
+// What the files of the binding offer each other and the module's initialiser.
+#pragma once
+
+#include "core/errors.h"
+
+#include <pybind11/pybind11.h>
+
+namespace py = pybind11;
+
+namespace qvx::binding {
+
+// Each adds its names to the module. bindErrors comes first: the others raise its classes.
+void bindErrors(py::module_& module);
+void bindConstants(py::module_& module);
+void bindConvert(py::module_& module);
+void bindMasks(py::module_& module);
+
+// Makes the interpreter the core's host: text goes to Python's sys.stdout, warnings to Python's, waits on the main
+// thread end on Ctrl-C.
+void installHost(py::module_& module);
+
+// The functions below need the interpreter's lock.
+
+py::object errorClass(ErrorId id);
+// The Python object of a failure, built as `cls()` or `cls(message)`. Constructing a warning class reports it; when a
+// warnings filter turns that into an exception, the exception is thrown.
+py::object makeError(const Failure& failure);
+// Raises a Python exception object.
+[[noreturn]] void throwPython(const py::object& error);
+// print(*items), to Python's sys.stdout.
+void printItems(const py::args& items);
+// One line, "ClassName: text of the error".
+void printGenericError(const py::object& error);
+
+}  // namespace qvx::binding

@@ -1,0 +1,178 @@
+#include "binding/devices.h"
+
+#include "binding/argument_caster.h"
+#include "binding/coroutine.h"
+#include "binding/operations.h"
+#include "binding/pools.h"
+#include "core/constants.h"
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace qvx::binding {
+namespace {
+
+// Only the interpreter's lock guards it.
+std::vector<std::weak_ptr<Device>>& liveDevices() {
+  static auto* devices = new std::vector<std::weak_ptr<Device>>;
+  return *devices;
+}
+
+void closeUnlocked(Device& device) {
+  const py::gil_scoped_release unlocked;
+  device.close();
+}
+
+// At interpreter exit, while threads may still print.
+void closeAll() {
+  std::vector<std::shared_ptr<Device>> open;
+  for (const auto& entry : liveDevices()) {
+    if (auto device = entry.lock()) {
+      open.push_back(std::move(device));
+    }
+  }
+  for (const auto& device : open) {
+    closeUnlocked(*device);
+  }
+}
+
+const char* kindText(PacketKind kind) {
+  switch (kind) {
+    case PacketKind::Streaming:
+      return "streaming";
+    case PacketKind::Broadcast:
+      return "broadcast";
+    case PacketKind::Ignore:
+      return "ignore";
+    case PacketKind::Echo:
+      break;
+  }
+  return "echo";
+}
+
+std::string describe(const py::object& self) {
+  const auto& device = self.cast<const Device&>();
+  std::string text = "<" + py::str(py::type::of(self).attr("__name__")).cast<std::string>();
+  if (device.product() != ProductId::None) {
+    text += " (" + device.deviceName() + ")";
+  }
+  if (device.closed()) {
+    return text + " closed>";
+  }
+  const std::string peer = device.connectedTo();
+  if (peer.empty()) {
+    return text + " not connected>";
+  }
+  return text + (device.connectionLost() ? " lost connection to " : " connected to ") + peer + ">";
+}
+
+}  // namespace
+
+void watchDevice(const std::shared_ptr<Device>& device) {
+  auto& devices = liveDevices();
+  std::erase_if(devices, [](const auto& entry) { return entry.expired(); });
+  devices.push_back(device);
+}
+
+bool retireDevice(Device& device) {
+  if (device.forked()) {
+    return false;
+  }
+  if (!device.closed()) {
+    const py::error_scope keep_error;
+    const std::string text = "unclosed device " + device.deviceName();
+    if (PyErr_WarnEx(PyExc_ResourceWarning, text.c_str(), 1) < 0) {
+      PyErr_WriteUnraisable(nullptr);
+    }
+  }
+  return true;
+}
+
+void bindDevices(py::module_& module) {
+  py::class_<Device, Packet, Packet_async, std::shared_ptr<Device>>(
+      module, "Device", "What every device handle is: the three pools, and the order of its life.")
+      .def(py::init([] { return makeDevice<Device>(); }), "Device()")
+      .def_property_readonly("killed", [](const Device& self) { return self.killed.load(); },
+                             "-> bool\n\nSet by close(); ends the threads.")
+      .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
+      .def(
+          "_checkCommandType",
+          [](const Device&, const Argument& cmd, const py::object& data) {
+            return kindText(Packet_based::checkCommandType(checkedRange(cmd, "cmd", 0, 0xFFFF), bytesOf(data)));
+          },
+          py::arg("cmd"), py::arg("data"),
+          "_checkCommandType(cmd: int, data: bytes) -> str\n\n\"streaming\", \"broadcast\", \"echo\" or \"ignore\".")
+      .def(
+          "_putToDataPool",
+          [](Device& self, const Argument& cmd, const py::object& data) {
+            self.putToDataPool(checkedRange(cmd, "cmd", 0, 0xFFFF), bytesOf(data));
+          },
+          py::arg("cmd"), py::arg("data"), "_putToDataPool(cmd: int, data: bytes) -> None\n\nFiles one received packet.")
+      .def("close", [](Device& self) { closeUnlocked(self); },
+           "close() -> None\n\nDisconnects and ends every thread; waits in progress end. Safe to repeat.")
+      .def("__enter__", [](const py::object& self) { return self; })
+      .def("__exit__", [](Device& self, const py::args&) { closeUnlocked(self); })
+      .def("__aenter__",
+           [](const py::object& self) {
+             class Body final : public CoroutineBody {
+              public:
+               explicit Body(py::object self) : self_(std::move(self)) {}
+               void run() override {}
+               py::object result() override { return self_; }
+
+              private:
+               py::object self_;
+             };
+             return makeCoroutine("__aenter__", self, std::make_unique<Body>(self));
+           })
+      .def("__aexit__",
+           [](const py::object& self, const py::args&) {
+             auto& device = self.cast<Device&>();
+             return makeCoroutineOf("__aexit__", self, [&device] { Fiber::outside([&device] { device.close(); }); });
+           })
+      .def("__repr__", &describe);
+
+  py::class_<NetworkDevice, Device, std::shared_ptr<NetworkDevice>>(module, "NetworkDevice",
+                                                                    "A device reached over TCP.")
+      .def(py::init([](bool verbose) { return makeDevice<NetworkDevice>(ProductId::None, verbose); }),
+           py::arg("verbose") = true, "NetworkDevice(verbose: bool = True)")
+      .def(
+          "connect",
+          [](NetworkDevice& self, const Argument& ip_addr, const Argument& port) {
+            const py::gil_scoped_release unlocked;
+            return self.connect(ip_addr, port);
+          },
+          Signature("ip_addr: str, port: int = 7"),
+          docstring("connect", "ip_addr: str, port: int = 7", "bool",
+                    "Connects to the device at an IPv4 address (dotted text), within 5 s. Raises NetworkConnectionError."))
+      .def(
+          "disconnect",
+          [](NetworkDevice& self) {
+            const py::gil_scoped_release unlocked;
+            self.disconnect();
+          },
+          "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
+      .def_property_readonly("connect_status_cmd", &NetworkDevice::connectStatusCmd, "-> bool\n\nWhether it is connected.")
+      .def_property_readonly("ip_addr", &NetworkDevice::ipAddr, "-> str\n\nThe address connected to last.")
+      .def_property_readonly(
+          "recv_cmd_lock", [](NetworkDevice& self) -> Gate& { return self.receiver().gate(); },
+          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
+      .def_property_readonly(
+          "recv_cmd_thread", [](NetworkDevice& self) -> Worker& { return self.receiver().worker(); },
+          py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+
+  py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice", "The handle of the Ethernet products.")
+      .def(py::init([](bool verbose) { return makeDevice<ETHDevice>(ProductId::None, verbose); }), py::arg("verbose") = true,
+           "ETHDevice(verbose: bool = True)");
+
+  py::dict labels;
+  for (const ProductLabel& row : productLabels()) {
+    labels[row.class_name] = row.label;
+  }
+  module.attr("LABEL_DICT") = labels;
+  py::module_::import("atexit").attr("register")(py::cpp_function(&closeAll));
+}
+
+}  // namespace qvx::binding

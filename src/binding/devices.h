@@ -1,0 +1,39 @@
+// Device handles and the life of a device object in Python.
+#pragma once
+
+#include "binding/bindings.h"
+#include "protocol/network_device.h"
+
+#include <memory>
+#include <utility>
+
+namespace qvx::binding {
+
+void bindEngine(py::module_& module);
+void bindDevices(py::module_& module);
+
+// Remembers a device until it is gone: what is open when the interpreter ends is closed then.
+void watchDevice(const std::shared_ptr<Device>& device);
+// What happens to a device that Python no longer refers to: a ResourceWarning when it was left open, then close().
+// True when the object may be deleted; a forked child must leave it alone.
+bool retireDevice(Device& device);
+
+// The owner of every device object.
+template <class Class, class... Args>
+std::shared_ptr<Class> makeDevice(Args&&... args) {
+  Class* made = nullptr;
+  {
+    const py::gil_scoped_release unlocked;
+    made = new Class(std::forward<Args>(args)...);
+  }
+  std::shared_ptr<Class> device(made, [](Class* gone) {
+    if (retireDevice(*gone)) {
+      const py::gil_scoped_release unlocked;
+      delete gone;
+    }
+  });
+  watchDevice(device);
+  return device;
+}
+
+}  // namespace qvx::binding

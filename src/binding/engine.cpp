@@ -1,0 +1,284 @@
+// The packet engine and the device handles.
+#include "binding/devices.h"
+
+#include "binding/argument_caster.h"
+#include "binding/coroutine.h"
+#include "binding/operations.h"
+#include "binding/pools.h"
+#include "binding/transports.h"
+#include "core/constants.h"
+
+#include <pybind11/stl.h>
+
+namespace qvx::binding {
+namespace {
+
+int commandCode(const Argument& cmd) { return checkedRange(cmd, "cmd", 0, 0xFFFF); }
+
+py::object makeReply(const std::optional<Bytes>& reply) {
+  return reply ? py::object(makeBytes(*reply)) : py::object(py::none());
+}
+
+[[noreturn]] void failUnanswered() { fail(ErrorId::ReceivePacketTimeoutError); }
+
+// A coroutine body whose result is a reply or None.
+class ReplyBody final : public CoroutineBody {
+ public:
+  explicit ReplyBody(std::function<std::optional<Bytes>()> body) : body_(std::move(body)) {}
+  void run() override { reply_ = body_(); }
+  py::object result() override { return makeReply(reply_); }
+
+ private:
+  std::function<std::optional<Bytes>()> body_;
+  std::optional<Bytes> reply_;
+};
+
+// Any queue with the methods of queue.Queue: what native queues do by being woken is done here by its own means.
+py::list drainForeignQueue(const py::object& queue, std::int64_t num_samples, double delay) {
+  const auto size = [&] { return queue.attr("qsize")().cast<std::int64_t>(); };
+  std::int64_t count = size();
+  while (num_samples > -1 && count < num_samples) {
+    {
+      const py::gil_scoped_release unlocked;
+      pauseUntil(deadlineAfter(delay));
+    }
+    count = size();
+  }
+  py::list items;
+  for (std::int64_t i = num_samples > -1 ? num_samples : count; i > 0; --i) {
+    items.append(queue.attr("get_nowait")());
+  }
+  return items;
+}
+
+py::list makeList(const std::vector<Bytes>& items) {
+  py::list list;
+  for (const Bytes& item : items) {
+    list.append(makeBytes(item));
+  }
+  return list;
+}
+
+using RequestOf = std::optional<Bytes> (Packet_based::*)(int, ByteView, double);
+
+// _echoPacket and _echoPacketWithRetry differ in nothing else than the body and the default of the coroutine's timeout.
+void defineRequest(py::class_<Packet, Packet_based, std::shared_ptr<Packet>>& blocking,
+                   py::class_<Packet_async, Packet_based, std::shared_ptr<Packet_async>>& coroutine, const char* name,
+                   RequestOf request, const char* doc) {
+  blocking.def(
+      name,
+      [request](Packet_based& self, const Argument& cmd, const py::object& data_out, const Argument& timeout) {
+        const int code = commandCode(cmd);
+        const Bytes data = bytesOf(data_out);
+        const double seconds = checkedTimeout(timeout);
+        std::optional<Bytes> reply;
+        {
+          const py::gil_scoped_release unlocked;
+          reply = (self.*request)(code, data, seconds);
+        }
+        if (!reply) {
+          failUnanswered();
+        }
+        return makeBytes(*reply);
+      },
+      Signature("cmd: int, data_out: list[int], timeout: float"),
+      docstring(name, "cmd: int, data_out: list[int], timeout: float", "bytes", doc));
+  const char* full_name = keep(std::string(name) + "_async");
+  coroutine.def(
+      full_name,
+      [request, full_name](const py::object& self, const Argument& cmd, const py::object& data_out, const Argument& timeout) {
+        auto& engine = self.cast<Packet_based&>();
+        return makeCoroutine(full_name, self,
+                             std::make_unique<ReplyBody>([&engine, request, code = commandCode(cmd), data = bytesOf(data_out),
+                                                          seconds = checkedTimeout(timeout)] {
+                               return (engine.*request)(code, data, seconds);
+                             }));
+      },
+      Signature("cmd: int, data_out: list[int], timeout: float = 3"),
+      docstring(full_name, "cmd: int, data_out: list[int], timeout: float = 3", "Coroutine[bytes | None]",
+                "As the blocking form; None when no reply came."));
+}
+
+}  // namespace
+
+void bindEngine(py::module_& module) {
+  py::class_<Packet_based, std::shared_ptr<Packet_based>>(
+      module, "Packet_based", "What both forms of the packet engine share: the transports and the three pools.")
+      .def(
+          "_preparePacket",
+          [](const Packet_based&, const Argument& cmd, const py::object& data) {
+            return buildFrame(commandCode(cmd), bytesOf(data));
+          },
+          py::arg("cmd"), py::arg("data"), "_preparePacket(cmd: int, data: list[int]) -> list[int]\n\nThe frame of a command.")
+      .def_property(
+          "client_cmd", [](const Packet_based& self) { return objectOf(self.clientCmd()); },
+          [](Packet_based& self, const py::object& client) { self.setClientCmd(transportOf(client)); },
+          "-> object\n\nWhere commands go: a client, or any object with a client's methods.")
+      .def_property(
+          "client_udp", [](const Packet_based& self) { return objectOf(self.clientUdp()); },
+          [](Packet_based& self, const py::object& client) { self.setClientUdp(transportOf(client)); },
+          "-> object\n\nWhere broadcasts go.")
+      .def_property_readonly(
+          "data_pool_echo", [](Packet_based& self) -> ReplyPool& { return self.data_pool_echo; },
+          py::return_value_policy::reference_internal, "-> ReplyPool\n\nReplies to commands.")
+      .def_property_readonly(
+          "data_pool_strm", [](Packet_based& self) -> StreamPool& { return self.data_pool_strm; },
+          py::return_value_policy::reference_internal, "-> StreamPool\n\nRaw queues of streamed items.")
+      .def_property_readonly(
+          "data_pool_bcst", [](Packet_based& self) -> BroadcastPool& { return self.data_pool_bcst; },
+          py::return_value_policy::reference_internal, "-> BroadcastPool\n\nAnswers to broadcasts.");
+
+  py::class_<Packet, Packet_based, std::shared_ptr<Packet>> blocking(module, "Packet", "The packet engine, blocking.");
+  py::class_<Packet_async, Packet_based, std::shared_ptr<Packet_async>> coroutine(module, "Packet_async",
+                                                                                  "The packet engine, as coroutines.");
+  blocking.def(py::init<>(), "Packet()");
+  coroutine.def(py::init<>(), "Packet_async()");
+
+  defineRequest(blocking, coroutine, "_echoPacket", &Packet_based::echoPacket,
+                "Sends a command once and waits for its reply. Raises ReceivePacketTimeoutError.");
+  defineRequest(blocking, coroutine, "_echoPacketWithRetry", &Packet_based::echoPacketWithRetry,
+                "Sends a command, again while no reply comes, and waits for its reply. Raises ReceivePacketTimeoutError.");
+
+  blocking.def(
+      "_sendPacketWithoutReply",
+      [](Packet_based& self, const Argument& cmd, const py::object& data_out) {
+        const int code = commandCode(cmd);
+        const Bytes data = bytesOf(data_out);
+        const py::gil_scoped_release unlocked;
+        self.sendPacketWithoutReply(code, data);
+      },
+      py::arg("cmd"), py::arg("data_out"), "_sendPacketWithoutReply(cmd: int, data_out: list[int]) -> None\n\nSends a command.");
+  coroutine.def(
+      "_sendPacketWithoutReply_async",
+      [](const py::object& self, const Argument& cmd, const py::object& data_out) {
+        auto& engine = self.cast<Packet_based&>();
+        return makeCoroutineOf("_sendPacketWithoutReply_async", self,
+                               [&engine, code = commandCode(cmd), data = bytesOf(data_out)] {
+                                 engine.sendPacketWithoutReply(code, data);
+                               });
+      },
+      py::arg("cmd"), py::arg("data_out"),
+      "_sendPacketWithoutReply_async(cmd: int, data_out: list[int]) -> Coroutine[None]\n\nSends a command.");
+
+  blocking.def(
+      "_getReplyFromPool",
+      [](Packet_based& self, const Argument& cmd, const Argument& timeout) {
+        const int key = checkedRange(cmd, "cmd", INT32_MIN, INT32_MAX);
+        const double seconds = checkedTimeout(timeout);
+        std::optional<Bytes> reply;
+        {
+          const py::gil_scoped_release unlocked;
+          reply = self.getReplyFromPool(key, seconds);
+        }
+        if (!reply) {
+          failUnanswered();
+        }
+        return makeBytes(*reply);
+      },
+      py::arg("cmd"), py::arg("timeout"),
+      "_getReplyFromPool(cmd: int, timeout: float) -> bytes\n\nTakes the reply with this key as soon as it is there. "
+      "Raises ReceivePacketTimeoutError.");
+  coroutine.def(
+      "_getReplyFromPool_async",
+      [](const py::object& self, const Argument& cmd) {
+        auto& engine = self.cast<Packet_based&>();
+        return makeCoroutine("_getReplyFromPool_async", self,
+                             std::make_unique<ReplyBody>([&engine, key = checkedRange(cmd, "cmd", INT32_MIN, INT32_MAX)] {
+                               return engine.data_pool_echo.waitFor(key, std::nullopt);
+                             }));
+      },
+      py::arg("cmd"), "_getReplyFromPool_async(cmd: int) -> Coroutine[bytes]\n\nTakes the reply with this key, however long it takes.");
+
+  blocking.def(
+      "_getStreamingFromPool",
+      [](Packet_based& self, const py::object& queue, const Argument& num_samples, const Argument& delay) -> py::object {
+        const auto count = checkedInt(num_samples, "num_samples");
+        const double seconds = checkedNumber(delay, "delay");
+        if (py::isinstance<RawQueue>(queue)) {
+          const auto raw = queue.cast<std::shared_ptr<RawQueue>>();
+          std::vector<Bytes> items;
+          {
+            const py::gil_scoped_release unlocked;
+            items = self.getStreamingFromPool(*raw, count);
+          }
+          return makeList(items);
+        }
+        if (py::isinstance<SampleQueue>(queue)) {
+          const auto samples = queue.cast<std::shared_ptr<SampleQueue>>();
+          Samples taken;
+          {
+            const py::gil_scoped_release unlocked;
+            if (count > -1) {
+              samples->waitForSize(static_cast<std::size_t>(count), std::nullopt);
+            }
+            taken = samples->take(count > -1 ? static_cast<std::size_t>(count) : SIZE_MAX);
+          }
+          return makeSampleLists(taken);
+        }
+        return drainForeignQueue(queue, count, seconds);
+      },
+      py::arg("queue_"), py::arg("num_samples"), py::arg("delay"),
+      "_getStreamingFromPool(queue_: object, num_samples: int, delay: float) -> list\n\nWaits for `num_samples` items, "
+      "however long that takes, and takes them; -1 takes what is there. `delay` is the longest time, in seconds, until an "
+      "item is noticed.");
+  coroutine.def(
+      "_getStreamingFromPool_async",
+      [](const py::object& self, const py::object& queue, const Argument& num_samples, const Argument& delay) {
+        const auto count = checkedInt(num_samples, "num_samples");
+        checkedNumber(delay, "delay");
+        const auto wanted = count > -1 ? static_cast<std::size_t>(count) : SIZE_MAX;
+        if (py::isinstance<SampleQueue>(queue)) {
+          return makeCoroutineOf("_getStreamingFromPool_async", self,
+                                 [samples = queue.cast<std::shared_ptr<SampleQueue>>(), wanted] {
+                                   if (wanted != SIZE_MAX) {
+                                     samples->waitForSize(wanted, std::nullopt);
+                                   }
+                                   return samples->take(wanted);
+                                 });
+        }
+        if (!py::isinstance<RawQueue>(queue)) {
+          fail(ErrorId::InputTypeNotCorrectError, "queue_ takes a queue of data_pool_strm or of a module");
+        }
+        class Body final : public CoroutineBody {
+         public:
+          Body(Packet_based& engine, std::shared_ptr<RawQueue> raw, std::int64_t wanted_items)
+              : engine_(engine), queue_(std::move(raw)), wanted_(wanted_items) {}
+          void run() override { items_ = engine_.getStreamingFromPool(*queue_, wanted_); }
+          py::object result() override { return makeList(items_); }
+
+         private:
+          Packet_based& engine_;
+          std::shared_ptr<RawQueue> queue_;
+          std::int64_t wanted_;
+          std::vector<Bytes> items_;
+        };
+        return makeCoroutine(
+            "_getStreamingFromPool_async", self,
+            std::make_unique<Body>(self.cast<Packet_based&>(), queue.cast<std::shared_ptr<RawQueue>>(), count));
+      },
+      py::arg("queue_"), py::arg("num_samples"), py::arg("delay"),
+      "_getStreamingFromPool_async(queue_: object, num_samples: int, delay: float) -> Coroutine[list]\n\nAs the blocking form.");
+
+  blocking.def(
+      "_broadcastPacket",
+      [](Packet_based& self, const Argument& cmd, const py::object& data_out) {
+        const int code = commandCode(cmd);
+        const Bytes data = bytesOf(data_out);
+        const py::gil_scoped_release unlocked;
+        return self.broadcastPacket(code, data);
+      },
+      py::arg("cmd"), py::arg("data_out"),
+      "_broadcastPacket(cmd: int, data_out: list[int]) -> AnswerSet\n\nSends a broadcast three times and collects answers for 5 s.");
+  coroutine.def(
+      "_broadcastPacket_async",
+      [](const py::object& self, const Argument& cmd, const py::object& data_out) {
+        auto& engine = self.cast<Packet_based&>();
+        return makeCoroutineOf("_broadcastPacket_async", self, [&engine, code = commandCode(cmd), data = bytesOf(data_out)] {
+          return engine.broadcastPacket(code, data);
+        });
+      },
+      py::arg("cmd"), py::arg("data_out"),
+      "_broadcastPacket_async(cmd: int, data_out: list[int]) -> Coroutine[AnswerSet]\n\nAs the blocking form.");
+}
+
+}  // namespace qvx::binding

@@ -1,0 +1,86 @@
+#include "core/host.h"
+
+#include "binding/bindings.h"
+
+#include <utility>
+
+namespace qvx::binding {
+
+namespace {
+
+// The core's window on the interpreter. Lives as long as the process; any thread, each call takes the interpreter's
+// lock for itself. An exception of Python propagates on a thread that runs Python; elsewhere nobody could receive it,
+// and it goes to sys.unraisablehook.
+class InterpreterHost : public Host {
+ public:
+  explicit InterpreterHost(unsigned long main_thread) : main_thread_(main_thread) {}
+
+  void print(const std::string& line) override {
+    // What a device calls itself need not be UTF-8.
+    const auto work = [&line] {
+      const auto text = py::reinterpret_steal<py::object>(
+          PyUnicode_DecodeUTF8(line.data(), static_cast<py::ssize_t>(line.size()), "replace"));
+      if (!text) {
+        throw py::error_already_set();
+      }
+      printItems(py::make_tuple(text));
+    };
+    if (!withInterpreter(work)) {
+      Host::print(line);
+    }
+  }
+
+  void printFailure(const Failure& failure) override {
+    if (!withInterpreter([&failure] { printGenericError(makeError(failure)); })) {
+      Host::printFailure(failure);
+    }
+  }
+
+  void warn(ErrorId id) override {
+    if (!withInterpreter([id] { errorClass(id)(); })) {
+      Host::warn(id);
+    }
+  }
+
+  // Signals are handled on the main thread alone.
+  bool interruptible() override { return PyThread_get_thread_ident() == main_thread_; }
+
+  void checkInterrupt() override {
+    const py::gil_scoped_acquire lock;
+    if (PyErr_CheckSignals() != 0) {
+      throw py::error_already_set();
+    }
+  }
+
+ private:
+  // False when the interpreter is ending: a thread that asked for its lock then would never come back.
+  template <class Work>
+  static bool withInterpreter(const Work& work) {
+    if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) {
+      return false;
+    }
+    const bool runs_python = PyGILState_GetThisThreadState() != nullptr;
+    const py::gil_scoped_acquire lock;
+    try {
+      work();
+    } catch (py::error_already_set& error) {
+      if (runs_python) {
+        throw;
+      }
+      error.discard_as_unraisable("pyqvx");
+    }
+    return true;
+  }
+
+  const unsigned long main_thread_;
+};
+
+}  // namespace
+
+void installHost(py::module_& /*module*/) {
+  const py::object main = py::module_::import("threading").attr("main_thread")();
+  // Never destroyed: threads may report until the process ends.
+  setHost(new InterpreterHost(py::cast<unsigned long>(main.attr("ident"))));
+}
+
+}  // namespace qvx::binding

@@ -1,0 +1,143 @@
+#include "binding/loop.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace qvx::binding {
+namespace {
+
+// Loops and their ports, and what is called on every wait. Lives as long as the process.
+struct LoopTable {
+  py::object running_loop = py::module_::import("asyncio").attr("_get_running_loop");
+  py::object ports = py::module_::import("weakref").attr("WeakKeyDictionary")();
+  py::str create_future{"create_future"};
+  py::str call_later{"call_later"};
+  py::str blocking{"_asyncio_future_blocking"};
+  std::weak_ptr<LoopPort> latest;  // there is rarely more than one
+};
+
+LoopTable& table() {
+  static auto* instance = new LoopTable;
+  return *instance;
+}
+
+py::object checked(PyObject* object) {
+  if (object == nullptr) {
+    throw py::error_already_set();
+  }
+  return py::reinterpret_steal<py::object>(object);
+}
+
+py::object runningLoop() {
+  py::object loop = checked(PyObject_CallNoArgs(table().running_loop.ptr()));
+  if (loop.is_none()) {
+    throw std::runtime_error("no running event loop: await this coroutine inside asyncio.run(...)");
+  }
+  return loop;
+}
+
+}  // namespace
+
+std::shared_ptr<LoopPort> LoopPort::current() {
+  const py::object loop = runningLoop();
+  if (auto latest = table().latest.lock(); latest && latest->belongsTo(loop)) {
+    return latest;
+  }
+  const py::object known = table().ports.attr("get")(loop);
+  if (!known.is_none()) {
+    const auto port = *known.cast<py::capsule>().get_pointer<std::shared_ptr<LoopPort>>();
+    table().latest = port;
+    return port;
+  }
+  auto port = std::make_shared<LoopPort>();
+  port->attach(loop);
+  table().ports[loop] =
+      py::capsule(new std::shared_ptr<LoopPort>(port), [](void* p) { delete static_cast<std::shared_ptr<LoopPort>*>(p); });
+  table().latest = port;
+  return port;
+}
+
+bool LoopPort::belongsTo(const py::object& loop) const { return PyWeakref_GetObject(loop_.ptr()) == loop.ptr(); }
+
+LoopPort::LoopPort() : event_fd_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+  if (event_fd_ < 0) {
+    throw std::system_error(errno, std::generic_category(), "eventfd");
+  }
+}
+
+LoopPort::~LoopPort() { ::close(event_fd_); }
+
+// The loop keeps what it is given for as long as it lives; it must not keep the port.
+void LoopPort::attach(const py::object& loop) {
+  const std::weak_ptr<LoopPort> self = weak_from_this();
+  fire_ = py::cpp_function([self](std::uint64_t ticket) {
+    if (const auto port = self.lock()) {
+      port->fire(ticket);
+    }
+  });
+  loop_ = checked(PyWeakref_NewRef(loop.ptr(), nullptr));
+  loop.attr("add_reader")(event_fd_, py::cpp_function([self] {
+                            if (const auto port = self.lock()) {
+                              port->drain();
+                            }
+                          }));
+}
+
+void LoopPort::post(std::uint64_t ticket) {
+  bool first = false;
+  {
+    const std::lock_guard lock(mutex_);
+    first = posted_.empty();
+    posted_.push_back(ticket);
+  }
+  if (first) {
+    const std::uint64_t one = 1;
+    while (::write(event_fd_, &one, sizeof one) < 0 && errno == EINTR) {
+    }
+  }
+}
+
+void LoopPort::drain() {
+  std::uint64_t count = 0;
+  while (::read(event_fd_, &count, sizeof count) < 0 && errno == EINTR) {
+  }
+  std::vector<std::uint64_t> tickets;
+  {
+    const std::lock_guard lock(mutex_);
+    tickets.swap(posted_);
+  }
+  for (const std::uint64_t ticket : tickets) {
+    fire(ticket);
+  }
+}
+
+void LoopPort::fire(std::uint64_t ticket) {
+  auto entry = futures_.extract(ticket);
+  if (entry && !entry.mapped().attr("done")().cast<bool>()) {
+    entry.mapped().attr("set_result")(py::none());
+  }
+}
+
+py::object LoopPort::makeFuture(std::uint64_t ticket, const Deadline& deadline, py::object& timer) {
+  const LoopTable& names = table();
+  const py::object loop = runningLoop();
+  py::object future = checked(PyObject_CallMethodNoArgs(loop.ptr(), names.create_future.ptr()));
+  // What a future's own __await__ does before it hands itself to the task.
+  if (PyObject_SetAttr(future.ptr(), names.blocking.ptr(), Py_True) != 0) {
+    throw py::error_already_set();
+  }
+  if (deadline) {
+    const double seconds = std::chrono::duration<double>(*deadline - Clock::now()).count();
+    timer = checked(PyObject_CallMethodObjArgs(loop.ptr(), names.call_later.ptr(),
+                                               py::float_(std::max(seconds, 0.0)).ptr(), fire_.ptr(),
+                                               py::int_(ticket).ptr(), nullptr));
+  }
+  futures_.emplace(ticket, future);
+  return future;
+}
+
+}  // namespace qvx::binding

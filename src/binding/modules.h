@@ -1,0 +1,12 @@
+// One function for each module family: registers its published classes.
+#pragma once
+
+#include "binding/bindings.h"
+
+namespace qvx::binding {
+
+void bindSystem(py::module_& module);
+void bindAnalog(py::module_& module);
+void bindModels(py::module_& module);
+
+}  // namespace qvx::binding

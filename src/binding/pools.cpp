@@ -1,0 +1,303 @@
+// Pools, queues, gates and threads, as Python sees them: mappings, queue.Queue, a lock, a thread.
+#include "binding/pools.h"
+
+#include "binding/results.h"
+#include "core/argument.h"
+#include "binding/argument_caster.h"
+#include "protocol/engine.h"
+#include "protocol/worker.h"
+
+#include <optional>
+
+namespace qvx::binding {
+namespace {
+
+// Python's own rule for `block` and `timeout`: nothing is waited for, forever, or for so many seconds.
+Deadline blockingDeadline(bool block, const std::optional<double>& timeout) {
+  if (!block) {
+    return deadlineAfter(0);
+  }
+  if (!timeout) {
+    return std::nullopt;
+  }
+  if (*timeout < 0) {
+    throw py::value_error("'timeout' must be a non-negative number");
+  }
+  return deadlineAfter(*timeout);
+}
+
+[[noreturn]] void throwQueue(const char* name) {
+  throwPython(py::module_::import("queue").attr(name)());
+}
+
+// The methods that every queue shares with queue.Queue, and that follow from qsize, get and put.
+template <class Class>
+void defineQueue(Class& cls) {
+  cls.def("empty", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>() == 0; },
+          "empty() -> bool\n\nWhether nothing is queued.");
+  cls.def("get_nowait", [](const py::object& self) { return self.attr("get")(false); },
+          "get_nowait() -> object\n\nTakes the oldest entry; raises queue.Empty when there is none.");
+  cls.def("put_nowait", [](const py::object& self, const py::object& item) { self.attr("put")(item); }, py::arg("item"),
+          "put_nowait(item) -> None\n\nAppends an entry; raises queue.Full when a bounded queue is full.");
+  cls.def("__len__", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>(); });
+}
+
+int replyKeyOf(const Argument& key) {
+  return checkedRange(key, "key", INT32_MIN, INT32_MAX);
+}
+
+py::object missing(const py::object& key) {
+  throwPython(py::reinterpret_borrow<py::object>(PyExc_KeyError)(key));
+}
+
+void bindReplyPool(py::module_& module) {
+  py::class_<ReplyPool>(module, "ReplyPool", "Replies by key, at most one for each; a newer one overwrites an older one. A mapping of int to bytes.")
+      .def("__len__", &ReplyPool::size)
+      .def("__contains__", [](const ReplyPool& pool, const Argument& key) { return key.isInt() && pool.peek(replyKeyOf(key)).has_value(); })
+      .def("__getitem__",
+           [](const ReplyPool& pool, const py::object& key) {
+             const auto reply = pool.peek(replyKeyOf(makeArgument(key)));
+             return reply ? makeBytes(*reply) : missing(key);
+           })
+      .def("__setitem__", [](ReplyPool& pool, const Argument& key, const py::object& reply) { pool.put(replyKeyOf(key), bytesOf(reply)); })
+      .def("__delitem__",
+           [](ReplyPool& pool, const py::object& key) {
+             if (!pool.take(replyKeyOf(makeArgument(key)))) {
+               missing(key);
+             }
+           })
+      .def("__iter__", [](const ReplyPool& pool) { return py::iter(py::cast(pool.keys())); })
+      .def("keys", &ReplyPool::keys, "keys() -> list[int]")
+      .def(
+          "get",
+          [](const ReplyPool& pool, const Argument& key, const py::object& fallback) -> py::object {
+            const auto reply = pool.peek(replyKeyOf(key));
+            return reply ? makeBytes(*reply) : fallback;
+          },
+          py::arg("key"), py::arg("default") = py::none(), "get(key: int, default: object = None) -> object\n\nThe reply, which stays.")
+      .def(
+          "pop",
+          [](ReplyPool& pool, const py::object& key, const py::args& fallback) -> py::object {
+            const auto reply = pool.take(replyKeyOf(makeArgument(key)));
+            if (reply) {
+              return makeBytes(*reply);
+            }
+            return fallback.empty() ? missing(key) : py::object(fallback[0]);
+          },
+          py::arg("key"), "pop(key: int, *default: object) -> object\n\nTakes the reply.")
+      .def("items",
+           [](const ReplyPool& pool) {
+             py::list items;
+             for (const int key : pool.keys()) {
+               if (const auto reply = pool.peek(key)) {
+                 items.append(py::make_tuple(key, makeBytes(*reply)));
+               }
+             }
+             return items;
+           },
+           "items() -> list[tuple[int, bytes]]")
+      .def("clear", &ReplyPool::clear, "clear() -> None")
+      .def("__repr__", [](const ReplyPool& pool) { return "<pyqvx.ReplyPool with " + std::to_string(pool.size()) + " replies>"; });
+}
+
+void bindRawQueue(py::module_& module) {
+  py::class_<RawQueue, std::shared_ptr<RawQueue>> cls(
+      module, "RawQueue", "Streamed items as bytes, oldest first, unbounded: a queue.Queue. An item has no port byte.");
+  cls.def(py::init<>(), "RawQueue()")
+      .def("qsize", &RawQueue::size, "qsize() -> int\n\nHow many items are queued.")
+      .def("full", [](const RawQueue&) { return false; }, "full() -> bool")
+      .def_property_readonly("maxsize", [](const RawQueue&) { return 0; }, "-> int\n\n0: unbounded.")
+      .def("put", [](RawQueue& queue, const py::object& item, bool, const std::optional<double>&) { queue.put(bytesOf(item)); },
+           py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
+           "put(item: bytes, block: bool = True, timeout: float | None = None) -> None")
+      .def(
+          "get",
+          [](RawQueue& queue, bool block, const std::optional<double>& timeout) {
+            const Deadline deadline = blockingDeadline(block, timeout);
+            std::optional<Bytes> item;
+            {
+              const py::gil_scoped_release unlocked;
+              while (!(item = queue.take()) && queue.waitForSize(1, deadline)) {
+              }
+            }
+            if (!item) {
+              throwQueue("Empty");
+            }
+            return makeBytes(*item);
+          },
+          py::arg("block") = true, py::arg("timeout") = py::none(),
+          "get(block: bool = True, timeout: float | None = None) -> bytes\n\nTakes the oldest item; raises queue.Empty when none came in time.");
+  defineQueue(cls);
+}
+
+void bindSampleQueue(py::module_& module) {
+  py::class_<SampleQueue, std::shared_ptr<SampleQueue>> cls(
+      module, "SampleQueue", "Decoded samples, each a list of volts, oldest first: a bounded queue.Queue.");
+  cls.def("qsize", &SampleQueue::size, "qsize() -> int\n\nHow many samples are queued.")
+      .def("full", [](const SampleQueue& queue) { return queue.size() >= queue.capacity(); }, "full() -> bool")
+      .def_property_readonly("maxsize", &SampleQueue::capacity, "-> int\n\nHow many samples fit.")
+      .def_property_readonly("dropped", &SampleQueue::dropped, "-> int\n\nSamples dropped so far because the queue was full.")
+      .def("put",
+           [](SampleQueue& queue, const std::vector<double>& sample, bool, const std::optional<double>&) {
+             if (sample.empty()) {
+               throw py::value_error("a sample has at least one channel");
+             }
+             if (queue.size() >= queue.capacity()) {
+               throwQueue("Full");
+             }
+             queue.put(sample, sample.size());
+           },
+           py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
+           "put(item: list[float], block: bool = True, timeout: float | None = None) -> None\n\nNever waits: raises queue.Full.")
+      .def(
+          "get",
+          [](SampleQueue& queue, bool block, const std::optional<double>& timeout) {
+            const Deadline deadline = blockingDeadline(block, timeout);
+            Samples taken;
+            {
+              const py::gil_scoped_release unlocked;
+              while ((taken = queue.take(1)).empty() && queue.waitForSize(1, deadline)) {
+              }
+            }
+            if (taken.empty()) {
+              throwQueue("Empty");
+            }
+            return taken.front().values;
+          },
+          py::arg("block") = true, py::arg("timeout") = py::none(),
+          "get(block: bool = True, timeout: float | None = None) -> list[float]\n\nTakes the oldest sample; raises queue.Empty when none came in time.");
+  defineQueue(cls);
+}
+
+template <class Pool, class MakeKey, class FromKey>
+void bindEntryPool(py::module_& module, const char* name, const char* doc, MakeKey make_key, FromKey from_key) {
+  py::class_<Pool>(module, name, doc)
+      .def("__len__", [](const Pool& pool) { return pool.entries().size(); })
+      .def("__contains__", [=](const Pool& pool, const py::object& key) { return pool.contains(from_key(key)); })
+      .def("__getitem__", [=](Pool& pool, const py::object& key) { return pool.at(from_key(key)); })
+      .def("__delitem__",
+           [=](Pool& pool, const py::object& key) {
+             if (!pool.erase(from_key(key))) {
+               missing(key);
+             }
+           })
+      .def("__iter__",
+           [=](const Pool& pool) {
+             py::list keys;
+             for (const auto& [key, entry] : pool.entries()) {
+               keys.append(make_key(key));
+             }
+             return py::iter(keys);
+           })
+      .def("keys",
+           [=](const Pool& pool) {
+             py::list keys;
+             for (const auto& [key, entry] : pool.entries()) {
+               keys.append(make_key(key));
+             }
+             return keys;
+           },
+           "keys() -> list")
+      .def("items",
+           [=](const Pool& pool) {
+             py::list items;
+             for (const auto& [key, entry] : pool.entries()) {
+               items.append(py::make_tuple(make_key(key), entry));
+             }
+             return items;
+           },
+           "items() -> list");
+}
+
+void bindAnswerSet(py::module_& module) {
+  const auto snapshot = [](const AnswerSet& answers) {
+    py::set set;
+    for (const Bytes& answer : answers.snapshot()) {
+      set.add(makeBytes(answer));
+    }
+    return set;
+  };
+  py::class_<AnswerSet, std::shared_ptr<AnswerSet>>(module, "AnswerSet", "Distinct answers to a broadcast, as bytes: a set.")
+      .def("__len__", [](const AnswerSet& answers) { return answers.snapshot().size(); })
+      .def("__contains__", [](const AnswerSet& answers, const py::object& answer) { return answers.snapshot().contains(bytesOf(answer)); })
+      .def("__iter__", [snapshot](const AnswerSet& answers) { return py::iter(snapshot(answers)); })
+      .def("__eq__", [snapshot](const AnswerSet& answers, const py::object& other) { return snapshot(answers).equal(other); })
+      .def("add", [](AnswerSet& answers, const py::object& answer) { answers.add(bytesOf(answer)); }, py::arg("answer"), "add(answer: bytes) -> None")
+      .def("clear", &AnswerSet::clear, "clear() -> None")
+      .def("__repr__", [snapshot](const AnswerSet& answers) { return "AnswerSet(" + py::repr(snapshot(answers)).cast<std::string>() + ")"; });
+}
+
+void bindGate(py::module_& module) {
+  const auto acquire = [](Gate& gate, bool blocking, double timeout) {
+    const py::gil_scoped_release unlocked;
+    return gate.acquire(blocking ? (timeout < 0 ? Deadline() : deadlineAfter(timeout)) : deadlineAfter(0));
+  };
+  const auto release = [](Gate& gate) {
+    if (!gate.release()) {
+      throw std::runtime_error("release unlocked lock");
+    }
+  };
+  py::class_<Gate, std::shared_ptr<Gate>>(module, "Gate", "A lock that parks a thread while its owner holds it.")
+      .def("acquire", acquire, py::arg("blocking") = true, py::arg("timeout") = -1.0,
+           "acquire(blocking: bool = True, timeout: float = -1) -> bool\n\nCloses the gate; False when it stayed held.")
+      .def("release", release, "release() -> None\n\nOpens the gate; RuntimeError when it is open.")
+      .def("locked", &Gate::locked, "locked() -> bool\n\nWhether the gate is closed.")
+      .def("__enter__", [acquire](Gate& gate) { return acquire(gate, true, -1); })
+      .def("__exit__", [release](Gate& gate, const py::args&) { release(gate); });
+}
+
+void bindWorker(py::module_& module) {
+  py::class_<Worker>(module, "Worker", "A thread of the driver. It ends when its device is closed.")
+      .def("is_alive", &Worker::alive, "is_alive() -> bool\n\nWhether the thread runs or waits at its gate.")
+      .def(
+          "join",
+          [](Worker& worker, const std::optional<double>& timeout) {
+            const py::gil_scoped_release unlocked;
+            worker.join(timeout ? deadlineAfter(*timeout) : Deadline());
+          },
+          py::arg("timeout") = py::none(), "join(timeout: float | None = None) -> None\n\nWaits until the thread has ended.")
+      .def_property_readonly("name", &Worker::name, "-> str")
+      .def_property_readonly("daemon", [](const Worker&) { return false; }, "-> bool");
+}
+
+}  // namespace
+
+py::bytes makeBytes(ByteView bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
+Bytes bytesOf(const py::handle& value) {
+  if (PyObject_CheckBuffer(value.ptr()) != 0) {
+    const auto text = py::reinterpret_steal<py::object>(PyBytes_FromObject(value.ptr()));
+    if (!text) {
+      throw py::error_already_set();
+    }
+    const auto* data = reinterpret_cast<const std::uint8_t*>(PyBytes_AS_STRING(text.ptr()));
+    return {data, data + PyBytes_GET_SIZE(text.ptr())};
+  }
+  return checkedByteList(makeArgument(value), "data");
+}
+
+void bindPools(py::module_& module) {
+  bindReplyPool(module);
+  bindRawQueue(module);
+  bindSampleQueue(module);
+  bindAnswerSet(module);
+  bindGate(module);
+  bindWorker(module);
+  bindEntryPool<StreamPool>(
+      module, "StreamPool", "Raw queues by (command code, port), made when they are first asked for.",
+      [](const StreamKey& key) { return py::make_tuple(key.first, key.second); },
+      [](const py::object& key) {
+        if (!py::isinstance<py::tuple>(key) || py::len(key) != 2) {
+          fail(ErrorId::InputTypeNotCorrectError, "the key of a stream is a tuple (command code, port)");
+        }
+        const py::tuple pair = key;
+        return StreamKey{checkedRange(makeArgument(pair[0]), "command code", 0, 0xFFFF),
+                         checkedRange(makeArgument(pair[1]), "port", 0, 255)};
+      });
+  bindEntryPool<BroadcastPool>(
+      module, "BroadcastPool", "Sets of answers by command code, made when they are first asked for.",
+      [](int key) { return py::int_(key); },
+      [](const py::object& key) { return checkedRange(makeArgument(key), "command code", 0, 0xFFFF); });
+}
+
+}  // namespace qvx::binding

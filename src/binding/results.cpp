@@ -1,0 +1,51 @@
+#include "binding/results.h"
+
+#include <pybind11/numpy.h>
+
+#include <memory>
+#include <utility>
+
+namespace qvx::binding {
+namespace py = pybind11;
+namespace {
+
+PyObject* checked(PyObject* object) {
+  if (object == nullptr) {
+    throw py::error_already_set();
+  }
+  return object;
+}
+
+}  // namespace
+
+py::object makeSampleLists(const Samples& samples) {
+  std::size_t rows = 0;
+  for (const auto& piece : samples) {
+    rows += piece.rows();
+  }
+  auto list = py::reinterpret_steal<py::object>(checked(PyList_New(static_cast<Py_ssize_t>(rows))));
+  Py_ssize_t at = 0;
+  for (const auto& piece : samples) {
+    const auto width = static_cast<Py_ssize_t>(piece.width);
+    const double* value = piece.values.data();
+    for (std::size_t row = 0; row < piece.rows(); ++row) {
+      PyObject* sample = checked(PyList_New(width));
+      PyList_SET_ITEM(list.ptr(), at++, sample);
+      for (Py_ssize_t channel = 0; channel < width; ++channel) {
+        PyList_SET_ITEM(sample, channel, checked(PyFloat_FromDouble(*value++)));
+      }
+    }
+  }
+  return list;
+}
+
+py::object makeSampleArray(SampleArray&& samples) {
+  const auto columns = static_cast<py::ssize_t>(samples.channels);
+  auto values = std::make_unique<std::vector<double>>(std::move(samples.values));
+  const auto rows = static_cast<py::ssize_t>(values->size() / samples.channels);
+  const double* data = values->data();
+  const py::capsule owner(values.release(), [](void* p) { delete static_cast<std::vector<double>*>(p); });
+  return py::array_t<double>({rows, columns}, data, owner);
+}
+
+}  // namespace qvx::binding

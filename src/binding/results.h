@@ -1,0 +1,36 @@
+// How results become Python values.
+#pragma once
+
+#include "modules/analog/ai.h"
+
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+namespace qvx::binding {
+
+// A list of samples, each a list of floats.
+pybind11::object makeSampleLists(const Samples& samples);
+// A numpy array of float64, samples x channels. Raises ImportError without numpy.
+pybind11::object makeSampleArray(SampleArray&& samples);
+
+}  // namespace qvx::binding
+
+namespace pybind11::detail {
+
+template <>
+struct type_caster<qvx::Samples> {
+  PYBIND11_TYPE_CASTER(qvx::Samples, const_name("list"));
+  static handle cast(const qvx::Samples& samples, return_value_policy /*policy*/, handle /*parent*/) {
+    return qvx::binding::makeSampleLists(samples).release();
+  }
+};
+
+template <>
+struct type_caster<qvx::SampleArray> {
+  PYBIND11_TYPE_CASTER(qvx::SampleArray, const_name("numpy.ndarray"));
+  static handle cast(qvx::SampleArray samples, return_value_policy /*policy*/, handle /*parent*/) {
+    return qvx::binding::makeSampleArray(std::move(samples)).release();
+  }
+};
+
+}  // namespace pybind11::detail

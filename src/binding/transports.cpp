@@ -1,0 +1,172 @@
+#include "binding/transports.h"
+
+#include "binding/argument_caster.h"
+#include "binding/pools.h"
+#include "transport/tcp.h"
+
+#include <pybind11/stl.h>
+
+namespace qvx::binding {
+namespace {
+
+py::list makeFrames(const std::vector<Frame>& frames) {
+  py::list list;
+  for (const Frame& frame : frames) {
+    list.append(py::make_tuple(frame.code, makeBytes(frame.payload)));
+  }
+  return list;
+}
+
+// An application's own transport: any object with a client's methods. Used by any thread; holds the interpreter's lock
+// while it runs, and no C++ mutex.
+class PythonTransport final : public Transport {
+ public:
+  explicit PythonTransport(py::object object) : object_(std::move(object)) {}
+  ~PythonTransport() override {
+    const py::gil_scoped_acquire locked;
+    object_ = py::object();
+  }
+
+  const py::object& object() const { return object_; }
+  bool callsPython() const override { return true; }
+
+  void sendPacket(ByteView frame) override { send("sendPacket", frame); }
+  void sendBcstPacket(ByteView frame) override { send("sendBcstPacket", frame); }
+
+  bool connect(const std::string& address, int number) override {
+    const py::gil_scoped_acquire locked;
+    object_.attr("connect")(address, number);
+    return true;
+  }
+
+  void disconnect() override {
+    const py::gil_scoped_acquire locked;
+    object_.attr("disconnect")();
+  }
+
+  // Runs on the receive thread, where nobody catches a Python exception: it becomes a failure to report.
+  std::vector<Frame> recvAndSplitPacket(std::size_t size) override {
+    const py::gil_scoped_acquire locked;
+    try {
+      std::vector<Frame> frames;
+      for (const py::handle pair : object_.attr("recvAndSplitPacket")(size)) {
+        const auto parts = pair.cast<py::sequence>();
+        frames.push_back({py::object(parts[0]).cast<int>(), bytesOf(py::object(parts[1]))});
+      }
+      return frames;
+    } catch (py::error_already_set& error) {
+      failAs(error);
+    } catch (const py::cast_error& error) {
+      fail(ErrorId::NetworkConnectionLostError, std::string("recvAndSplitPacket gave no (code, payload) pairs: ") + error.what());
+    }
+  }
+
+ private:
+  void send(const char* method, ByteView frame) {
+    const py::gil_scoped_acquire locked;
+    py::list bytes(frame.size());
+    for (std::size_t i = 0; i < frame.size(); ++i) {
+      bytes[i] = py::int_(frame[i]);
+    }
+    object_.attr(method)(bytes);
+  }
+
+  [[noreturn]] static void failAs(const py::error_already_set& error) {
+    for (const ErrorKind& kind : errorKinds()) {
+      if (error.matches(errorClass(kind.id))) {
+        fail(kind.id, py::str(error.value().attr("msg")));
+      }
+    }
+    fail(ErrorId::NetworkConnectionLostError,
+         py::str(error.type().attr("__name__")).cast<std::string>() + ": " + py::str(error.value()).cast<std::string>());
+  }
+
+  py::object object_;
+};
+
+}  // namespace
+
+std::shared_ptr<Transport> transportOf(const py::object& client) {
+  if (client.is_none()) {
+    return nullptr;
+  }
+  // A Python subclass may override any method, so only the native class itself is called directly.
+  if (py::type::of(client).is(py::type::of<TCPClient>())) {
+    return client.cast<std::shared_ptr<TCPClient>>();
+  }
+  return std::make_shared<PythonTransport>(client);
+}
+
+py::object objectOf(const std::shared_ptr<Transport>& transport) {
+  if (const auto python = std::dynamic_pointer_cast<PythonTransport>(transport)) {
+    return python->object();
+  }
+  return py::cast(std::dynamic_pointer_cast<Client>(transport));
+}
+
+void bindTransports(py::module_& module) {
+  const auto unlocked = py::call_guard<py::gil_scoped_release>();
+  py::class_<Client, std::shared_ptr<Client>>(
+      module, "Client", "A transport: moves bytes to and from one device and cuts frames out of what it receives.")
+      .def(py::init<>(), "Client()\n\nA client without a medium: its stream can be filled and split.")
+      .def_property(
+          "stream", [](const Client& self) { return makeBytes(self.stream()); },
+          [](Client& self, const py::object& bytes) { self.setStream(bytesOf(bytes)); },
+          "-> bytes\n\nReceived bytes not yet consumed.")
+      .def_property("last_index", &Client::lastIndex, &Client::setLastIndex,
+                    "-> int\n\nWhere in `stream` the search for the next frame end starts.")
+      .def("_splitPacket", [](Client& self) { return makeFrames(self.splitPacket()); },
+           "_splitPacket() -> list[tuple[int, bytes]]\n\nTakes the whole frames from the front of `stream`, as (code, payload).")
+      .def(
+          "sendPacket",
+          [](Client& self, const py::object& packet) {
+            const Bytes bytes = bytesOf(packet);
+            const py::gil_scoped_release released;
+            self.sendPacket(bytes);
+          },
+          py::arg("packet"), "sendPacket(packet: list[int]) -> None\n\nWrites one whole frame.")
+      .def(
+          "recvPacket",
+          [](Client& self, std::size_t size) {
+            Bytes bytes;
+            {
+              const py::gil_scoped_release released;
+              bytes = self.recvPacket(size);
+            }
+            return makeBytes(bytes);
+          },
+          py::arg("size"), "recvPacket(size: int) -> bytes\n\nWhat arrived within the read timeout, at most `size` bytes.")
+      .def(
+          "recvAndSplitPacket",
+          [](Client& self, std::size_t size) {
+            std::vector<Frame> frames;
+            {
+              const py::gil_scoped_release released;
+              frames = self.recvAndSplitPacket(size);
+            }
+            return makeFrames(frames);
+          },
+          py::arg("size"),
+          "recvAndSplitPacket(size: int) -> list[tuple[int, bytes]]\n\nReads once and returns the frames that are now whole.")
+      .def("disconnect", &Client::disconnect, unlocked, "disconnect() -> None\n\nCloses the medium. Safe to repeat.");
+
+  py::class_<NetworkClient, Client, std::shared_ptr<NetworkClient>>(module, "NetworkClient", "A client over a socket.")
+      .def_property_readonly("socket", &NetworkClient::socket, "-> int\n\nThe socket's descriptor, 0 when none is open.")
+      .def("setTimeout", &NetworkClient::setTimeout, py::arg("t"),
+           "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
+
+  py::class_<TCPClient, NetworkClient, std::shared_ptr<TCPClient>>(module, "TCPClient", "A command or data channel over TCP.")
+      .def(py::init<>(), "TCPClient()")
+      .def(
+          "connect",
+          [](TCPClient& self, const Argument& ip_addr, const Argument& port) {
+            const std::string& address = checkedText(ip_addr, "ip_addr");
+            const int number = checkedRange(port, "port", 1, 65535);
+            const py::gil_scoped_release released;
+            return self.connect(address, number);
+          },
+          py::arg("ip_addr"), py::arg("port"),
+          "connect(ip_addr: str, port: int) -> bool\n\nConnects within 5 s; raises NetworkConnectionError.");
+}
+
+}  // namespace qvx::binding
