@@ -9,7 +9,9 @@ namespace {
 
 void bindAIState(py::class_<AIUnion, std::shared_ptr<AIUnion>>& ai_union,
                  py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based) {
-  ai_union.def_readonly("ai_dict", &AIUnion::ai_dict, "-> dict[int, list[int]]\n\nThe AI ports: port number to its channels.")
+  ai_union
+      .def_readonly("ai_dict", &AIUnion::ai_dict,
+                    "-> dict[int, list[int]]\n\nThe AI ports: port number to its channels.")
       .def_readonly("ai_ratio", &AIUnion::ai_ratio, "-> float\n\nVolts per least-significant bit.")
       .def_readonly("ai_max_rate", &AIUnion::ai_max_rate, "-> float\n\nThe product's highest rate in Hz.")
       .def_property_readonly(
@@ -20,23 +22,31 @@ void bindAIState(py::class_<AIUnion, std::shared_ptr<AIUnion>>& ai_union,
           "_checkAIPort(port: int) -> None\n\nRaises AIPortNotAvaliableError.")
       .def(
           "_convertAITriggerModeToMask",
-          [](const AIUnion&, const Argument& mode) { return AIUnion::_convertAITriggerModeToMask(mode); }, py::arg("mode"),
-          "_convertAITriggerModeToMask(mode: int) -> int\n\nBit 0 command, bit 1 real-time clock, bit 2 external interrupt.");
+          [](const AIUnion&, const Argument& mode) { return AIUnion::_convertAITriggerModeToMask(mode); },
+          py::arg("mode"),
+          "_convertAITriggerModeToMask(mode: int) -> int\n\nBit 0 command, bit 1 real-time clock, bit 2 external "
+          "interrupt.");
 
   based.def_readonly("ai_echo_cmd", &AIBased::ai_echo_cmd, "-> int\n\nThe command of the on-demand read.")
       .def_readonly("ai_strm_cmd", &AIBased::ai_strm_cmd, "-> int\n\nThe command that starts streaming.")
-      .def_property_readonly("ai_mode", [](const AIBased& self) { return self.ai_mode.load(); }, "-> int\n\nThe mode set last.")
-      .def_property_readonly("ai_killed", [](const AIBased& self) { return self.ai_killed.load(); }, "-> bool")
+      .def_property_readonly(
+          "ai_mode", [](const AIBased& self) { return self.ai_mode.load(); }, "-> int\n\nThe mode set last.")
+      .def_property_readonly(
+          "ai_killed", [](const AIBased& self) { return self.ai_killed.load(); }, "-> bool")
       .def_property_readonly("ai_open_flag", &AIBased::aiOpenFlag, "-> bool\n\nWhether analog input is open.")
-      .def_property_readonly("chip_select_p0", [](const AIBased& self) { return self.chipSelects(0); }, "-> list[int]")
-      .def_property_readonly("chip_select_p1", [](const AIBased& self) { return self.chipSelects(1); }, "-> list[int]")
-      .def_property_readonly("chip_select_p3", [](const AIBased& self) { return self.chipSelects(3); }, "-> list[int]")
-      .def_property_readonly("ai_data_queue_list", &AIBased::rawQueues, "-> list[RawQueue]\n\nRaw blocks, by port index.")
+      .def_property_readonly(
+          "chip_select_p0", [](const AIBased& self) { return self.chipSelects(0); }, "-> list[int]")
+      .def_property_readonly(
+          "chip_select_p1", [](const AIBased& self) { return self.chipSelects(1); }, "-> list[int]")
+      .def_property_readonly(
+          "chip_select_p3", [](const AIBased& self) { return self.chipSelects(3); }, "-> list[int]")
+      .def_property_readonly("ai_data_queue_list", &AIBased::rawQueues,
+                             "-> list[RawQueue]\n\nRaw blocks, by port index.")
       .def_property_readonly("ai_signal_queue_list", &AIBased::signalQueues,
                              "-> list[SampleQueue]\n\nDecoded samples, by port index.")
       .def_property_readonly(
-          "ai_lock", [](AIBased& self) -> Gate& { return self.decoder().gate(); }, py::return_value_policy::reference_internal,
-          "-> Gate\n\nThe gate of the decoder thread.")
+          "ai_lock", [](AIBased& self) -> Gate& { return self.decoder().gate(); },
+          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the decoder thread.")
       .def_property_readonly(
           "ai_stream_thread", [](AIBased& self) -> Worker& { return self.decoder().worker(); },
           py::return_value_policy::reference_internal, "-> Worker\n\nThe decoder thread.");
@@ -54,11 +64,13 @@ void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based)
           "_checkAITriggerMode", [](const AIBased&, const Argument& mode) { AIBased::_checkAITriggerMode(mode); },
           py::arg("mode"), "_checkAITriggerMode(mode: int) -> None\n\n0..6; else AITriggerModeNotAvaliableError.")
       .def(
-          "_checkAIChipSelect", [](const AIBased&, const Argument& cs) { AIBased::_checkAIChipSelect(cs); }, py::arg("cs"),
-          "_checkAIChipSelect(cs: list[int]) -> None\n\nEach 0, 1 or 2; else AICSNotAvaliableError.")
+          "_checkAIChipSelect", [](const AIBased&, const Argument& cs) { AIBased::_checkAIChipSelect(cs); },
+          py::arg("cs"), "_checkAIChipSelect(cs: list[int]) -> None\n\nEach 0, 1 or 2; else AICSNotAvaliableError.")
       .def(
           "_ckeckAISamplingRate",
-          [](const AIBased& self, const Argument& port, const Argument& rate) { self._ckeckAISamplingRate(port, rate); },
+          [](const AIBased& self, const Argument& port, const Argument& rate) {
+            self._ckeckAISamplingRate(port, rate);
+          },
           py::arg("port"), py::arg("rate"),
           "_ckeckAISamplingRate(port: int, rate: int) -> None\n\nRaises AIRateNotVaildError above the product's limit.")
       .def("_AI_changePortToIndex", &AIBased::_AI_changePortToIndex, py::arg("port"),
@@ -80,13 +92,15 @@ void bindAnalog(py::module_& module) {
       .request("AI_open", &AIUnion::AI_open, "port: int", "int", "Opens analog input. Returns 0.")
       .request("AI_close", &AIUnion::AI_close, "port: int", "int", "Closes analog input. Returns 0.");
   Operations(based, based, CoroutineTimeout::None)
-      .request("AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int", "Prepares a port for streaming. Returns 0.")
+      .request("AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
+               "Prepares a port for streaming. Returns 0.")
       .plain("AI_startStreaming", &AIBased::AI_startStreaming, "port: int", "int",
              "Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0.")
       .request("AI_closeStreaming", &AIBased::AI_closeStreaming, "port: int", "int", "Ends streaming. Returns 0.")
-      .request("AI_setMode", &AIBased::AI_setMode, "port: int, mode: int", "int",
-               "Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. "
-               "Returns 0.")
+      .request(
+          "AI_setMode", &AIBased::AI_setMode, "port: int, mode: int", "int",
+          "Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. "
+          "Returns 0.")
       .request("AI_setNumSamples", &AIBased::AI_setNumSamples, "port: int, num_samples: int", "int",
                "How many samples mode 1 acquires, 0..4294967295. Returns 0.")
       .request("AI_setSamplingRate", &AIBased::AI_setSamplingRate, "port: int, sampling_rate: int", "int",
@@ -96,27 +110,35 @@ void bindAnalog(py::module_& module) {
 
   using M = AIOperations;
   Operations ops(py::class_<AIModule, AIBased, std::shared_ptr<AIModule>>(module, "AIModule", "16-bit analog input."),
-                 py::class_<AIModule_async, AIBased, std::shared_ptr<AIModule_async>>(module, "AIModule_async",
-                                                                                     "16-bit analog input as coroutines."),
+                 py::class_<AIModule_async, AIBased, std::shared_ptr<AIModule_async>>(
+                     module, "AIModule_async", "16-bit analog input as coroutines."),
                  CoroutineTimeout::None);
-  ops.request("AI_enableChannel", &M::AI_enableChannel, "port: int, channel: int", "int",
-              "How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises "
-              "AIChannelNotAvaliableError. Returns 0.")
-      .request("AI_enableCS", &M::AI_enableCS, "slot: int, chip_select: list[int]", "int",
-               "Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0.")
+  ops.request(
+         "AI_enableChannel", &M::AI_enableChannel, "port: int, channel: int", "int",
+         "How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises "
+         "AIChannelNotAvaliableError. Returns 0.")
+      .request(
+          "AI_enableCS", &M::AI_enableCS, "slot: int, chip_select: list[int]", "int",
+          "Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0.")
       .request("AI_setTriggerMode", &M::AI_setTriggerMode, "port: int, mode: int", "int",
                "What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and "
-               "interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0.")
-      .request("AI_readOnDemand", &M::AI_readOnDemand, "port: int", "list[float]", "One sample now: volts of each channel.")
+               "interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. "
+               "Returns 0.")
+      .request("AI_readOnDemand", &M::AI_readOnDemand, "port: int", "list[float]",
+               "One sample now: volts of each channel.")
       .plain("AI_readStreaming", &M::AI_readStreaming, "port: int, num_samples: int, delay: float", "list[list[float]]",
-             "At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at "
+             "At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. "
+             "Waits at "
              "most `delay` seconds for them and returns what is there; never raises for lack of data.")
       .plain("AI_readStreamingArray", &M::AI_readStreamingArray, "port: int, num_samples: int, delay: float",
-             "numpy.ndarray", "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy.")
-      .request("_AI_getDataRTC", &M::_AI_getDataRTC, "port: int", "list[float]", "The sample taken at the clock's last trigger.")
+             "numpy.ndarray",
+             "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy.")
+      .request("_AI_getDataRTC", &M::_AI_getDataRTC, "port: int", "list[float]",
+               "The sample taken at the clock's last trigger.")
       .request("_AI_getCounter", &M::_AI_getCounter, "port: int", "list[int]",
                "The device's counters: samples acquired, packets sent, samples lost.")
-      .request("_AI_clearBufferStatus", &M::_AI_clearBufferStatus, "port: int", "int", "Empties the device's buffer. Returns 0.")
+      .request("_AI_clearBufferStatus", &M::_AI_clearBufferStatus, "port: int", "int",
+               "Empties the device's buffer. Returns 0.")
       .request("_AI_readBufferStatus", &M::_AI_readBufferStatus, "port: int", "list[int]",
                "The device's buffer: samples waiting, capacity.");
 }

@@ -23,14 +23,15 @@ struct State {
 
 // A type of its own, not pybind11's: asyncio steps coroutines through the type's slots, which cost a tenth of a call.
 struct Object {
-  PyObject_HEAD
-  State* state;
+  PyObject_HEAD State* state;
   PyObject* name;
 };
 
 PyTypeObject* coroutine_type = nullptr;
 
-State& stateOf(PyObject* self) { return *reinterpret_cast<Object*>(self)->state; }
+State& stateOf(PyObject* self) {
+  return *reinterpret_cast<Object*>(self)->state;
+}
 
 // Runs C++ that must not throw into the interpreter.
 template <class Result, class Call>
@@ -141,7 +142,9 @@ PyObject* sendMethod(PyObject* self, PyObject* value) {
   return nullptr;
 }
 
-PyObject* next(PyObject* self) { return sendMethod(self, Py_None); }
+PyObject* next(PyObject* self) {
+  return sendMethod(self, Py_None);
+}
 
 PyObject* identity(PyObject* self) {
   Py_INCREF(self);
@@ -189,7 +192,9 @@ PyObject* repr(PyObject* self) {
   return PyUnicode_FromFormat("<coroutine %U at %p>", reinterpret_cast<Object*>(self)->name, self);
 }
 
-PyObject* running(PyObject* self, void* /*unused*/) { return PyBool_FromLong(stateOf(self).running ? 1 : 0); }
+PyObject* running(PyObject* self, void* /*unused*/) {
+  return PyBool_FromLong(stateOf(self).running ? 1 : 0);
+}
 
 int traverse(PyObject* self, visitproc visit, void* arg) {
   const State* state = reinterpret_cast<Object*>(self)->state;

@@ -5,6 +5,7 @@
 #include "binding/operations.h"
 #include "binding/pools.h"
 #include "core/constants.h"
+#include "protocol/aside.h"
 
 #include <algorithm>
 #include <mutex>
@@ -94,8 +95,9 @@ void bindDevices(py::module_& module) {
   py::class_<Device, Packet, Packet_async, std::shared_ptr<Device>>(
       module, "Device", "What every device handle is: the three pools, and the order of its life.")
       .def(py::init([] { return makeDevice<Device>(); }), "Device()")
-      .def_property_readonly("killed", [](const Device& self) { return self.killed.load(); },
-                             "-> bool\n\nSet by close(); ends the threads.")
+      .def_property_readonly(
+          "killed", [](const Device& self) { return self.killed.load(); },
+          "-> bool\n\nSet by close(); ends the threads.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(
           "_checkCommandType",
@@ -109,9 +111,11 @@ void bindDevices(py::module_& module) {
           [](Device& self, const Argument& cmd, const py::object& data) {
             self.putToDataPool(checkedRange(cmd, "cmd", 0, 0xFFFF), bytesOf(data));
           },
-          py::arg("cmd"), py::arg("data"), "_putToDataPool(cmd: int, data: bytes) -> None\n\nFiles one received packet.")
-      .def("close", [](Device& self) { closeUnlocked(self); },
-           "close() -> None\n\nDisconnects and ends every thread; waits in progress end. Safe to repeat.")
+          py::arg("cmd"), py::arg("data"),
+          "_putToDataPool(cmd: int, data: bytes) -> None\n\nFiles one received packet.")
+      .def(
+          "close", [](Device& self) { closeUnlocked(self); },
+          "close() -> None\n\nDisconnects and ends every thread; waits in progress end. Safe to repeat.")
       .def("__enter__", [](const py::object& self) { return self; })
       .def("__exit__", [](Device& self, const py::args&) { closeUnlocked(self); })
       .def("__aenter__",
@@ -145,8 +149,21 @@ void bindDevices(py::module_& module) {
             return self.connect(ip_addr, port);
           },
           Signature("ip_addr: str, port: int = 7"),
-          docstring("connect", "ip_addr: str, port: int = 7", "bool",
-                    "Connects to the device at an IPv4 address (dotted text), within 5 s. Raises NetworkConnectionError."))
+          docstring(
+              "connect", "ip_addr: str, port: int = 7", "bool",
+              "Connects to the device at an IPv4 address (dotted text), within 5 s. Raises NetworkConnectionError."))
+      .def(
+          "connect_async",
+          [](const py::object& self, const Argument& ip_addr, const Argument& port) {
+            auto& device = self.cast<NetworkDevice&>();
+            return makeCoroutineOf("connect_async", self, [&device, ip_addr, port] {
+              runAside([&] { device.connect(ip_addr, port); }, [&] { device.disconnect(); });
+              return true;
+            });
+          },
+          Signature("ip_addr: str, port: int = 7"),
+          docstring("connect_async", "ip_addr: str, port: int = 7", "Coroutine[bool]",
+                    "As connect, without blocking the event loop."))
       .def(
           "disconnect",
           [](NetworkDevice& self) {
@@ -154,7 +171,8 @@ void bindDevices(py::module_& module) {
             self.disconnect();
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
-      .def_property_readonly("connect_status_cmd", &NetworkDevice::connectStatusCmd, "-> bool\n\nWhether it is connected.")
+      .def_property_readonly("connect_status_cmd", &NetworkDevice::connectStatusCmd,
+                             "-> bool\n\nWhether it is connected.")
       .def_property_readonly("ip_addr", &NetworkDevice::ipAddr, "-> str\n\nThe address connected to last.")
       .def_property_readonly(
           "recv_cmd_lock", [](NetworkDevice& self) -> Gate& { return self.receiver().gate(); },
@@ -163,9 +181,10 @@ void bindDevices(py::module_& module) {
           "recv_cmd_thread", [](NetworkDevice& self) -> Worker& { return self.receiver().worker(); },
           py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
 
-  py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice", "The handle of the Ethernet products.")
-      .def(py::init([](bool verbose) { return makeDevice<ETHDevice>(ProductId::None, verbose); }), py::arg("verbose") = true,
-           "ETHDevice(verbose: bool = True)");
+  py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice",
+                                                                   "The handle of the Ethernet products.")
+      .def(py::init([](bool verbose) { return makeDevice<ETHDevice>(ProductId::None, verbose); }),
+           py::arg("verbose") = true, "ETHDevice(verbose: bool = True)");
 
   py::dict labels;
   for (const ProductLabel& row : productLabels()) {

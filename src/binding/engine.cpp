@@ -13,13 +13,17 @@
 namespace qvx::binding {
 namespace {
 
-int commandCode(const Argument& cmd) { return checkedRange(cmd, "cmd", 0, 0xFFFF); }
+int commandCode(const Argument& cmd) {
+  return checkedRange(cmd, "cmd", 0, 0xFFFF);
+}
 
 py::object makeReply(const std::optional<Bytes>& reply) {
   return reply ? py::object(makeBytes(*reply)) : py::object(py::none());
 }
 
-[[noreturn]] void failUnanswered() { fail(ErrorId::ReceivePacketTimeoutError); }
+[[noreturn]] void failUnanswered() {
+  fail(ErrorId::ReceivePacketTimeoutError);
+}
 
 // A coroutine body whose result is a reply or None.
 class ReplyBody final : public CoroutineBody {
@@ -86,11 +90,12 @@ void defineRequest(py::class_<Packet, Packet_based, std::shared_ptr<Packet>>& bl
   const char* full_name = keep(std::string(name) + "_async");
   coroutine.def(
       full_name,
-      [request, full_name](const py::object& self, const Argument& cmd, const py::object& data_out, const Argument& timeout) {
+      [request, full_name](const py::object& self, const Argument& cmd, const py::object& data_out,
+                           const Argument& timeout) {
         auto& engine = self.cast<Packet_based&>();
         return makeCoroutine(full_name, self,
-                             std::make_unique<ReplyBody>([&engine, request, code = commandCode(cmd), data = bytesOf(data_out),
-                                                          seconds = checkedTimeout(timeout)] {
+                             std::make_unique<ReplyBody>([&engine, request, code = commandCode(cmd),
+                                                          data = bytesOf(data_out), seconds = checkedTimeout(timeout)] {
                                return (engine.*request)(code, data, seconds);
                              }));
       },
@@ -109,7 +114,8 @@ void bindEngine(py::module_& module) {
           [](const Packet_based&, const Argument& cmd, const py::object& data) {
             return buildFrame(commandCode(cmd), bytesOf(data));
           },
-          py::arg("cmd"), py::arg("data"), "_preparePacket(cmd: int, data: list[int]) -> list[int]\n\nThe frame of a command.")
+          py::arg("cmd"), py::arg("data"),
+          "_preparePacket(cmd: int, data: list[int]) -> list[int]\n\nThe frame of a command.")
       .def_property(
           "client_cmd", [](const Packet_based& self) { return objectOf(self.clientCmd()); },
           [](Packet_based& self, const py::object& client) { self.setClientCmd(transportOf(client)); },
@@ -136,8 +142,9 @@ void bindEngine(py::module_& module) {
 
   defineRequest(blocking, coroutine, "_echoPacket", &Packet_based::echoPacket,
                 "Sends a command once and waits for its reply. Raises ReceivePacketTimeoutError.");
-  defineRequest(blocking, coroutine, "_echoPacketWithRetry", &Packet_based::echoPacketWithRetry,
-                "Sends a command, again while no reply comes, and waits for its reply. Raises ReceivePacketTimeoutError.");
+  defineRequest(
+      blocking, coroutine, "_echoPacketWithRetry", &Packet_based::echoPacketWithRetry,
+      "Sends a command, again while no reply comes, and waits for its reply. Raises ReceivePacketTimeoutError.");
 
   blocking.def(
       "_sendPacketWithoutReply",
@@ -147,7 +154,8 @@ void bindEngine(py::module_& module) {
         const py::gil_scoped_release unlocked;
         self.sendPacketWithoutReply(code, data);
       },
-      py::arg("cmd"), py::arg("data_out"), "_sendPacketWithoutReply(cmd: int, data_out: list[int]) -> None\n\nSends a command.");
+      py::arg("cmd"), py::arg("data_out"),
+      "_sendPacketWithoutReply(cmd: int, data_out: list[int]) -> None\n\nSends a command.");
   coroutine.def(
       "_sendPacketWithoutReply_async",
       [](const py::object& self, const Argument& cmd, const py::object& data_out) {
@@ -182,16 +190,19 @@ void bindEngine(py::module_& module) {
       "_getReplyFromPool_async",
       [](const py::object& self, const Argument& cmd) {
         auto& engine = self.cast<Packet_based&>();
-        return makeCoroutine("_getReplyFromPool_async", self,
-                             std::make_unique<ReplyBody>([&engine, key = checkedRange(cmd, "cmd", INT32_MIN, INT32_MAX)] {
-                               return engine.data_pool_echo.waitFor(key, std::nullopt);
-                             }));
+        return makeCoroutine(
+            "_getReplyFromPool_async", self,
+            std::make_unique<ReplyBody>([&engine, key = checkedRange(cmd, "cmd", INT32_MIN, INT32_MAX)] {
+              return engine.data_pool_echo.waitFor(key, std::nullopt);
+            }));
       },
-      py::arg("cmd"), "_getReplyFromPool_async(cmd: int) -> Coroutine[bytes]\n\nTakes the reply with this key, however long it takes.");
+      py::arg("cmd"),
+      "_getReplyFromPool_async(cmd: int) -> Coroutine[bytes]\n\nTakes the reply with this key, however long it takes.");
 
   blocking.def(
       "_getStreamingFromPool",
-      [](Packet_based& self, const py::object& queue, const Argument& num_samples, const Argument& delay) -> py::object {
+      [](Packet_based& self, const py::object& queue, const Argument& num_samples,
+         const Argument& delay) -> py::object {
         const auto count = checkedInt(num_samples, "num_samples");
         const double seconds = checkedNumber(delay, "delay");
         if (py::isinstance<RawQueue>(queue)) {
@@ -219,7 +230,8 @@ void bindEngine(py::module_& module) {
       },
       py::arg("queue_"), py::arg("num_samples"), py::arg("delay"),
       "_getStreamingFromPool(queue_: object, num_samples: int, delay: float) -> list\n\nWaits for `num_samples` items, "
-      "however long that takes, and takes them; -1 takes what is there. `delay` is the longest time, in seconds, until an "
+      "however long that takes, and takes them; -1 takes what is there. `delay` is the longest time, in seconds, until "
+      "an "
       "item is noticed.");
   coroutine.def(
       "_getStreamingFromPool_async",
@@ -257,7 +269,8 @@ void bindEngine(py::module_& module) {
             std::make_unique<Body>(self.cast<Packet_based&>(), queue.cast<std::shared_ptr<RawQueue>>(), count));
       },
       py::arg("queue_"), py::arg("num_samples"), py::arg("delay"),
-      "_getStreamingFromPool_async(queue_: object, num_samples: int, delay: float) -> Coroutine[list]\n\nAs the blocking form.");
+      "_getStreamingFromPool_async(queue_: object, num_samples: int, delay: float) -> Coroutine[list]\n\nAs the "
+      "blocking form.");
 
   blocking.def(
       "_broadcastPacket",
@@ -268,14 +281,16 @@ void bindEngine(py::module_& module) {
         return self.broadcastPacket(code, data);
       },
       py::arg("cmd"), py::arg("data_out"),
-      "_broadcastPacket(cmd: int, data_out: list[int]) -> AnswerSet\n\nSends a broadcast three times and collects answers for 5 s.");
+      "_broadcastPacket(cmd: int, data_out: list[int]) -> AnswerSet\n\nSends a broadcast three times and collects "
+      "answers for 5 s.");
   coroutine.def(
       "_broadcastPacket_async",
       [](const py::object& self, const Argument& cmd, const py::object& data_out) {
         auto& engine = self.cast<Packet_based&>();
-        return makeCoroutineOf("_broadcastPacket_async", self, [&engine, code = commandCode(cmd), data = bytesOf(data_out)] {
-          return engine.broadcastPacket(code, data);
-        });
+        return makeCoroutineOf("_broadcastPacket_async", self,
+                               [&engine, code = commandCode(cmd), data = bytesOf(data_out)] {
+                                 return engine.broadcastPacket(code, data);
+                               });
       },
       py::arg("cmd"), py::arg("data_out"),
       "_broadcastPacket_async(cmd: int, data_out: list[int]) -> Coroutine[AnswerSet]\n\nAs the blocking form.");

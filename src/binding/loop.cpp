@@ -55,13 +55,15 @@ std::shared_ptr<LoopPort> LoopPort::current() {
   }
   auto port = std::make_shared<LoopPort>();
   port->attach(loop);
-  table().ports[loop] =
-      py::capsule(new std::shared_ptr<LoopPort>(port), [](void* p) { delete static_cast<std::shared_ptr<LoopPort>*>(p); });
+  table().ports[loop] = py::capsule(new std::shared_ptr<LoopPort>(port),
+                                    [](void* p) { delete static_cast<std::shared_ptr<LoopPort>*>(p); });
   table().latest = port;
   return port;
 }
 
-bool LoopPort::belongsTo(const py::object& loop) const { return PyWeakref_GetObject(loop_.ptr()) == loop.ptr(); }
+bool LoopPort::belongsTo(const py::object& loop) const {
+  return PyWeakref_GetObject(loop_.ptr()) == loop.ptr();
+}
 
 LoopPort::LoopPort() : event_fd_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
   if (event_fd_ < 0) {
@@ -69,7 +71,9 @@ LoopPort::LoopPort() : event_fd_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
   }
 }
 
-LoopPort::~LoopPort() { ::close(event_fd_); }
+LoopPort::~LoopPort() {
+  ::close(event_fd_);
+}
 
 // The loop keeps what it is given for as long as it lives; it must not keep the port.
 void LoopPort::attach(const py::object& loop) {
@@ -132,9 +136,9 @@ py::object LoopPort::makeFuture(std::uint64_t ticket, const Deadline& deadline, 
   }
   if (deadline) {
     const double seconds = std::chrono::duration<double>(*deadline - Clock::now()).count();
-    timer = checked(PyObject_CallMethodObjArgs(loop.ptr(), names.call_later.ptr(),
-                                               py::float_(std::max(seconds, 0.0)).ptr(), fire_.ptr(),
-                                               py::int_(ticket).ptr(), nullptr));
+    timer =
+        checked(PyObject_CallMethodObjArgs(loop.ptr(), names.call_later.ptr(), py::float_(std::max(seconds, 0.0)).ptr(),
+                                           fire_.ptr(), py::int_(ticket).ptr(), nullptr));
   }
   futures_.emplace(ticket, future);
   return future;

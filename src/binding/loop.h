@@ -11,8 +11,8 @@
 
 namespace qvx::binding {
 
-// One for each event loop. post() is for any thread; everything else needs the interpreter's lock and runs on the loop's
-// thread.
+// One for each event loop. post() is for any thread; everything else needs the interpreter's lock and runs on the
+// loop's thread.
 class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort> {
  public:
   // The port of the loop that runs on this thread; made on first use. Raises RuntimeError when none runs.

@@ -1,6 +1,6 @@
+#include "models/models.h"
 #include "binding/devices.h"
 #include "binding/modules.h"
-#include "models/models.h"
 
 namespace qvx::binding {
 namespace {
@@ -10,7 +10,8 @@ template <class Class, class... Bases>
 void bindModel(py::module_& module, const char* name, ProductId product, const char* doc) {
   py::class_<Class, Bases..., std::shared_ptr<Class>>(module, name, doc)
       .def(py::init([product](bool verbose) { return makeDevice<Class>(product, verbose); }), py::arg("verbose") = true,
-           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off standard output.");
+           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
+           "standard output.");
 }
 
 }  // namespace

@@ -32,9 +32,12 @@ Signature::Signature(std::string_view text) {
   }
 }
 
-const char* keep(std::string text) { return (new std::string(std::move(text)))->c_str(); }
+const char* keep(std::string text) {
+  return (new std::string(std::move(text)))->c_str();
+}
 
-const char* docstring(std::string_view name, std::string_view signature, std::string_view result, std::string_view doc) {
+const char* docstring(std::string_view name, std::string_view signature, std::string_view result,
+                      std::string_view doc) {
   std::string text;
   text.append(name).append("(").append(signature).append(") -> ").append(result).append("\n\n").append(doc);
   return keep(std::move(text));

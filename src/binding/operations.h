@@ -2,9 +2,9 @@
 //
 //   ops.request("AI_setMode", &AIOperations::AI_setMode, "port: int, mode: int", "int", R"(Chooses ...)");
 //
-// The blocking form runs the body on the caller's thread with the interpreter's lock released; the coroutine form, named
-// with the suffix _async, runs the same body on a fiber. Docstrings begin with the signature, from which the stubs are
-// made.
+// The blocking form runs the body on the caller's thread with the interpreter's lock released; the coroutine form,
+// named with the suffix _async, runs the same body on a fiber. Docstrings begin with the signature, from which the
+// stubs are made.
 #pragma once
 
 #include "binding/argument_caster.h"
@@ -69,8 +69,8 @@ class Operations {
 
   // An operation that waits for a reply: its body takes `timeout` last.
   template <class Owner, class Result, class... Args>
-  Operations& request(const char* name, Result (Owner::*body)(Args...), const std::string& signature, const char* result,
-                      const char* doc) {
+  Operations& request(const char* name, Result (Owner::*body)(Args...), const std::string& signature,
+                      const char* result, const char* doc) {
     const std::string timed = signature + (signature.empty() ? "" : ", ") + "timeout: float = 3";
     defineBlocking(name, body, timed, result, doc);
     if (coroutine_timeout_ == CoroutineTimeout::Keyword) {
@@ -95,8 +95,8 @@ class Operations {
   using Each = Argument;
 
   template <class Owner, class Result, class... Args>
-  void defineBlocking(const char* name, Result (Owner::*body)(Args...), const std::string& signature, const char* result,
-                      const char* doc) {
+  void defineBlocking(const char* name, Result (Owner::*body)(Args...), const std::string& signature,
+                      const char* result, const char* doc) {
     defineBlockingWith(name, body, signature, result, doc, std::index_sequence_for<Args...>());
   }
 
@@ -136,7 +136,8 @@ class Operations {
         [body, full_name](const py::object& self, const Each<I>&... args) {
           Owner& owner = self.cast<typename Coroutine::type&>();
           return makeCoroutineOf(full_name, self, [&owner, body, bound = std::make_tuple(args...)] {
-            return std::apply([&](const auto&... each) { return (owner.*body)(each..., Argument(kDefaultTimeout)); }, bound);
+            return std::apply([&](const auto&... each) { return (owner.*body)(each..., Argument(kDefaultTimeout)); },
+                              bound);
           });
         },
         Signature(signature), docstring(full_name, signature, "Coroutine[" + std::string(result) + "]", doc));

@@ -1,9 +1,9 @@
 // Pools, queues, gates and threads, as Python sees them: mappings, queue.Queue, a lock, a thread.
 #include "binding/pools.h"
 
+#include "binding/argument_caster.h"
 #include "binding/results.h"
 #include "core/argument.h"
-#include "binding/argument_caster.h"
 #include "protocol/engine.h"
 #include "protocol/worker.h"
 
@@ -33,12 +33,15 @@ Deadline blockingDeadline(bool block, const std::optional<double>& timeout) {
 // The methods that every queue shares with queue.Queue, and that follow from qsize, get and put.
 template <class Class>
 void defineQueue(Class& cls) {
-  cls.def("empty", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>() == 0; },
-          "empty() -> bool\n\nWhether nothing is queued.");
-  cls.def("get_nowait", [](const py::object& self) { return self.attr("get")(false); },
-          "get_nowait() -> object\n\nTakes the oldest entry; raises queue.Empty when there is none.");
-  cls.def("put_nowait", [](const py::object& self, const py::object& item) { self.attr("put")(item); }, py::arg("item"),
-          "put_nowait(item) -> None\n\nAppends an entry; raises queue.Full when a bounded queue is full.");
+  cls.def(
+      "empty", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>() == 0; },
+      "empty() -> bool\n\nWhether nothing is queued.");
+  cls.def(
+      "get_nowait", [](const py::object& self) { return self.attr("get")(false); },
+      "get_nowait() -> object\n\nTakes the oldest entry; raises queue.Empty when there is none.");
+  cls.def(
+      "put_nowait", [](const py::object& self, const py::object& item) { self.attr("put")(item); }, py::arg("item"),
+      "put_nowait(item) -> None\n\nAppends an entry; raises queue.Full when a bounded queue is full.");
   cls.def("__len__", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>(); });
 }
 
@@ -51,15 +54,19 @@ py::object missing(const py::object& key) {
 }
 
 void bindReplyPool(py::module_& module) {
-  py::class_<ReplyPool>(module, "ReplyPool", "Replies by key, at most one for each; a newer one overwrites an older one. A mapping of int to bytes.")
+  py::class_<ReplyPool>(
+      module, "ReplyPool",
+      "Replies by key, at most one for each; a newer one overwrites an older one. A mapping of int to bytes.")
       .def("__len__", &ReplyPool::size)
-      .def("__contains__", [](const ReplyPool& pool, const Argument& key) { return key.isInt() && pool.peek(replyKeyOf(key)).has_value(); })
+      .def("__contains__", [](const ReplyPool& pool,
+                              const Argument& key) { return key.isInt() && pool.peek(replyKeyOf(key)).has_value(); })
       .def("__getitem__",
            [](const ReplyPool& pool, const py::object& key) {
              const auto reply = pool.peek(replyKeyOf(makeArgument(key)));
              return reply ? makeBytes(*reply) : missing(key);
            })
-      .def("__setitem__", [](ReplyPool& pool, const Argument& key, const py::object& reply) { pool.put(replyKeyOf(key), bytesOf(reply)); })
+      .def("__setitem__", [](ReplyPool& pool, const Argument& key,
+                             const py::object& reply) { pool.put(replyKeyOf(key), bytesOf(reply)); })
       .def("__delitem__",
            [](ReplyPool& pool, const py::object& key) {
              if (!pool.take(replyKeyOf(makeArgument(key)))) {
@@ -74,7 +81,8 @@ void bindReplyPool(py::module_& module) {
             const auto reply = pool.peek(replyKeyOf(key));
             return reply ? makeBytes(*reply) : fallback;
           },
-          py::arg("key"), py::arg("default") = py::none(), "get(key: int, default: object = None) -> object\n\nThe reply, which stays.")
+          py::arg("key"), py::arg("default") = py::none(),
+          "get(key: int, default: object = None) -> object\n\nThe reply, which stays.")
       .def(
           "pop",
           [](ReplyPool& pool, const py::object& key, const py::args& fallback) -> py::object {
@@ -85,19 +93,21 @@ void bindReplyPool(py::module_& module) {
             return fallback.empty() ? missing(key) : py::object(fallback[0]);
           },
           py::arg("key"), "pop(key: int, *default: object) -> object\n\nTakes the reply.")
-      .def("items",
-           [](const ReplyPool& pool) {
-             py::list items;
-             for (const int key : pool.keys()) {
-               if (const auto reply = pool.peek(key)) {
-                 items.append(py::make_tuple(key, makeBytes(*reply)));
-               }
-             }
-             return items;
-           },
-           "items() -> list[tuple[int, bytes]]")
+      .def(
+          "items",
+          [](const ReplyPool& pool) {
+            py::list items;
+            for (const int key : pool.keys()) {
+              if (const auto reply = pool.peek(key)) {
+                items.append(py::make_tuple(key, makeBytes(*reply)));
+              }
+            }
+            return items;
+          },
+          "items() -> list[tuple[int, bytes]]")
       .def("clear", &ReplyPool::clear, "clear() -> None")
-      .def("__repr__", [](const ReplyPool& pool) { return "<pyqvx.ReplyPool with " + std::to_string(pool.size()) + " replies>"; });
+      .def("__repr__",
+           [](const ReplyPool& pool) { return "<pyqvx.ReplyPool with " + std::to_string(pool.size()) + " replies>"; });
 }
 
 void bindRawQueue(py::module_& module) {
@@ -105,11 +115,15 @@ void bindRawQueue(py::module_& module) {
       module, "RawQueue", "Streamed items as bytes, oldest first, unbounded: a queue.Queue. An item has no port byte.");
   cls.def(py::init<>(), "RawQueue()")
       .def("qsize", &RawQueue::size, "qsize() -> int\n\nHow many items are queued.")
-      .def("full", [](const RawQueue&) { return false; }, "full() -> bool")
-      .def_property_readonly("maxsize", [](const RawQueue&) { return 0; }, "-> int\n\n0: unbounded.")
-      .def("put", [](RawQueue& queue, const py::object& item, bool, const std::optional<double>&) { queue.put(bytesOf(item)); },
-           py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
-           "put(item: bytes, block: bool = True, timeout: float | None = None) -> None")
+      .def(
+          "full", [](const RawQueue&) { return false; }, "full() -> bool")
+      .def_property_readonly(
+          "maxsize", [](const RawQueue&) { return 0; }, "-> int\n\n0: unbounded.")
+      .def(
+          "put",
+          [](RawQueue& queue, const py::object& item, bool, const std::optional<double>&) { queue.put(bytesOf(item)); },
+          py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
+          "put(item: bytes, block: bool = True, timeout: float | None = None) -> None")
       .def(
           "get",
           [](RawQueue& queue, bool block, const std::optional<double>& timeout) {
@@ -126,7 +140,8 @@ void bindRawQueue(py::module_& module) {
             return makeBytes(*item);
           },
           py::arg("block") = true, py::arg("timeout") = py::none(),
-          "get(block: bool = True, timeout: float | None = None) -> bytes\n\nTakes the oldest item; raises queue.Empty when none came in time.");
+          "get(block: bool = True, timeout: float | None = None) -> bytes\n\nTakes the oldest item; raises queue.Empty "
+          "when none came in time.");
   defineQueue(cls);
 }
 
@@ -134,21 +149,25 @@ void bindSampleQueue(py::module_& module) {
   py::class_<SampleQueue, std::shared_ptr<SampleQueue>> cls(
       module, "SampleQueue", "Decoded samples, each a list of volts, oldest first: a bounded queue.Queue.");
   cls.def("qsize", &SampleQueue::size, "qsize() -> int\n\nHow many samples are queued.")
-      .def("full", [](const SampleQueue& queue) { return queue.size() >= queue.capacity(); }, "full() -> bool")
+      .def(
+          "full", [](const SampleQueue& queue) { return queue.size() >= queue.capacity(); }, "full() -> bool")
       .def_property_readonly("maxsize", &SampleQueue::capacity, "-> int\n\nHow many samples fit.")
-      .def_property_readonly("dropped", &SampleQueue::dropped, "-> int\n\nSamples dropped so far because the queue was full.")
-      .def("put",
-           [](SampleQueue& queue, const std::vector<double>& sample, bool, const std::optional<double>&) {
-             if (sample.empty()) {
-               throw py::value_error("a sample has at least one channel");
-             }
-             if (queue.size() >= queue.capacity()) {
-               throwQueue("Full");
-             }
-             queue.put(sample, sample.size());
-           },
-           py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
-           "put(item: list[float], block: bool = True, timeout: float | None = None) -> None\n\nNever waits: raises queue.Full.")
+      .def_property_readonly("dropped", &SampleQueue::dropped,
+                             "-> int\n\nSamples dropped so far because the queue was full.")
+      .def(
+          "put",
+          [](SampleQueue& queue, const std::vector<double>& sample, bool, const std::optional<double>&) {
+            if (sample.empty()) {
+              throw py::value_error("a sample has at least one channel");
+            }
+            if (queue.size() >= queue.capacity()) {
+              throwQueue("Full");
+            }
+            queue.put(sample, sample.size());
+          },
+          py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
+          "put(item: list[float], block: bool = True, timeout: float | None = None) -> None\n\nNever waits: raises "
+          "queue.Full.")
       .def(
           "get",
           [](SampleQueue& queue, bool block, const std::optional<double>& timeout) {
@@ -165,7 +184,8 @@ void bindSampleQueue(py::module_& module) {
             return taken.front().values;
           },
           py::arg("block") = true, py::arg("timeout") = py::none(),
-          "get(block: bool = True, timeout: float | None = None) -> list[float]\n\nTakes the oldest sample; raises queue.Empty when none came in time.");
+          "get(block: bool = True, timeout: float | None = None) -> list[float]\n\nTakes the oldest sample; raises "
+          "queue.Empty when none came in time.");
   defineQueue(cls);
 }
 
@@ -189,24 +209,26 @@ void bindEntryPool(py::module_& module, const char* name, const char* doc, MakeK
              }
              return py::iter(keys);
            })
-      .def("keys",
-           [=](const Pool& pool) {
-             py::list keys;
-             for (const auto& [key, entry] : pool.entries()) {
-               keys.append(make_key(key));
-             }
-             return keys;
-           },
-           "keys() -> list")
-      .def("items",
-           [=](const Pool& pool) {
-             py::list items;
-             for (const auto& [key, entry] : pool.entries()) {
-               items.append(py::make_tuple(make_key(key), entry));
-             }
-             return items;
-           },
-           "items() -> list");
+      .def(
+          "keys",
+          [=](const Pool& pool) {
+            py::list keys;
+            for (const auto& [key, entry] : pool.entries()) {
+              keys.append(make_key(key));
+            }
+            return keys;
+          },
+          "keys() -> list")
+      .def(
+          "items",
+          [=](const Pool& pool) {
+            py::list items;
+            for (const auto& [key, entry] : pool.entries()) {
+              items.append(py::make_tuple(make_key(key), entry));
+            }
+            return items;
+          },
+          "items() -> list");
 }
 
 void bindAnswerSet(py::module_& module) {
@@ -217,14 +239,21 @@ void bindAnswerSet(py::module_& module) {
     }
     return set;
   };
-  py::class_<AnswerSet, std::shared_ptr<AnswerSet>>(module, "AnswerSet", "Distinct answers to a broadcast, as bytes: a set.")
+  py::class_<AnswerSet, std::shared_ptr<AnswerSet>>(module, "AnswerSet",
+                                                    "Distinct answers to a broadcast, as bytes: a set.")
       .def("__len__", [](const AnswerSet& answers) { return answers.snapshot().size(); })
-      .def("__contains__", [](const AnswerSet& answers, const py::object& answer) { return answers.snapshot().contains(bytesOf(answer)); })
+      .def("__contains__", [](const AnswerSet& answers,
+                              const py::object& answer) { return answers.snapshot().contains(bytesOf(answer)); })
       .def("__iter__", [snapshot](const AnswerSet& answers) { return py::iter(snapshot(answers)); })
-      .def("__eq__", [snapshot](const AnswerSet& answers, const py::object& other) { return snapshot(answers).equal(other); })
-      .def("add", [](AnswerSet& answers, const py::object& answer) { answers.add(bytesOf(answer)); }, py::arg("answer"), "add(answer: bytes) -> None")
+      .def("__eq__",
+           [snapshot](const AnswerSet& answers, const py::object& other) { return snapshot(answers).equal(other); })
+      .def(
+          "add", [](AnswerSet& answers, const py::object& answer) { answers.add(bytesOf(answer)); }, py::arg("answer"),
+          "add(answer: bytes) -> None")
       .def("clear", &AnswerSet::clear, "clear() -> None")
-      .def("__repr__", [snapshot](const AnswerSet& answers) { return "AnswerSet(" + py::repr(snapshot(answers)).cast<std::string>() + ")"; });
+      .def("__repr__", [snapshot](const AnswerSet& answers) {
+        return "AnswerSet(" + py::repr(snapshot(answers)).cast<std::string>() + ")";
+      });
 }
 
 void bindGate(py::module_& module) {
@@ -255,14 +284,18 @@ void bindWorker(py::module_& module) {
             const py::gil_scoped_release unlocked;
             worker.join(timeout ? deadlineAfter(*timeout) : Deadline());
           },
-          py::arg("timeout") = py::none(), "join(timeout: float | None = None) -> None\n\nWaits until the thread has ended.")
+          py::arg("timeout") = py::none(),
+          "join(timeout: float | None = None) -> None\n\nWaits until the thread has ended.")
       .def_property_readonly("name", &Worker::name, "-> str")
-      .def_property_readonly("daemon", [](const Worker&) { return false; }, "-> bool");
+      .def_property_readonly(
+          "daemon", [](const Worker&) { return false; }, "-> bool");
 }
 
 }  // namespace
 
-py::bytes makeBytes(ByteView bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+py::bytes makeBytes(ByteView bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
 
 Bytes bytesOf(const py::handle& value) {
   if (PyObject_CheckBuffer(value.ptr()) != 0) {

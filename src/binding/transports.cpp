@@ -57,7 +57,8 @@ class PythonTransport final : public Transport {
     } catch (py::error_already_set& error) {
       failAs(error);
     } catch (const py::cast_error& error) {
-      fail(ErrorId::NetworkConnectionLostError, std::string("recvAndSplitPacket gave no (code, payload) pairs: ") + error.what());
+      fail(ErrorId::NetworkConnectionLostError,
+           std::string("recvAndSplitPacket gave no (code, payload) pairs: ") + error.what());
     }
   }
 
@@ -77,8 +78,8 @@ class PythonTransport final : public Transport {
         fail(kind.id, py::str(error.value().attr("msg")));
       }
     }
-    fail(ErrorId::NetworkConnectionLostError,
-         py::str(error.type().attr("__name__")).cast<std::string>() + ": " + py::str(error.value()).cast<std::string>());
+    fail(ErrorId::NetworkConnectionLostError, py::str(error.type().attr("__name__")).cast<std::string>() + ": " +
+                                                  py::str(error.value()).cast<std::string>());
   }
 
   py::object object_;
@@ -115,8 +116,10 @@ void bindTransports(py::module_& module) {
           "-> bytes\n\nReceived bytes not yet consumed.")
       .def_property("last_index", &Client::lastIndex, &Client::setLastIndex,
                     "-> int\n\nWhere in `stream` the search for the next frame end starts.")
-      .def("_splitPacket", [](Client& self) { return makeFrames(self.splitPacket()); },
-           "_splitPacket() -> list[tuple[int, bytes]]\n\nTakes the whole frames from the front of `stream`, as (code, payload).")
+      .def(
+          "_splitPacket", [](Client& self) { return makeFrames(self.splitPacket()); },
+          "_splitPacket() -> list[tuple[int, bytes]]\n\nTakes the whole frames from the front of `stream`, as (code, "
+          "payload).")
       .def(
           "sendPacket",
           [](Client& self, const py::object& packet) {
@@ -135,7 +138,8 @@ void bindTransports(py::module_& module) {
             }
             return makeBytes(bytes);
           },
-          py::arg("size"), "recvPacket(size: int) -> bytes\n\nWhat arrived within the read timeout, at most `size` bytes.")
+          py::arg("size"),
+          "recvPacket(size: int) -> bytes\n\nWhat arrived within the read timeout, at most `size` bytes.")
       .def(
           "recvAndSplitPacket",
           [](Client& self, std::size_t size) {
@@ -147,15 +151,18 @@ void bindTransports(py::module_& module) {
             return makeFrames(frames);
           },
           py::arg("size"),
-          "recvAndSplitPacket(size: int) -> list[tuple[int, bytes]]\n\nReads once and returns the frames that are now whole.")
+          "recvAndSplitPacket(size: int) -> list[tuple[int, bytes]]\n\nReads once and returns the frames that are now "
+          "whole.")
       .def("disconnect", &Client::disconnect, unlocked, "disconnect() -> None\n\nCloses the medium. Safe to repeat.");
 
   py::class_<NetworkClient, Client, std::shared_ptr<NetworkClient>>(module, "NetworkClient", "A client over a socket.")
-      .def_property_readonly("socket", &NetworkClient::socket, "-> int\n\nThe socket's descriptor, 0 when none is open.")
+      .def_property_readonly("socket", &NetworkClient::socket,
+                             "-> int\n\nThe socket's descriptor, 0 when none is open.")
       .def("setTimeout", &NetworkClient::setTimeout, py::arg("t"),
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 
-  py::class_<TCPClient, NetworkClient, std::shared_ptr<TCPClient>>(module, "TCPClient", "A command or data channel over TCP.")
+  py::class_<TCPClient, NetworkClient, std::shared_ptr<TCPClient>>(module, "TCPClient",
+                                                                   "A command or data channel over TCP.")
       .def(py::init<>(), "TCPClient()")
       .def(
           "connect",

@@ -13,7 +13,9 @@ constexpr std::array kLabels{
 
 }  // namespace
 
-std::span<const ProductLabel> productLabels() { return kLabels; }
+std::span<const ProductLabel> productLabels() {
+  return kLabels;
+}
 
 std::string_view productLabel(ProductId id) {
   return id == ProductId::None ? "" : kLabels[static_cast<std::size_t>(id) - 1].label;

@@ -77,13 +77,17 @@ Receiver::Receiver(const char* name, std::size_t read_size, std::function<std::s
           }) {}
 
 void Receiver::start() {
+  const std::lock_guard lock(state_mutex_);
   state_ = State::Connected;
   gate_->release();
 }
 
 void Receiver::stop() {
-  state_ = State::Disconnected;
-  gate_->tryAcquire();
+  {
+    const std::lock_guard lock(state_mutex_);
+    state_ = State::Disconnected;
+    gate_->tryAcquire();
+  }
   const auto client = client_();
   if (!client) {
     return;
@@ -106,10 +110,14 @@ void Receiver::readOnce() {
   } catch (const Failure& failure) {
     // One report for each lost connection; the thread then sleeps at its gate until there is another. Errors caused by
     // closing the transport under a running read stay silent.
-    auto connected = State::Connected;
-    const bool lost = state_.compare_exchange_strong(connected, State::Lost);
-    if (lost || connected == State::Lost) {
-      gate_->tryAcquire();
+    bool lost = false;
+    {
+      const std::lock_guard lock(state_mutex_);
+      lost = state_ == State::Connected;
+      if (lost) {
+        state_ = State::Lost;
+        gate_->tryAcquire();
+      }
     }
     if (lost && !killed_) {
       host().printFailure(failure);

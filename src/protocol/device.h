@@ -1,8 +1,9 @@
 // Device handles: a transport, its receive thread behind a gate, the pools it fills, and the order of their lives.
 //
-// Threads. The receive thread is made by the constructor and parks at the closed gate until connect(). It only reads and
-// files. It ends in close(), which the destructor calls at the latest. connect, disconnect and close may be called by any
-// thread; each waits for the one in progress, and the mutex that orders them is never taken by the receive thread.
+// Threads. The receive thread is made by the constructor and parks at the closed gate until connect(). It only reads
+// and files. It ends in close(), which the destructor calls at the latest. connect, disconnect and close may be called
+// by any thread; each waits for the one in progress, and the mutex that orders them is never taken by the receive
+// thread.
 #pragma once
 
 #include "core/product.h"
@@ -40,8 +41,8 @@ class Device : public Packet, public Packet_async {
   // True when the peer went away and disconnect() or connect() has not been called since.
   virtual bool connectionLost() const { return false; }
 
-  // Raises what an unanswered request means: ReceivePacketTimeoutError, or the lost connection when the device was closed
-  // meanwhile.
+  // Raises what an unanswered request means: ReceivePacketTimeoutError, or the lost connection when the device was
+  // closed meanwhile.
   [[noreturn]] void failUnanswered() const;
 
   // Modules end their decoder threads here; called once, by close(), after the link is down.
@@ -91,6 +92,8 @@ class Receiver {
   const std::function<std::shared_ptr<Transport>()> client_;
   const std::function<void(Frame)> file_;
   const std::atomic<bool>& killed_;
+  // A change of state and the move of the gate that belongs to it are one step under this mutex.
+  std::mutex state_mutex_;
   std::atomic<State> state_{State::Disconnected};
   std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
   Worker worker_;

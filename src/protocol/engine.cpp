@@ -21,7 +21,9 @@ void withTransport(const Transport& transport, Call call) {
   }
 }
 
-bool contains(std::span<const int> list, int cmd) { return std::find(list.begin(), list.end(), cmd) != list.end(); }
+bool contains(std::span<const int> list, int cmd) {
+  return std::find(list.begin(), list.end(), cmd) != list.end();
+}
 
 }  // namespace
 
@@ -31,8 +33,13 @@ std::shared_ptr<Transport> Packet_based::clientCmd() const {
 }
 
 void Packet_based::setClientCmd(std::shared_ptr<Transport> client) {
-  const std::lock_guard lock(clients_mutex_);
-  client_cmd_.swap(client);
+  {
+    const std::lock_guard lock(clients_mutex_);
+    client_cmd_.swap(client);
+  }
+  if (client) {
+    client->wake();  // a read in progress on the old one gives way to the new one
+  }
 }
 
 std::shared_ptr<Transport> Packet_based::clientUdp() const {
@@ -59,7 +66,8 @@ int Packet_based::replyKey(int cmd, ByteView data) {
     return cmd;
   }
   if (data.size() < 3) {
-    fail(ErrorId::InputDataNotInRangeError, "a MOTION packet carries at least 3 bytes, not " + std::to_string(data.size()));
+    fail(ErrorId::InputDataNotInRangeError,
+         "a MOTION packet carries at least 3 bytes, not " + std::to_string(data.size()));
   }
   return readBig<std::int32_t>(payload(u8(data[2]), u8(data[0]), u8(data[1]), u8(MOTION)));
 }

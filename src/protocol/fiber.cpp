@@ -57,7 +57,8 @@ class StackPool {
       }
     }
     const std::size_t guard = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    void* base = mmap(nullptr, kStackSize + guard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    void* base =
+        mmap(nullptr, kStackSize + guard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
     if (base == MAP_FAILED) {
       throw std::bad_alloc();
     }
@@ -115,7 +116,9 @@ struct Fiber::Context {
 #ifdef QVX_TSAN
   void* inner_tsan = __tsan_create_fiber(0);
   void* outer_tsan = nullptr;
-  ~Context() { __tsan_destroy_fiber(inner_tsan); }
+  ~Context() {
+    __tsan_destroy_fiber(inner_tsan);
+  }
 #endif
 
   void switchIn() {
@@ -151,7 +154,8 @@ Deadline deadlineAfter(double seconds) {
   if (std::isnan(seconds) || seconds > kForever) {
     return std::nullopt;
   }
-  return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::max(seconds, 0.0)));
+  return Clock::now() +
+         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::max(seconds, 0.0)));
 }
 
 Fiber::Fiber(std::shared_ptr<Scheduler> scheduler, std::function<void()> body)
@@ -187,7 +191,9 @@ Fiber::~Fiber() {
   }
 }
 
-Fiber* Fiber::current() { return current_fiber; }
+Fiber* Fiber::current() {
+  return current_fiber;
+}
 
 bool Fiber::resume() {
   if (!context_) {

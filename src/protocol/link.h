@@ -42,8 +42,8 @@ class Link {
  public:
   explicit Link(Device& device) : device_(device) {}
 
-  // Sends a command and returns its reply, sending again as the engine's rules say. Raises ReceivePacketTimeoutError when
-  // none came within `timeout` seconds, the connection's class when it is lost. Blocks, or suspends a coroutine.
+  // Sends a command and returns its reply, sending again as the engine's rules say. Raises ReceivePacketTimeoutError
+  // when none came within `timeout` seconds, the connection's class when it is lost. Blocks, or suspends a coroutine.
   Reply request(int cmd, const Bytes& payload, double timeout) const;
   // Sends a command that has no reply.
   void send(int cmd, const Bytes& payload) const { device_.sendPacketWithoutReply(cmd, payload); }

@@ -14,7 +14,9 @@ NetworkDevice::NetworkDevice(ProductId product, bool verbose)
   say("Opened handle (" + deviceName() + ")");
 }
 
-NetworkDevice::~NetworkDevice() { close(); }
+NetworkDevice::~NetworkDevice() {
+  close();
+}
 
 bool NetworkDevice::connect(const Argument& ip_addr, const Argument& port) {
   const std::string& address = checkedText(ip_addr, "ip_addr");
@@ -65,7 +67,9 @@ void NetworkDevice::disconnect() {
   say("Disconnected from " + ipAddr() + " (" + deviceName() + ")");
 }
 
-std::string NetworkDevice::connectedTo() const { return connectStatusCmd() ? ipAddr() : ""; }
+std::string NetworkDevice::connectedTo() const {
+  return connectStatusCmd() ? ipAddr() : "";
+}
 
 std::string NetworkDevice::ipAddr() const {
   const std::lock_guard lock(name_mutex_);

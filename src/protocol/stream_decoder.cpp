@@ -5,7 +5,8 @@ namespace qvx {
 StreamDecoder::StreamDecoder(const char* name, std::vector<std::shared_ptr<RawQueue>> raw, Decode decode)
     : raw_(std::move(raw)),
       decode_(std::move(decode)),
-      worker_(name, gate_, [this] { step(); }, [this] { wakeUp(); }) {
+      worker_(
+          name, gate_, [this] { step(); }, [this] { wakeUp(); }) {
   for (const auto& queue : raw_) {
     queue->setDoorbell(bell_);
   }
@@ -20,7 +21,9 @@ bool StreamDecoder::close() {
   return was_open;
 }
 
-void StreamDecoder::free() { worker_.stop(); }
+void StreamDecoder::free() {
+  worker_.stop();
+}
 
 // An empty item is what the decoder recognises and skips.
 void StreamDecoder::wakeUp() {

@@ -11,8 +11,8 @@
 
 namespace qvx {
 
-// Owned by a module; its thread is the only consumer of the raw queues. It parks at the gate while the function is closed
-// and sleeps while the queues are empty.
+// Owned by a module; its thread is the only consumer of the raw queues. It parks at the gate while the function is
+// closed and sleeps while the queues are empty.
 class StreamDecoder {
  public:
   // Called on the decoder's thread with the index of the queue and one raw item. Empty items never reach it.

@@ -17,8 +17,8 @@ namespace qvx {
 class Condition {
  public:
   // Waits until `ready()` holds (true), or until `deadline` has passed without it (false). `lock` holds the owner's
-  // mutex, which is released while waiting; `ready` runs under it. A blocking wait on the interpreter's main thread ends
-  // with what Host::checkInterrupt throws, at most 50 ms after Ctrl-C.
+  // mutex, which is released while waiting; `ready` runs under it. A blocking wait on the interpreter's main thread
+  // ends with what Host::checkInterrupt throws, at most 50 ms after Ctrl-C.
   template <class Ready>
   bool wait(std::unique_lock<std::mutex>& lock, const Deadline& deadline, Ready ready) {
     if (ready()) {

@@ -46,7 +46,9 @@ Worker::Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void(
   pthread_setname_np(thread_.native_handle(), name_.substr(0, 15).c_str());
 }
 
-Worker::~Worker() { stop(); }
+Worker::~Worker() {
+  stop();
+}
 
 void Worker::stop() {
   killed_ = true;

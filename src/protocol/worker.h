@@ -16,8 +16,8 @@ namespace qvx {
 // Made by its owner's constructor, ended by stop() at the latest in the owner's destructor.
 class Worker {
  public:
-  // Runs `step` again and again, passing `gate` before each round. `wake` must end a step in progress soon; it is called
-  // by stop(). The thread takes no signals: they are the main thread's.
+  // Runs `step` again and again, passing `gate` before each round. `wake` must end a step in progress soon; it is
+  // called by stop(). The thread takes no signals: they are the main thread's.
   Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void()> step, std::function<void()> wake);
   ~Worker();
   Worker(const Worker&) = delete;
@@ -41,7 +41,7 @@ class Worker {
   std::function<void()> wake_;
   std::atomic<bool> killed_{false};
   std::shared_ptr<Ending> ending_;
-  pid_t process_;  // a forked child has no such thread and must not wait for it
+  pid_t process_;          // a forked child has no such thread and must not wait for it
   std::mutex join_mutex_;  // guards thread_
   std::thread thread_;
 };

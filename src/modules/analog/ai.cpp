@@ -8,7 +8,9 @@
 namespace qvx {
 namespace {
 
-bool isCordlog(ProductId product) { return product == ProductId::CordlogF1AD || product == ProductId::CordlogF1AOD; }
+bool isCordlog(ProductId product) {
+  return product == ProductId::CordlogF1AD || product == ProductId::CordlogF1AOD;
+}
 
 // Volts of a raw code, rounded to four decimals.
 double voltsOf(std::int16_t code, double ratio) {
@@ -28,7 +30,9 @@ AIOperations::AIOperations(Link link, AIConfiguration configuration)
   startDecoder();
 }
 
-AIOperations::~AIOperations() { _AI_free(); }
+AIOperations::~AIOperations() {
+  _AI_free();
+}
 
 // block: i16 BE for each channel, sample after sample
 void AIOperations::decode(const Bytes& block, std::size_t channels, std::vector<double>& volts) const {
@@ -97,7 +101,8 @@ Samples AIOperations::AI_readStreaming(const Argument& port, const Argument& num
   return take(port, num_samples, delay, false);
 }
 
-SampleArray AIOperations::AI_readStreamingArray(const Argument& port, const Argument& num_samples, const Argument& delay) {
+SampleArray AIOperations::AI_readStreamingArray(const Argument& port, const Argument& num_samples,
+                                                const Argument& delay) {
   Samples samples = take(port, num_samples, delay, true);
   if (samples.empty()) {
     return {static_cast<std::size_t>(ai_num_channels.load()), {}};

@@ -1,12 +1,12 @@
 // Analog input: what all kinds of it share (AIUnion, AIBased) and the 16-bit kind (AIModule).
 //
-// While streaming, the device pushes raw blocks that the receive thread files in the handle's streaming pool; the decoder
-// thread of this module turns them into volts and files them in a bounded signal queue for each port, from which
-// AI_readStreaming takes them.
+// While streaming, the device pushes raw blocks that the receive thread files in the handle's streaming pool; the
+// decoder thread of this module turns them into volts and files them in a bounded signal queue for each port, from
+// which AI_readStreaming takes them.
 //
-// Operations block (or suspend their coroutine) until the reply is there, at most `timeout` seconds, and may be called by
-// any thread. Each raises AIPortNotAvaliableError for a port the product does not have, ReceivePacketTimeoutError, the
-// connection's class, and the class of a firmware status other than 0. "Status" results are 0.
+// Operations block (or suspend their coroutine) until the reply is there, at most `timeout` seconds, and may be called
+// by any thread. Each raises AIPortNotAvaliableError for a port the product does not have, ReceivePacketTimeoutError,
+// the connection's class, and the class of a firmware status other than 0. "Status" results are 0.
 #pragma once
 
 #include "core/argument.h"

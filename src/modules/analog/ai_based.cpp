@@ -47,7 +47,7 @@ int AIUnion::_convertAITriggerModeToMask(const Argument& mode) {
   constexpr int kAll = 7;
   const auto number = checkedInt(mode, "mode");
   return number >= 0 && number < static_cast<std::int64_t>(kMasks.size()) ? kMasks.at(static_cast<std::size_t>(number))
-                                                                         : kAll;
+                                                                          : kAll;
 }
 
 Reply AIUnion::request(int cmd, const Bytes& payload, const Argument& timeout) const {
@@ -66,7 +66,9 @@ AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int str
   link_.onClose([this] { _AI_free(); });
 }
 
-AIBased::~AIBased() { _AI_free(); }
+AIBased::~AIBased() {
+  _AI_free();
+}
 
 void AIBased::startDecoder() {
   std::vector<std::shared_ptr<RawQueue>> raw;
@@ -100,9 +102,13 @@ int AIBased::portOfSlot(const Argument& slot) const {
   return _checkAIPort(slot);
 }
 
-int AIBased::indexOfPort(int port) const { return static_cast<int>(std::distance(ai_dict.begin(), ai_dict.find(port))); }
+int AIBased::indexOfPort(int port) const {
+  return static_cast<int>(std::distance(ai_dict.begin(), ai_dict.find(port)));
+}
 
-int AIBased::_AI_changePortToIndex(const Argument& port) const { return indexOfPort(_checkAIPort(port)); }
+int AIBased::_AI_changePortToIndex(const Argument& port) const {
+  return indexOfPort(_checkAIPort(port));
+}
 
 std::vector<int> AIBased::chipSelects(int port) const {
   const std::lock_guard lock(chips_mutex_);
@@ -268,7 +274,8 @@ void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
 std::size_t AIBased::rowsWanted(const Argument& num_samples) const {
   const auto count = checkedInt(num_samples, "num_samples");
   if (count < -1) {
-    fail(ErrorId::InputDataNotInRangeError, "num_samples takes -1 (all that are there) or more, not " + num_samples.show());
+    fail(ErrorId::InputDataNotInRangeError,
+         "num_samples takes -1 (all that are there) or more, not " + num_samples.show());
   }
   return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
 }

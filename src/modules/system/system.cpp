@@ -16,8 +16,8 @@ constexpr int kSerialNumberLength = 8;
 template <std::size_t N>
 std::string nameOf(const std::array<const char*, N>& names, std::size_t number, int cmd) {
   if (number >= N) {
-    fail(ErrorId::FirmwareOtherError, "The reply to command " + std::to_string(cmd) + " carries the unknown mode " +
-                                          std::to_string(number) + ".");
+    fail(ErrorId::FirmwareOtherError,
+         "The reply to command " + std::to_string(cmd) + " carries the unknown mode " + std::to_string(number) + ".");
   }
   return names[number];
 }
@@ -113,7 +113,8 @@ PinModes SystemOperations::Sys_getPinModeInPort(const Argument& port, const Argu
   return readPinModes(link_, checkedRange(port, "port", 0, 255), checkedTimeout(timeout));
 }
 
-// Fields at `at`: year, month, day, hour, minute, second, one byte each. Wireless models count years from 2000 on reading.
+// Fields at `at`: year, month, day, hour, minute, second, one byte each. Wireless models count years from 2000 on
+// reading.
 std::string SystemOperations::dateTime(const Reply& reply, std::size_t at) const {
   std::array<unsigned, 6> field{};
   for (std::size_t i = 0; i < field.size(); ++i) {
@@ -134,11 +135,10 @@ std::string SystemOperations::Sys_getRTC(const Argument& timeout) {
 int SystemOperations::Sys_setRTC(const Argument& year, const Argument& month, const Argument& day, const Argument& hour,
                                  const Argument& minute, const Argument& second, const Argument& timeout) {
   // Every model is written with 1900 as base, whatever it counts from on reading.
-  const Bytes fields =
-      payload(u8(checkedRange(year, "year", kYearBase, kYearBase + 255) - kYearBase),
-              u8(checkedRange(month, "month", 1, 12)), u8(checkedRange(day, "day", 1, 31)),
-              u8(checkedRange(hour, "hour", 0, 23)), u8(checkedRange(minute, "minute", 0, 59)),
-              u8(checkedRange(second, "second", 0, 59)));
+  const Bytes fields = payload(u8(checkedRange(year, "year", kYearBase, kYearBase + 255) - kYearBase),
+                               u8(checkedRange(month, "month", 1, 12)), u8(checkedRange(day, "day", 1, 31)),
+                               u8(checkedRange(hour, "hour", 0, 23)), u8(checkedRange(minute, "minute", 0, 59)),
+                               u8(checkedRange(second, "second", 0, 59)));
   return request(SET_DATE_TIME, fields, timeout).status(0);
 }
 
@@ -160,7 +160,9 @@ std::string SystemOperations::Sys_getSerialNumber(const Argument& timeout) {
   return request(GET_SERIAL_NUMBER, {}, timeout).text();
 }
 
-int SystemOperations::Sys_reboot(const Argument& timeout) { return request(REBOOT, {}, timeout).status(0); }
+int SystemOperations::Sys_reboot(const Argument& timeout) {
+  return request(REBOOT, {}, timeout).status(0);
+}
 
 std::string SystemOperations::Sys_getMode(const Argument& slot, const Argument& timeout) {
   const int port = _checkLUMASlot(slot) - 1;
@@ -211,8 +213,9 @@ std::vector<int> SystemOperations::_getEEPROMDevice(const Argument& device_numbe
 
 int SystemOperations::_setEEPROMByte(const Argument& page_number, const Argument& byte_index, const Argument& value,
                                      const Argument& timeout) {
-  const Bytes fields = payload(u8(checkedRange(page_number, "page_number", 0, 255)),
-                               u8(checkedRange(byte_index, "byte_index", 0, 255)), u8(checkedRange(value, "value", 0, 255)));
+  const Bytes fields =
+      payload(u8(checkedRange(page_number, "page_number", 0, 255)), u8(checkedRange(byte_index, "byte_index", 0, 255)),
+              u8(checkedRange(value, "value", 0, 255)));
   return request(SET_EEPROM_BYTE, fields, timeout).status(0);
 }
 
@@ -220,15 +223,19 @@ std::string SystemOperations::_getDriverInfo_dev(const Argument& mode, const Arg
   return request(GET_DRIVER_INFO, payload(u8(checkedRange(mode, "mode", 0, 255))), timeout).text();
 }
 
-std::string SystemOperations::_getThreads(const Argument& timeout) { return request(GET_THREADS, {}, timeout).text(); }
+std::string SystemOperations::_getThreads(const Argument& timeout) {
+  return request(GET_THREADS, {}, timeout).text();
+}
 
-int SystemOperations::_resetFactory(const Argument& timeout) { return request(RESET_FACTORY, {}, timeout).status(0); }
+int SystemOperations::_resetFactory(const Argument& timeout) {
+  return request(RESET_FACTORY, {}, timeout).status(0);
+}
 
 int SystemOperations::_setSerialNumber(const Argument& serial_num, const Argument& timeout) {
   const Bytes text = checkedPlainText(serial_num, "serial_num");
   if (text.size() != kSerialNumberLength) {
-    fail(ErrorId::InputDataNotInRangeError, "serial_num takes " + std::to_string(kSerialNumberLength) +
-                                                " characters, not " + std::to_string(text.size()));
+    fail(ErrorId::InputDataNotInRangeError,
+         "serial_num takes " + std::to_string(kSerialNumberLength) + " characters, not " + std::to_string(text.size()));
   }
   return request(SET_SERIAL_NUMBER, text, timeout).status(0);
 }

@@ -1,8 +1,8 @@
 // Who the device is, its clock and alarm, its slots and pins.
 //
-// Operations block (or suspend their coroutine) until the reply is there, at most `timeout` seconds, and may be called by
-// any thread. Each raises ReceivePacketTimeoutError, the connection's class, and the class of a firmware status other than
-// 0. "Status" results are 0.
+// Operations block (or suspend their coroutine) until the reply is there, at most `timeout` seconds, and may be called
+// by any thread. Each raises ReceivePacketTimeoutError, the connection's class, and the class of a firmware status
+// other than 0. "Status" results are 0.
 #pragma once
 
 #include "core/argument.h"
@@ -24,7 +24,8 @@ inline constexpr std::array kPinModes{"Disabled", "Idle", "DI", "DO", "UART", "I
 // (number of pins, mode name of each of the eight pins, pin 0 first)
 using PinModes = std::pair<int, std::vector<std::string>>;
 
-// GET_PIN_MODE_OF_SLOT, payload: port u8. Reply: status, number of pins u8, u32 whose bits 4i..4i+3 are the mode of pin i.
+// GET_PIN_MODE_OF_SLOT, payload: port u8. Reply: status, number of pins u8, u32 whose bits 4i..4i+3 are the mode of pin
+// i.
 PinModes readPinModes(const Link& link, int port, double timeout);
 
 // A product gives this module nothing.
