@@ -127,7 +127,7 @@ std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int6
 }
 
 std::shared_ptr<AnswerSet> Packet_based::broadcastPacket(int cmd, ByteView data_out) {
-  const auto answers = data_pool_bcst.at(cmd);
+  auto answers = data_pool_bcst.at(cmd);
   answers->clear();
   const Bytes frame = buildFrame(cmd, data_out);
   const auto client = clientUdp();

@@ -20,7 +20,7 @@ double voltsOf(std::int16_t code, double ratio) {
 
 }  // namespace
 
-AIOperations::AIOperations(Link link, AIConfiguration configuration)
+AIOperations::AIOperations(Link link, const AIConfiguration& configuration)
     : AIBased(link, configuration, configuration.variable ? READ_AI_ON_DEMAND_VARIABLE : READ_AI_ON_DEMAND,
               configuration.variable ? START_AI_STREAMING_VARIABLE : START_AI_STREAMING) {
   volts_of_code_.resize(0x10000);

@@ -130,7 +130,7 @@ class AIBased : public AIUnion {
 // 16-bit analog input. A sample is a list of volts, one for each of `ai_num_channels` channels.
 class AIOperations : public AIBased {
  public:
-  AIOperations(Link link, AIConfiguration configuration);
+  AIOperations(Link link, const AIConfiguration& configuration);
   ~AIOperations() override;
 
   int AI_enableChannel(const Argument& port, const Argument& channel, const Argument& timeout);
