@@ -10,6 +10,9 @@ Argument makeInt(PyObject* object) {
   return overflow == 0 ? Argument(static_cast<std::int64_t>(value)) : Argument::hugeInt(overflow < 0);
 }
 
+// Lists within lists: no operation takes more, and a list may contain itself.
+constexpr int kDeepest = 4;
+
 Argument makeText(PyObject* object) {
   Py_ssize_t size = 0;
   const char* text = PyUnicode_AsUTF8AndSize(object, &size);
@@ -31,10 +34,7 @@ Argument makeList(PyObject* object, Size size, Item item) {
   return {std::move(items), Py_TYPE(object)->tp_name};
 }
 
-}  // namespace
-
-Argument makeArgument(py::handle value) {
-  PyObject* const object = value.ptr();
+Argument makeNested(PyObject* object, int depth) {
   if (object == Py_None) {
     return {};
   }
@@ -47,11 +47,13 @@ Argument makeArgument(py::handle value) {
   if (PyUnicode_Check(object)) {
     return makeText(object);
   }
-  if (PyList_Check(object)) {
-    return makeList(object, PyList_Size, [&](Py_ssize_t i) { return makeArgument(PyList_GET_ITEM(object, i)); });
+  if (PyList_Check(object) && depth < kDeepest) {
+    return makeList(object, PyList_Size,
+                    [&](Py_ssize_t i) { return makeNested(PyList_GET_ITEM(object, i), depth + 1); });
   }
-  if (PyTuple_Check(object)) {
-    return makeList(object, PyTuple_Size, [&](Py_ssize_t i) { return makeArgument(PyTuple_GET_ITEM(object, i)); });
+  if (PyTuple_Check(object) && depth < kDeepest) {
+    return makeList(object, PyTuple_Size,
+                    [&](Py_ssize_t i) { return makeNested(PyTuple_GET_ITEM(object, i), depth + 1); });
   }
   if (PyBytes_Check(object)) {
     const char* bytes = PyBytes_AS_STRING(object);
@@ -64,6 +66,12 @@ Argument makeArgument(py::handle value) {
                     [&](Py_ssize_t i) { return Argument(static_cast<int>(static_cast<unsigned char>(bytes[i]))); });
   }
   return Argument::other(Py_TYPE(object)->tp_name);
+}
+
+}  // namespace
+
+Argument makeArgument(py::handle value) {
+  return makeNested(value.ptr(), 0);
 }
 
 }  // namespace qvx::binding

@@ -26,6 +26,15 @@ void closeUnlocked(Device& device) {
   device.close();
 }
 
+// Where an exception of Python, such as that of a closed sys.stdout, has nobody to go to.
+void closeWhereNobodyCatches(Device& device) {
+  try {
+    closeUnlocked(device);
+  } catch (py::error_already_set& error) {
+    error.discard_as_unraisable("pyqvx");
+  }
+}
+
 // At interpreter exit, while threads may still print.
 void closeAll() {
   std::vector<std::shared_ptr<Device>> open;
@@ -35,7 +44,7 @@ void closeAll() {
     }
   }
   for (const auto& device : open) {
-    closeUnlocked(*device);
+    closeWhereNobodyCatches(*device);
   }
 }
 
@@ -62,11 +71,13 @@ std::string describe(const py::object& self) {
   if (device.closed()) {
     return text + " closed>";
   }
-  const std::string peer = device.connectedTo();
-  if (peer.empty()) {
-    return text + " not connected>";
+  for (const Channel* channel : device.channels()) {
+    if (channel->connected()) {
+      const bool lost = channel->state() == Channel::State::Lost;
+      return text + (lost ? " lost connection to " : " connected to ") + channel->identifier() + ">";
+    }
   }
-  return text + (device.connectionLost() ? " lost connection to " : " connected to ") + peer + ">";
+  return text + " not connected>";
 }
 
 }  // namespace
@@ -81,12 +92,13 @@ bool retireDevice(Device& device) {
   if (device.forked()) {
     return false;
   }
+  const py::error_scope keep_error;
   if (!device.closed()) {
-    const py::error_scope keep_error;
     const std::string text = "unclosed device " + device.deviceName();
     if (PyErr_WarnEx(PyExc_ResourceWarning, text.c_str(), 1) < 0) {
       PyErr_WriteUnraisable(nullptr);
     }
+    closeWhereNobodyCatches(device);
   }
   return true;
 }
@@ -171,14 +183,17 @@ void bindDevices(py::module_& module) {
             self.disconnect();
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
-      .def_property_readonly("connect_status_cmd", &NetworkDevice::connectStatusCmd,
-                             "-> bool\n\nWhether it is connected.")
-      .def_property_readonly("ip_addr", &NetworkDevice::ipAddr, "-> str\n\nThe address connected to last.")
       .def_property_readonly(
-          "recv_cmd_lock", [](NetworkDevice& self) -> Gate& { return self.receiver().gate(); },
+          "connect_status_cmd", [](const NetworkDevice& self) { return self.commandChannel().connected(); },
+          "-> bool\n\nWhether it is connected.")
+      .def_property_readonly(
+          "ip_addr", [](const NetworkDevice& self) { return self.commandChannel().identifier(); },
+          "-> str\n\nThe address connected to last.")
+      .def_property_readonly(
+          "recv_cmd_lock", [](NetworkDevice& self) -> Gate& { return self.commandChannel().gate(); },
           py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
       .def_property_readonly(
-          "recv_cmd_thread", [](NetworkDevice& self) -> Worker& { return self.receiver().worker(); },
+          "recv_cmd_thread", [](NetworkDevice& self) -> Worker& { return self.commandChannel().worker(); },
           py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
 
   py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice",

@@ -75,11 +75,20 @@ class PythonTransport final : public Transport {
   [[noreturn]] static void failAs(const py::error_already_set& error) {
     for (const ErrorKind& kind : errorKinds()) {
       if (error.matches(errorClass(kind.id))) {
-        fail(kind.id, py::str(error.value().attr("msg")));
+        fail(kind.id, textOf(error.value(), "msg"));
       }
     }
-    fail(ErrorId::NetworkConnectionLostError, py::str(error.type().attr("__name__")).cast<std::string>() + ": " +
-                                                  py::str(error.value()).cast<std::string>());
+    const std::string name = textOf(error.type(), "__name__");
+    fail(ErrorId::NetworkConnectionLostError, name + ": " + textOf(error.value(), nullptr));
+  }
+
+  // The text of an object or of its attribute; empty where that raises.
+  static std::string textOf(const py::object& object, const char* attribute) {
+    try {
+      return py::str(attribute == nullptr ? object : py::object(object.attr(attribute)));
+    } catch (const py::error_already_set&) {
+      return "";
+    }
   }
 
   py::object object_;
@@ -91,9 +100,9 @@ std::shared_ptr<Transport> transportOf(const py::object& client) {
   if (client.is_none()) {
     return nullptr;
   }
-  // A Python subclass may override any method, so only the native class itself is called directly.
-  if (py::type::of(client).is(py::type::of<TCPClient>())) {
-    return client.cast<std::shared_ptr<TCPClient>>();
+  // A Python subclass may override any method, so only the native classes themselves are called directly.
+  if (py::isinstance<Client>(client) && py::type::of(client).attr("__module__").cast<std::string>() == "pyqvx") {
+    return client.cast<std::shared_ptr<Client>>();
   }
   return std::make_shared<PythonTransport>(client);
 }

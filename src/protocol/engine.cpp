@@ -73,11 +73,11 @@ int Packet_based::replyKey(int cmd, ByteView data) {
 }
 
 std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
-  if (timeout < 0) {
+  if (timeout < 0 || (timeout == 0 && Fiber::current() != nullptr)) {
     return std::nullopt;
   }
   if (timeout == 0) {
-    // Neither limit of the wait is ever reached: elapsed time stays at 0.
+    // Neither limit of a blocking wait is ever reached: elapsed time stays at 0.
     data_pool_echo.waitInVain(std::nullopt);
     return std::nullopt;
   }

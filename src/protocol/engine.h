@@ -32,7 +32,8 @@ class Packet_based {
 
   // Frames and sends; returns when the bytes are with the operating system.
   void sendPacketWithoutReply(int cmd, ByteView data_out);
-  // Sends once and waits at most `timeout` seconds; nothing when no reply came. `timeout` 0 waits without end.
+  // Sends once and waits at most `timeout` seconds; nothing when no reply came. `timeout` 0 waits without end; in a
+  // coroutine, not at all.
   std::optional<Bytes> echoPacket(int cmd, ByteView data_out, double timeout);
   // Sends up to NUM_RETRIES times at short intervals (0.01 s; RETRY_TIMEOUT in a coroutine), then waits for the rest of
   // `timeout`; nothing when no reply came.

@@ -97,7 +97,7 @@ void AIBased::_AI_free() {
 
 int AIBased::portOfSlot(const Argument& slot) const {
   if (link_.product() == ProductId::LUMA) {
-    return _checkAIPort(Argument(checkedInt(slot, "slot") - 1));
+    return _checkAIPort(checkedRange(slot, "slot", 1, 256, ErrorId::AIPortNotAvaliableError) - 1);
   }
   return _checkAIPort(slot);
 }
