@@ -1,0 +1,205 @@
+#include "transport/splitter.h"
+
+#include "core/errors.h"
+#include "tests/cpp/transport/splitter_oracle.h"
+#include "transport/client.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+#include <string>
+
+namespace qvx {
+namespace {
+
+using test::SplitterOracle;
+using Random = std::mt19937;
+
+std::size_t upTo(Random& random, std::size_t most) {
+  return std::uniform_int_distribution<std::size_t>(0, most)(random);
+}
+
+Bytes copyOf(ByteView bytes) {
+  return Bytes(bytes.begin(), bytes.end());
+}
+
+struct Case {
+  const char* name;
+  Bytes stream;
+  std::vector<Frame> frames;
+  Bytes rest;
+  std::size_t last_index;
+};
+
+TEST(FrameSplitter, CutsFrames) {
+  const std::vector<Case> cases = {
+      {"nothing", {}, {}, {}, 0},
+      {"no payload", {2, 0, 1, 240, 13, 10}, {{240, {}}}, {}, 0},
+      {"two-byte code", {2, 0, 3, 40, 1, 5, 13, 10}, {{10241, {5}}}, {}, 0},
+      {"two frames", {2, 0, 1, 240, 13, 10, 2, 0, 2, 181, 7, 13, 10}, {{240, {}}, {181, {7}}}, {}, 0},
+      {"CR LF in the payload", {2, 0, 4, 240, 13, 10, 1, 13, 10}, {{240, {13, 10, 1}}}, {}, 0},
+      {"stray bytes, a start byte among them", {9, 2, 2, 0, 2, 240, 2, 13, 10, 2}, {{240, {2}}}, {2}, 0},
+      {"waits for the rest", {2, 0, 4, 240, 13, 10, 1}, {}, {2, 0, 4, 240, 13, 10, 1}, 5},
+      {"code byte 48 opens a two-byte code", {2, 0, 3, 48, 7, 8, 13, 10}, {{48 * 256 + 7, {8}}}, {}, 0},
+      {"code byte 49 stands alone", {2, 0, 3, 49, 7, 8, 13, 10}, {{49, {7, 8}}}, {}, 0},
+      {"length 0: the code is CR LF", {2, 0, 0, 13, 10}, {{3338, {}}}, {}, 0},
+      {"length 1 and a low code byte", {2, 0, 1, 5, 13, 10}, {{5 * 256 + 13, {}}}, {}, 0},
+      {"the leftmost start byte wins", {2, 0, 5, 2, 0, 2, 99, 98, 13, 10}, {{2 * 256, {2, 99, 98}}}, {}, 0},
+      {"an inner frame ends before the outer", {2, 0, 9, 99, 2, 0, 1, 77, 13, 10, 0, 0}, {{77, {}}}, {0, 0}, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    FrameSplitter splitter;
+    splitter.append(c.stream);
+    EXPECT_EQ(splitter.split(), c.frames);
+    EXPECT_EQ(copyOf(splitter.stream()), c.rest);
+    EXPECT_EQ(splitter.lastIndex(), c.last_index);
+  }
+}
+
+TEST(FrameSplitter, LengthIsSigned) {
+  for (const std::size_t length : {32767u, 32768u}) {
+    Bytes bytes{2, static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length)};
+    bytes.resize(3 + length, 200);
+    bytes.insert(bytes.end(), {13, 10});
+    FrameSplitter splitter;
+    splitter.append(bytes);
+    const auto frames = splitter.split();
+    EXPECT_EQ(frames.size(), length == 32767 ? 1u : 0u);
+    EXPECT_EQ(splitter.stream().size(), length == 32767 ? 0u : bytes.size());
+  }
+}
+
+// One random stream, rich in what frames are made of, in random pieces; now and then the state is set from outside.
+void compareOnce(unsigned seed) {
+  Random random(seed);
+  const Bytes alphabet = seed % 3 == 0   ? Bytes{2, 13, 10, 0, 1}
+                         : seed % 3 == 1 ? Bytes{2, 2, 13, 10, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8}
+                                         : Bytes{2, 13, 10, 0, 0, 1, 3, 5, 9, 48, 49, 127, 128, 255};
+  FrameSplitter splitter;
+  SplitterOracle oracle;
+  for (int piece = 0; piece < 40; ++piece) {
+    Bytes bytes(upTo(random, seed % 2 == 0 ? 3 : 40));
+    for (auto& byte : bytes) {
+      byte = alphabet[upTo(random, alphabet.size() - 1)];
+    }
+    for (std::size_t i = 0; i + 1 < bytes.size(); ++i) {
+      if (bytes[i] == 13 && upTo(random, 1) == 0) {
+        bytes[i + 1] = 10;
+      }
+    }
+    switch (upTo(random, 60)) {
+      case 0:
+        splitter.setLastIndex(oracle.last_index = upTo(random, oracle.stream.size() + 3));
+        break;
+      case 1:
+        splitter.setStream(oracle.stream = bytes);
+        break;
+      default:
+        splitter.append(bytes);
+        oracle.append(bytes);
+    }
+    ASSERT_EQ(splitter.split(), oracle.split()) << "seed " << seed << ", piece " << piece;
+    ASSERT_EQ(copyOf(splitter.stream()), oracle.stream) << "seed " << seed << ", piece " << piece;
+    ASSERT_EQ(splitter.lastIndex(), oracle.last_index) << "seed " << seed << ", piece " << piece;
+  }
+}
+
+TEST(FrameSplitter, AgreesWithTheRule) {
+  for (unsigned seed = 0; seed < 6000 && !testing::Test::HasFatalFailure(); ++seed) {
+    compareOnce(seed);
+  }
+}
+
+// Well-formed frames with any payload between noise: the same, with frames that are really long.
+TEST(FrameSplitter, AgreesOnLongFrames) {
+  Random random(1);
+  FrameSplitter splitter;
+  SplitterOracle oracle;
+  std::size_t delivered = 0;
+  for (int i = 0; i < 300; ++i) {
+    Bytes data(upTo(random, 1500));
+    for (auto& byte : data) {
+      byte = static_cast<std::uint8_t>(upTo(random, 15));
+    }
+    Bytes bytes = buildFrame(static_cast<int>(49 + upTo(random, 200)), data);
+    bytes.resize(bytes.size() + upTo(random, 2), 9);
+    for (std::size_t at = 0; at < bytes.size();) {
+      const std::size_t count = std::min(bytes.size() - at, 1 + upTo(random, 700));
+      splitter.append(ByteView(bytes).subspan(at, count));
+      oracle.append(ByteView(bytes).subspan(at, count));
+      at += count;
+      const auto frames = splitter.split();
+      delivered += frames.size();
+      ASSERT_EQ(frames, oracle.split());
+      ASSERT_EQ(copyOf(splitter.stream()), oracle.stream);
+      ASSERT_EQ(splitter.lastIndex(), oracle.last_index);
+    }
+  }
+  EXPECT_GE(delivered, 250u);
+}
+
+// Millions of start bytes and CR LFs that never meet, and as many frames in one piece: minutes to days where the cost
+// grows with the square, well under a second where it does not.
+TEST(FrameSplitter, HostileStreamsCostNoMoreThanOthers) {
+  const std::vector<Bytes> patterns = {{2, 13, 10}, {2, 127, 255}, {2}, {13, 10}, {2, 0, 1, 240, 13, 10}};
+  for (const Bytes& pattern : patterns) {
+    Bytes bytes;
+    while (bytes.size() < 3'000'000) {
+      bytes.insert(bytes.end(), pattern.begin(), pattern.end());
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    FrameSplitter splitter;
+    splitter.append(bytes);
+    std::size_t frames = splitter.split().size();
+    for (int i = 0; i < 100'000; ++i) {  // and a long rest is not searched again on each read
+      splitter.append(pattern);
+      frames += splitter.split().size();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30)) << int{pattern.back()};
+    EXPECT_EQ(frames, pattern.size() == 6 ? 600'000u : 0u);
+  }
+}
+
+class ScriptedClient : public Client {
+ public:
+  std::vector<Bytes> reads;  // taken from the back
+  Bytes recvPacket(std::size_t size) override {
+    EXPECT_EQ(size, 64u);
+    Bytes bytes = reads.back();
+    reads.pop_back();
+    return bytes;
+  }
+};
+
+TEST(Client, CutsFramesAcrossReads) {
+  ScriptedClient client;
+  client.reads = {{1, 240, 13, 10}, {}, {2, 0, 1, 241, 13, 10, 2, 0}};
+  EXPECT_EQ(client.recvAndSplitPacket(64), (std::vector<Frame>{{241, {}}}));
+  EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
+  EXPECT_EQ(client.stream(), (Bytes{2, 0}));
+  EXPECT_EQ(client.recvAndSplitPacket(64), (std::vector<Frame>{{240, {}}}));
+}
+
+TEST(Client, BaseHasABufferButNoMedium) {
+  Client client;
+  client.setStream(Bytes{2, 0, 1, 240, 13, 10, 5});
+  client.setLastIndex(5);
+  EXPECT_EQ(client.splitPacket(), std::vector<Frame>{});
+  EXPECT_EQ(client.lastIndex(), 5u);
+  client.setLastIndex(0);
+  EXPECT_EQ(client.splitPacket(), (std::vector<Frame>{{240, {}}}));
+  EXPECT_EQ(client.stream(), Bytes{5});
+  for (const auto& operation : {+[](Client& c) { c.sendPacket(Bytes{1}); }, +[](Client& c) { c.recvPacket(64); }}) {
+    try {
+      operation(client);
+      ADD_FAILURE() << "not refused";
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.id(), ErrorId::APINotSupportError);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qvx

@@ -1,0 +1,38 @@
+// Hostile bytes at a device: the frame reader, every command and the faults. The input's first byte sets the size of
+// the pieces; between two of them time passes and the client reads.
+
+#include "virtual/session.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace qvx::bench;
+  if (size == 0) {
+    return 0;
+  }
+  TimePoint now{std::chrono::hours(1)};
+  DeviceSetup setup;
+  setup.model = findModel("FeroxA");
+  setup.faults.duplicate = (data[0] & 0x80) != 0 ? 0.5 : 0;
+  setup.unpaced = (data[0] & 0x40) != 0;
+  Device device(setup, now);
+  const Log log(LogLevel::Quiet);
+  Session session(device, log, "fuzz");
+  const std::size_t piece = 1 + (data[0] & 0x3F);
+  for (std::size_t at = 1; at < size; at += piece) {
+    session.receive({data + at, std::min(piece, size - at)}, now);
+    now += std::chrono::milliseconds(7);
+    device.tick(now);
+    session.advance(now);
+    if (session.room() > (1U << 20)) {
+      std::abort();
+    }
+    if ((at / piece) % 4 != 0) {
+      session.written(session.output().size());
+    }
+    device.rebooted();
+  }
+  return 0;
+}

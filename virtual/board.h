@@ -1,0 +1,42 @@
+// What the modules of one device share.
+#pragma once
+
+#include "virtual/firmware.h"
+#include "virtual/rtc.h"
+#include "virtual/source.h"
+
+#include <array>
+#include <map>
+#include <string>
+
+namespace qvx::bench {
+
+inline constexpr std::size_t kPinsPerPort = 8;
+
+enum class PinMode : std::uint8_t { Disabled, Idle, DI, DO, UART, I2C, SPI, CAN, PWM, ADC };
+
+// A port whose pins have one function for good; without one they follow the mode of the port's slot.
+using FixedPins = std::map<int, PinMode>;
+
+// What a module asks of the device as a whole; done once the reply is out.
+enum class Effect : std::uint8_t { None, FactoryReset, Reboot, RebootOnBootloader };
+
+struct Board {
+  // The product's, for good.
+  std::string model;        // class name, "FeroxA"
+  std::string driver_name;  // as the firmware calls itself, "Ferox-A"
+  bool wireless = false;
+  FixedPins fixed_pins;
+  Inputs inputs;         // by analog channel
+  bool unpaced = false;  // streams run as fast as the client takes them
+  TimePoint switched_on;
+  // Kept across reboots.
+  std::string serial;  // 8 characters
+  std::string alias;
+  RealTimeClock clock;
+  // Volatile.
+  bool in_bootloader = false;
+  Effect effect = Effect::None;
+};
+
+}  // namespace qvx::bench

@@ -1,0 +1,89 @@
+#include "virtual/device.h"
+
+#include "virtual/system_firmware.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace qvx::bench {
+namespace {
+
+std::string defaultSerial(const DeviceSetup& setup) {
+  char digits[7];
+  std::snprintf(digits, sizeof digits, "%06zu", (setup.index + 1) % 1000000);
+  return setup.model->serial_prefix + std::string(digits);
+}
+
+Board makeBoard(const DeviceSetup& setup, TimePoint now) {
+  const ModelRow& model = *setup.model;
+  return {.model = std::string(model.name()),
+          .driver_name = std::string(productLabel(model.product)),
+          .wireless = model.wireless,
+          .fixed_pins = model.fixed_pins,
+          .inputs = makeInputs(setup.sources, model.analog_inputs, setup.seed + setup.index),
+          .unpaced = setup.unpaced,
+          .switched_on = now,
+          .serial = setup.serial.value_or(defaultSerial(setup)),
+          .alias = setup.alias.value_or(std::string(model.name())),
+          .clock = RealTimeClock(setup.clock, now)};
+}
+
+}  // namespace
+
+Device::Device(const DeviceSetup& setup, TimePoint now)
+    : board_(makeBoard(setup, now)), faults_(setup.faults, setup.seed + setup.index) {
+  modules_.push_back(std::make_unique<SystemFirmware>(board_));
+  for (const MakeModule make : setup.model->modules) {
+    modules_.push_back(make(board_));
+  }
+  for (const auto& module : modules_) {
+    module->addCommands(commands_);
+  }
+}
+
+void Device::handle(const Frame& frame, Outlet& outlet, TimePoint now) {
+  if (reboot_pending_) {
+    return;
+  }
+  commands_.handle({frame.code, frame.payload, outlet, now}, faults_.forcedStatus(frame.code));
+  const Effect effect = std::exchange(board_.effect, Effect::None);
+  if (effect == Effect::FactoryReset) {
+    board_.clock.stopAlarm(now);
+    for (const auto& module : modules_) {
+      module->factoryReset();
+    }
+  } else if (effect != Effect::None) {
+    restartModules();
+    board_.in_bootloader = effect == Effect::RebootOnBootloader;
+    reboot_pending_ = true;
+  }
+}
+
+void Device::restartModules() {
+  for (const auto& module : modules_) {
+    module->restart();
+  }
+}
+
+void Device::tick(TimePoint now) {
+  for (const auto& module : modules_) {
+    module->tick(now);
+  }
+}
+
+TimePoint Device::due(TimePoint now) {
+  TimePoint earliest = kNever;
+  for (const auto& module : modules_) {
+    earliest = std::min(earliest, module->due(now));
+  }
+  return earliest;
+}
+
+void Device::forget(const Outlet& outlet) {
+  for (const auto& module : modules_) {
+    module->forget(outlet);
+  }
+}
+
+}  // namespace qvx::bench

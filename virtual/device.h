@@ -1,0 +1,55 @@
+// One virtual device: a board, its firmware modules and its faults.
+#pragma once
+
+#include "virtual/board.h"
+#include "virtual/faults.h"
+#include "virtual/models.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace qvx::bench {
+
+struct DeviceSetup {
+  const ModelRow* model = nullptr;
+  std::size_t index = 0;              // among the devices of this bench; makes serial number and seed its own
+  std::optional<std::string> serial;  // 8 characters
+  std::optional<std::string> alias;
+  std::vector<SourceSpec> sources;
+  std::uint64_t seed = 0;
+  bool unpaced = false;
+  FaultOptions faults;
+  RealTimeClock::Moment clock;  // shown at the start
+};
+
+class Device {
+ public:
+  // Throws std::invalid_argument when a source does not fit the model.
+  Device(const DeviceSetup& setup, TimePoint now);
+
+  // Runs a request; the reply goes to `outlet`. Nothing is done any more once a reboot is pending.
+  void handle(const Frame& frame, Outlet& outlet, TimePoint now);
+  void tick(TimePoint now);
+  TimePoint due(TimePoint now);
+  // `outlet` is about to vanish.
+  void forget(const Outlet& outlet);
+
+  // Set by the reboot commands: the transport then ends every connection and reports when the device is back.
+  bool rebootPending() const { return reboot_pending_; }
+  void rebooted() { reboot_pending_ = false; }
+
+  Faults& faults() { return faults_; }
+  const Board& board() const { return board_; }
+
+ private:
+  void restartModules();
+
+  Board board_;
+  Faults faults_;
+  std::vector<std::unique_ptr<Module>> modules_;
+  CommandTable commands_;
+  bool reboot_pending_ = false;
+};
+
+}  // namespace qvx::bench

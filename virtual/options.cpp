@@ -1,0 +1,251 @@
+#include "virtual/options.h"
+
+#include "core/constants.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+#include <string_view>
+
+#include <arpa/inet.h>
+#include <CLI/CLI.hpp>
+
+namespace qvx::bench {
+namespace {
+
+constexpr std::size_t kMostDevices = 1000;
+constexpr std::size_t kSerialLength = 8;
+constexpr std::size_t kLongestAlias = 64;
+
+// What the options say, before it is checked and combined.
+struct Given {
+  std::string model = "FeroxA";
+  std::vector<std::string> listen;
+  std::size_t count = 1;
+  bool expose = false;
+  std::vector<std::string> aliases;
+  std::vector<std::string> serials;
+  std::vector<std::string> sources;
+  std::vector<std::string> statuses;
+  std::uint64_t seed = 0;
+  std::uint32_t delay_ms = 0;
+  bool silent = false;
+  bool unpaced = false;
+  bool quiet = false;
+  bool verbose = false;
+  FaultOptions faults;
+  bool die_with_parent = false;
+};
+
+std::optional<int> parseInt(std::string_view text, int low, int high) {
+  int value = 0;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool whole = problem == std::errc() && end == text.data() + text.size();
+  return whole && value >= low && value <= high ? std::optional(value) : std::nullopt;
+}
+
+Endpoint parseEndpoint(const std::string& text) {
+  const std::size_t colon = text.find(':');
+  in_addr address{};
+  if (inet_pton(AF_INET, text.substr(0, colon).c_str(), &address) != 1) {
+    throw UsageError("--listen " + text + ": not an IPv4 address such as 127.0.0.2 or 127.0.0.2:7007");
+  }
+  Endpoint endpoint{ntohl(address.s_addr), TCP_CMD_PORT};
+  if (colon != std::string::npos) {
+    const auto port = parseInt(std::string_view(text).substr(colon + 1), 0, 65535);
+    if (!port) {
+      throw UsageError("--listen " + text + ": the port must be 0 to 65535");
+    }
+    endpoint.port = static_cast<std::uint16_t>(*port);
+  }
+  return endpoint;
+}
+
+std::vector<Endpoint> listEndpoints(const Given& given) {
+  std::vector<Endpoint> endpoints;
+  for (const std::string& text : given.listen) {
+    endpoints.push_back(parseEndpoint(text));
+  }
+  if (endpoints.empty()) {
+    endpoints.push_back(parseEndpoint("127.0.0.1"));
+  }
+  if (given.count > 1 && endpoints.size() > 1) {
+    throw UsageError("--count goes with a single --listen, the first of the addresses");
+  }
+  while (endpoints.size() < given.count) {
+    Endpoint next = endpoints.back();
+    ++next.address;
+    endpoints.push_back(next);
+  }
+  for (const Endpoint& endpoint : endpoints) {
+    if (!endpoint.loopback() && !given.expose) {
+      throw UsageError("--listen " + endpoint.text() +
+                       " is not a loopback address: anybody on the network could use "
+                       "the device; add --expose if that is wanted");
+    }
+  }
+  return endpoints;
+}
+
+void parseStatus(const std::string& text, FaultOptions& faults) {
+  const std::size_t equals = text.find('=');
+  const bool for_one = equals != std::string::npos;
+  const auto code = parseInt(std::string_view(text).substr(0, for_one ? equals : 0), 0, 65535);
+  const auto status = parseInt(std::string_view(text).substr(for_one ? equals + 1 : 0), 0, 255);
+  if (!status || (for_one && !code)) {
+    throw UsageError("--status " + text + ": not STATUS or CODE=STATUS, with a status 0 to 255 and a code 0 to 65535");
+  }
+  if (for_one) {
+    faults.status_of[*code] = *status;
+  } else {
+    faults.status = status;
+  }
+}
+
+// The local time, as a device's clock shows it.
+RealTimeClock::Moment localTime() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return std::chrono::sys_seconds(std::chrono::seconds(now + local.tm_gmtoff));
+}
+
+std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
+  DeviceSetup setup;
+  setup.model = findModel(given.model);
+  if (setup.model == nullptr) {
+    std::string known;
+    for (const ModelRow& row : modelRows()) {
+      known += (known.empty() ? "" : ", ") + std::string(row.name());
+    }
+    throw UsageError("--model " + given.model + ": not one of " + known);
+  }
+  setup.faults = given.faults;
+  setup.faults.delay = std::chrono::milliseconds(given.delay_ms);
+  if (given.silent) {
+    setup.faults.silent_after = 0;
+  }
+  for (const std::string& text : given.statuses) {
+    parseStatus(text, setup.faults);
+  }
+  for (const std::string& text : given.sources) {
+    setup.sources.push_back(SourceSpec::parse(text));
+  }
+  makeInputs(setup.sources, setup.model->analog_inputs, 0);  // refuses what does not fit
+  setup.seed = given.seed;
+  setup.unpaced = given.unpaced;
+  setup.clock = localTime();
+  if (given.serials.size() > count || given.aliases.size() > count) {
+    throw UsageError("more --serial or --alias options than devices");
+  }
+  std::vector<DeviceSetup> devices(count, setup);
+  for (std::size_t i = 0; i < count; ++i) {
+    devices[i].index = i;
+    if (i < given.serials.size()) {
+      if (given.serials[i].size() != kSerialLength) {
+        throw UsageError("--serial " + given.serials[i] + ": a serial number has 8 characters");
+      }
+      devices[i].serial = given.serials[i];
+    }
+    if (i < given.aliases.size()) {
+      if (given.aliases[i].size() > kLongestAlias) {
+        throw UsageError("--alias: an alias has at most 64 bytes");
+      }
+      devices[i].alias = given.aliases[i];
+    }
+  }
+  return devices;
+}
+
+// Comparisons with NaN are false, so that it is refused too.
+const CLI::Validator kProbability(
+    [](const std::string& text) {
+      double value = -1;
+      const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
+      const bool whole = problem == std::errc() && end == text.data() + text.size();
+      return whole && value >= 0 && value <= 1 ? std::string() : "'" + text + "' is not a probability from 0 to 1";
+    },
+    "0..1");
+
+void describe(CLI::App& app, Given& given) {
+  const auto list = [&app](const char* name, std::vector<std::string>& where, const char* type, const char* text) {
+    app.add_option(name, where, text)->type_name(type)->allow_extra_args(false);
+  };
+  app.set_version_flag("--version", std::string("qvx-virtual ") + kVersion);
+  app.add_option("--model", given.model, "what to be (default FeroxA)")->type_name("NAME");
+  list("--listen", given.listen, "ADDRESS[:PORT]",
+       "where a device listens (default 127.0.0.1:7; port 0: any free one); once for each device");
+  app.add_option("--count", given.count, "this many devices, on consecutive addresses from the first")
+      ->type_name("N")
+      ->check(CLI::Range(std::size_t{1}, kMostDevices));
+  app.add_flag("--expose", given.expose, "allow addresses that other machines can reach");
+  list("--alias", given.aliases, "TEXT", "alias; again for the next device");
+  list("--serial", given.serials, "TEXT", "serial number, 8 characters; again for the next device");
+  list("--source", given.sources, "[CHANNEL=]KIND[:VALUE...]", "what the analog inputs measure; see below");
+  app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");
+  app.add_flag("--stream-as-fast-as-possible", given.unpaced, "ignore the sampling rate: for benchmarks");
+
+  app.add_option("--delay", given.delay_ms, "every packet leaves this much later")
+      ->type_name("MS")
+      ->check(CLI::Range(0, 3600000))
+      ->group("Faults");
+  app.add_flag("--split", given.faults.split, "send one byte at a time")->group("Faults");
+  const auto fault = [&app](const char* name, double& where, const char* text) {
+    app.add_option(name, where, text)->type_name("P")->check(kProbability)->group("Faults");
+  };
+  fault("--drop", given.faults.drop, "probability that a packet is lost");
+  fault("--duplicate", given.faults.duplicate, "probability that a packet is sent twice");
+  fault("--corrupt", given.faults.corrupt, "probability that one byte of a packet is changed");
+  app.add_flag("--silent", given.silent, "receive everything, send nothing")->group("Faults");
+  app.add_option("--silent-after", given.faults.silent_after, "fall silent when the device has sent N packets")
+      ->type_name("N")
+      ->group("Faults");
+  app.add_option("--reset-after", given.faults.reset_after, "reset each connection when it has carried N packets")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1}, UINT64_MAX))
+      ->group("Faults");
+  app.add_option("--status", given.statuses, "answer every status, or that of one command, with STATUS")
+      ->type_name("[CODE=]STATUS")
+      ->allow_extra_args(false)
+      ->group("Faults");
+
+  app.add_flag("--quiet", given.quiet, "nothing but errors on standard error");
+  app.add_flag("--verbose", given.verbose, "every packet on standard error")->excludes("--quiet");
+  app.add_flag("--die-with-parent", given.die_with_parent, "end when the process that started this one ends");
+  app.footer("Sources (without one a channel measures 0 V; volts clip at +-10):\n" + describeSources() +
+             "In ramp, sine and square channel c of n is c/n of a period ahead; CHANNEL= names one channel.\n\n"
+             "Prints 'ready MODEL ADDRESS:PORT' for each device and then 'ready'. Ends with SIGTERM or SIGINT.");
+}
+
+}  // namespace
+
+Options parseOptions(int argc, const char* const* argv) {
+  CLI::App app("qvx-virtual: answers on the network as QVX devices do", "qvx-virtual");
+  Given given;
+  describe(app, given);
+  Options options;
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    options.information = app.help();
+    return options;
+  } catch (const CLI::CallForVersion& version) {
+    options.information = version.what() + std::string("\n");
+    return options;
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+  try {
+    options.endpoints = listEndpoints(given);
+    options.devices = listDevices(given, options.endpoints.size());
+  } catch (const std::invalid_argument& error) {
+    throw UsageError(error.what());
+  }
+  options.log = given.quiet ? LogLevel::Quiet : given.verbose ? LogLevel::Verbose : LogLevel::Normal;
+  options.die_with_parent = given.die_with_parent;
+  return options;
+}
+
+}  // namespace qvx::bench

@@ -1,0 +1,30 @@
+// The command line of qvx-virtual.
+#pragma once
+
+#include "virtual/device.h"
+#include "virtual/log.h"
+#include "virtual/tcp_port.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace qvx::bench {
+
+struct Options {
+  std::vector<Endpoint> endpoints;  // one per device
+  std::vector<DeviceSetup> devices;
+  LogLevel log = LogLevel::Normal;
+  bool die_with_parent = false;
+  std::string information;  // not empty: print this (--help, --version) and do nothing else
+};
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Throws UsageError with a message for the user. Reads the WAV files that are named.
+Options parseOptions(int argc, const char* const* argv);
+
+}  // namespace qvx::bench
