@@ -1,0 +1,201 @@
+"""The tools that guard the tree, each on a small tree or module made for it; and what the build promises."""
+
+import os
+import re
+import subprocess
+import sys
+import types
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools"))
+
+import check_includes  # noqa: E402
+import make_stubs  # noqa: E402
+import run_tests  # noqa: E402
+import tidy  # noqa: E402
+
+
+@pytest.mark.parametrize(
+    "source, line, fault",
+    [
+        ("src/protocol/a.cpp", '#include "core/bytes.h"', None),
+        ("src/modules/analog/a.cpp", '#include "modules/system/system.h"', None),
+        ("src/binding/a.cpp", "#include <pybind11/pybind11.h>", None),
+        ("virtual/a.cpp", '#include "core/bytes.h"', None),
+        ("src/core/a.cpp", '#include "protocol/pools.h"', "core must not include protocol"),
+        ("src/core/a.cpp", '#include "../protocol/pools.h"', "core must not include protocol"),
+        ("src/core/a.cpp", "#  include <protocol/pools.h>", "core must not include protocol"),
+        ("src/models/a.cpp", '#include "virtual/options.h"', "models must not include virtual"),
+        ("virtual/a.cpp", '#include "protocol/pools.h"', "virtual must not include protocol"),
+        ("src/core/a.cpp", '#include "tests/help.h"', "core must not include a file outside all rooms"),
+        ("src/modules/a.cpp", "#include <thread>", "only binding, protocol, transport may include this"),
+        ("src/core/a.h", "#include <Python.h>", "only binding may include this"),
+        ("src/elsewhere/a.cpp", "", "lies in no known room"),
+    ],
+)
+def test_include_direction(tmp_path, source, line, fault):
+    headers = ("src/core/bytes.h", "src/protocol/pools.h", "src/modules/system/system.h")
+    for name in (*headers, "virtual/options.h", "tests/help.h"):
+        (tmp_path / name).parent.mkdir(parents=True, exist_ok=True)
+        (tmp_path / name).write_text("#pragma once\n")
+    (tmp_path / source).parent.mkdir(parents=True, exist_ok=True)
+    (tmp_path / source).write_text("// A file.\n\n" + line + "\n")
+    found = list(check_includes.violations(tmp_path))
+    if fault is None:
+        assert found == []
+    else:
+        place = source if "room" in fault and not line else f"{source}:3"
+        assert len(found) == 1 and found[0].startswith(place) and found[0].endswith(fault)
+
+
+def test_a_change_of_a_header_reached_through_another_is_noticed(tmp_path, monkeypatch):
+    monkeypatch.setattr(tidy, "ROOT", tmp_path)
+    core = tmp_path / "src" / "core"
+    core.mkdir(parents=True)
+    (core / "a.cpp").write_text('#include "core/b.h"\n')
+    (core / "b.h").write_text('#include "core/c.h"\n')
+    (core / "c.h").write_text("int x;\n")
+    (core / "other.h").write_text("int y;\n")
+
+    def marks():
+        return tidy.fingerprint(core / "a.cpp", "g++ a.cpp", b"settings")
+
+    before = marks()
+    (core / "other.h").write_text("int z;\n")
+    assert marks() == before
+    (core / "c.h").write_text("long x;\n")
+    assert marks() != before
+
+
+def sample_module() -> types.ModuleType:
+    """What the binding makes, in Python: docstrings that begin with a signature, typed properties, errors."""
+
+    def doc(function, text):
+        function.__doc__ = text
+        return function
+
+    module = types.ModuleType("sample")
+    module.__dict__["__version__"] = "1.0"
+    error = type("Error", (Exception,), {"__module__": "sample", "__doc__": "Every failure."})
+    base = type(
+        "AIBased",
+        (),
+        {
+            "GAIN": 2,
+            "rate": property(lambda self: 1.0, lambda self, v: None, doc="Samples a second. -> float"),
+            "AI_open": doc(
+                lambda self: 0, 'AI_open(port: int, timeout: float = 3) -> int\n\nOpens "the" \\ port.'
+            ),
+            "AI_open_async": doc(lambda self: 0, "AI_open_async(port: int) -> Coroutine[int]"),
+            "AI_close_async": doc(lambda self: 0, "async AI_close_async() -> None"),
+            "AI_array": doc(lambda self: 0, "AI_array(n: int) -> numpy.ndarray"),
+            "__len__": lambda self: 0,
+        },
+    )
+    module.__dict__.update(
+        DEFAULT_PORT=7,
+        CODES=[1, 2],
+        Error=error,
+        PinError=type(
+            "PinError",
+            (error,),
+            {"__module__": "sample", "__doc__": "PinError(msg: str | None = None, *args)"},
+        ),
+        AIBased=base,
+        FeroxA=type("FeroxA", (base,), {"names": staticmethod(doc(lambda: 0, "names() -> list[str]"))}),
+        _check=doc(lambda v: 0, "_check(value: Mapping[str, AIBased] | None = None) -> None"),
+    )
+    return module
+
+
+def test_stubs_follow_the_docstrings(tmp_path):
+    text, faults = make_stubs.make_stubs(sample_module())
+    assert faults == []
+    for line in (
+        "__version__: str",
+        "CODES: list[int]",
+        "class PinError(Error):",
+        "class FeroxA(AIBased):",
+        "    GAIN: int",
+        "    def rate(self) -> float:",
+        "    def rate(self, value: float) -> None: ...",
+        "    def AI_open(self, port: int, timeout: float = 3) -> int:",
+        "    def __init__(self, msg: str | None = None, *args) -> None: ...",
+        "    async def AI_open_async(self, port: int) -> int: ...",
+        "    async def AI_close_async(self) -> None: ...",
+        "    def names() -> list[str]: ...",
+        "def _check(value: Mapping[str, AIBased] | None = None) -> None: ...",
+        "from collections.abc import Mapping",
+        "import numpy",
+    ):
+        assert line in text.splitlines()
+    stub = tmp_path / "sample.pyi"
+    stub.write_text(text)
+    use = tmp_path / "use.py"
+    use.write_text(
+        "import sample\nreveal_type(sample.FeroxA().AI_open(0))\nsample.PinError('x').code + 'text'\n"
+    )
+    command = ["mypy", str(use), str(stub), "--cache-dir", str(tmp_path / "cache"), "--config-file="]
+    plain = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+    report = subprocess.run(command, capture_output=True, text=True, env=plain, check=False).stdout
+    assert 'Revealed type is "builtins.int"' in report
+    assert report.count("error:") == 1 and 'Unsupported operand types for + ("int" and "str")' in report
+
+
+@pytest.mark.parametrize(
+    "docstring, fault",
+    [
+        (None, "sample.run: no signature"),
+        ("Runs the thing (slowly).", "sample.run: no signature"),
+        ("run(port: Porrt) -> int", "sample.run: unknown name `Porrt`"),
+        ("run(port: int timeout) -> int", "sample.run: cannot read"),
+    ],
+)
+def test_an_operation_without_a_good_signature_is_a_fault(docstring, fault):
+    module = sample_module()
+    run = types.FunctionType((lambda: 0).__code__, {}, "run")
+    run.__doc__ = docstring
+    module.__dict__["run"] = run
+    _, faults = make_stubs.make_stubs(module)
+    assert len(faults) == 1 and f"sample.{faults[0]}".startswith(fault)
+
+
+@pytest.mark.parametrize(
+    "cases, status, passed, failed",
+    [
+        ("<testcase/><testcase status='run'/>", 0, 2, 0),
+        ("<testcase/><testcase><skipped/></testcase><testcase status='notrun'/>", 0, 1, 0),
+        ("<testcase/><testcase><failure/></testcase><testcase><error/></testcase>", 1, 1, 2),
+        ("<testcase/>", 66, 1, 1),  # a sanitizer's report at exit
+        ("", 0, 0, 1),  # a suite that ran nothing
+        (None, 0, 0, 1),  # a suite that died
+    ],
+)
+def test_counts(tmp_path, cases, status, passed, failed):
+    report = tmp_path / "report.xml"
+    make = (
+        f"open({str(report)!r}, 'w').write({f'<testsuite>{cases}</testsuite>'!r});"
+        if cases is not None
+        else ""
+    )
+    command = [sys.executable, "-c", f"import sys; {make} sys.exit({status})"]
+    counts = run_tests.run("suite", command, report, {})
+    assert (counts.passed, counts.failed) == (passed, failed)
+
+
+def test_one_version_everywhere():
+    import pyqvx
+
+    match = re.search(r"project\(pyqvx VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text())
+    assert match is not None and pyqvx.__version__ == match[1]
+
+
+def test_the_initialiser_is_the_only_exported_symbol():
+    import pyqvx
+
+    command = ["nm", "--dynamic", "--defined-only", "--format=just-symbols", pyqvx.__file__]
+    listed = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    assert listed.split() == ["PyInit_pyqvx"]
