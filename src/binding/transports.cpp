@@ -56,7 +56,9 @@ class PythonTransport final : public Transport {
       return frames;
     } catch (py::error_already_set& error) {
       failAs(error);
-    } catch (const py::cast_error& error) {
+    } catch (const Failure&) {
+      throw;
+    } catch (const std::exception& error) {  // one of pybind11's
       fail(ErrorId::NetworkConnectionLostError,
            std::string("recvAndSplitPacket gave no (code, payload) pairs: ") + error.what());
     }

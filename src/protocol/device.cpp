@@ -9,7 +9,7 @@ void Device::say(const std::string& line) const {
 }
 
 std::string Device::deviceName() const {
-  return product_ == ProductId::None ? handleName() : std::string(productLabel(product_));
+  return product_ == ProductId::None ? handle_name_ : std::string(productLabel(product_));
 }
 
 void Device::failUnanswered() const {

@@ -22,8 +22,10 @@ namespace qvx {
 
 class Device : public Packet, public Packet_async {
  public:
-  // `verbose` false keeps the handle's messages off standard output.
-  explicit Device(ProductId product = ProductId::None, bool verbose = true) : product_(product), verbose_(verbose) {}
+  // `verbose` false keeps the handle's messages off standard output; `handle_name` stands in them for a handle that is no
+  // product.
+  explicit Device(ProductId product = ProductId::None, bool verbose = true, const char* handle_name = "Device")
+      : product_(product), verbose_(verbose), handle_name_(handle_name) {}
 
   ProductId product() const { return product_; }
   // The product's label, as all messages of a handle use it; of a bare handle its class name.
@@ -56,12 +58,11 @@ class Device : public Packet, public Packet_async {
   // A handle announces each of its channels once, in its constructor.
   void add(Channel& channel) { channels_.push_back(&channel); }
   void sayOpened() const { say("Opened handle (" + deviceName() + ")"); }
-  // The class name of a handle that is no product.
-  virtual const char* handleName() const { return "Device"; }
 
  private:
   const ProductId product_;
   const bool verbose_;
+  const char* const handle_name_;
   const pid_t process_ = getpid();
   std::atomic<bool> closed_{false};
   std::mutex close_mutex_;  // guards closer_

@@ -5,8 +5,8 @@
 
 namespace qvx {
 
-NetworkDevice::NetworkDevice(ProductId product, bool verbose)
-    : Device(product, verbose),
+NetworkDevice::NetworkDevice(ProductId product, bool verbose, const char* handle_name)
+    : Device(product, verbose, handle_name),
       command_(*this, {.thread_name = "qvx-recv-cmd",
                        .read_size = TCP_PKT_LENGTH_MAX,
                        .connection_error = ErrorId::NetworkConnectionError,

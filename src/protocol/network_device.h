@@ -8,7 +8,8 @@ namespace qvx {
 
 class NetworkDevice : public Device {
  public:
-  explicit NetworkDevice(ProductId product = ProductId::None, bool verbose = true);
+  explicit NetworkDevice(ProductId product = ProductId::None, bool verbose = true,
+                         const char* handle_name = "NetworkDevice");
   ~NetworkDevice() override;
 
   // Opens the command channel, within CONNECTION_TIMEOUT seconds. Blocks. Raises NetworkConnectionError.
@@ -17,9 +18,6 @@ class NetworkDevice : public Device {
   Channel& commandChannel() { return command_; }
   const Channel& commandChannel() const { return command_; }
 
- protected:
-  const char* handleName() const override { return "NetworkDevice"; }
-
  private:
   Channel command_;
 };
@@ -27,10 +25,8 @@ class NetworkDevice : public Device {
 // The handle of the Ethernet products.
 class ETHDevice : public NetworkDevice {
  public:
-  using NetworkDevice::NetworkDevice;
-
- protected:
-  const char* handleName() const override { return "ETHDevice"; }
+  explicit ETHDevice(ProductId product = ProductId::None, bool verbose = true)
+      : NetworkDevice(product, verbose, "ETHDevice") {}
 };
 
 }  // namespace qvx

@@ -1,0 +1,385 @@
+#include "modules/analog/ai.h"
+
+#include "tests/cpp/modules/bench.h"
+
+#include <cmath>
+#include <future>
+
+namespace qvx::test {
+namespace {
+
+using List = std::vector<Argument>;
+
+AIConfiguration lumaPorts() {
+  return {.ports = {{0, {0}}, {1, {0}}, {3, {0}}}, .num_channels = 1};
+}
+AIConfiguration cordlogPorts() {
+  return {.ports = {{1, {0, 1, 2, 3, 4, 5, 6, 7}}}, .num_channels = 8, .variable = true};
+}
+
+TEST(AI, SendsDecodesAndMapsTheStatus) {
+  const std::vector<Golden> rows{
+      {QVX_CALL(ai.AI_openStreaming(0, kTimeout)), "02 00 02 B6 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_closeStreaming(0, kTimeout)), "02 00 02 B8 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setMode(0, 0, kTimeout)), "02 00 03 B2 00 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setMode(0, 2, kTimeout)), "02 00 03 B2 00 02 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setNumSamples(0, 0x12345678, kTimeout)), "02 00 06 B3 00 12 34 56 78 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setNumSamples(0, std::int64_t{4294967295}, kTimeout)),
+       "02 00 06 B3 00 FF FF FF FF 0D 0A",
+       {0, 0},
+       "0",
+       1},
+      {QVX_CALL(ai.AI_setSamplingRate(0, 20000, kTimeout)), "02 00 06 B1 00 46 9C 40 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setSamplingRate(0, 1, kTimeout)), "02 00 06 B1 00 3F 80 00 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 0, kTimeout)), "02 00 04 20 16 00 01 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 1, kTimeout)), "02 00 04 20 16 00 02 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 2, kTimeout)), "02 00 04 20 16 00 04 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 3, kTimeout)), "02 00 04 20 16 00 03 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 4, kTimeout)), "02 00 04 20 16 00 05 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 5, kTimeout)), "02 00 04 20 16 00 06 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(0, 6, kTimeout)), "02 00 04 20 16 00 07 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai._AI_clearBufferStatus(0, kTimeout)), "02 00 02 BA 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(ai.AI_readOnDemand(0, kTimeout)),
+       "02 00 02 B5 00 0D 0A",
+       {0, 0, 0x7F, 0xFF, 0x80, 0x00},
+       "[9.9997,-10]",
+       1},
+      {QVX_CALL(ai._AI_getDataRTC(0, kTimeout)),
+       "02 00 03 20 22 00 0D 0A",
+       {0, 0, 0x00, 0x01, 0xFF, 0xFF},
+       "[0.0003,-0.0003]",
+       1},
+      {QVX_CALL(ai._AI_getCounter(0, kTimeout)),
+       "02 00 02 BC 00 0D 0A",
+       {0, 0, 0, 0, 1, 0, 0xFF, 0xFF, 0xFF, 0xFF},
+       "[256,4294967295]",
+       1},
+      {QVX_CALL(ai._AI_readBufferStatus(0, kTimeout)), "02 00 02 BB 00 0D 0A", {0, 0, 0, 0, 0, 7}, "[7]", 1},
+  };
+  Bench bench;
+  for (const auto& row : rows) {
+    check(bench, row);
+  }
+  bench.transport->sent();
+  EXPECT_EQ(bench.ai.AI_startStreaming(0), 0);
+  EXPECT_EQ(bench.transport->sent(), std::vector<std::string>{"02 00 02 B7 00 0D 0A"});
+}
+
+TEST(AI, RememberedOnlyWhenTheDeviceAccepts) {
+  Bench bench(ProductId::CordlogF1AD, cordlogPorts());
+  bench.replies = {{SET_AI_MODE, {1, 52}}, {SET_AI_ENABLED_CS, {1, 52}}};
+  failureOf([&] { bench.ai.AI_setMode(1, 2, kTimeout); });
+  failureOf([&] { bench.ai.AI_enableChannel(1, 3, kTimeout); });
+  EXPECT_EQ(bench.ai.ai_mode, 0);
+  EXPECT_EQ(bench.ai.ai_num_channels, 8);
+  bench.replies = {{SET_AI_MODE, {1, 0}}, {SET_AI_ENABLED_CS, {1, 0}}};
+  bench.ai.AI_setMode(1, 2, kTimeout);
+  EXPECT_EQ(bench.frameOf([&] { bench.ai.AI_enableChannel(1, 3, kTimeout); }), "02 00 03 B4 01 03 0D 0A");
+  EXPECT_EQ(bench.ai.ai_mode, 2);
+  EXPECT_EQ(bench.ai.ai_num_channels, 3);
+}
+
+struct Opening {
+  ProductId product;
+  bool sends;
+  bool opens;
+};
+
+TEST(AI, OpensAndClosesByProduct) {
+  for (const Opening& row : {Opening{ProductId::FeroxI, false, false}, Opening{ProductId::FeroxIA, false, false},
+                             Opening{ProductId::FeroxA, false, true}, Opening{ProductId::FeroxA2, false, true},
+                             Opening{ProductId::SkylogE3A, true, true}, Opening{ProductId::CordlogF1AD, true, true}}) {
+    SCOPED_TRACE(productLabel(row.product));
+    Bench bench(row.product);
+    bench.replies = {{OPEN_AI, {0, 0}}, {CLOSE_AI, {0, 0}}};
+    const auto frames = [&](const char* frame) {
+      return row.sends ? std::vector<std::string>{frame} : std::vector<std::string>{};
+    };
+    for (int round = 0; round < 2; ++round) {
+      for (int again = 0; again < 2; ++again) {  // repeated it does no harm
+        EXPECT_EQ(bench.ai.AI_open(0, kTimeout), 0);
+        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 B0 00 0D 0A"));
+        EXPECT_EQ(bench.ai.aiOpenFlag(), row.opens);
+      }
+      for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(bench.ai.AI_close(0, kTimeout), 0);
+        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 BF 00 0D 0A"));
+        EXPECT_FALSE(bench.ai.aiOpenFlag());
+      }
+    }
+    if (row.sends) {
+      bench.replies[OPEN_AI] = {0, 52};
+      EXPECT_EQ(failureOf([&] { bench.ai.AI_open(0, kTimeout); }), "FirmwareAIError");
+    }
+  }
+}
+
+TEST(AI, SkylogRepliesToOpenStreamingCarryModeAndRate) {
+  for (const auto product :
+       {ProductId::SkylogE3A, ProductId::SkylogE3AH, ProductId::SkylogF4A, ProductId::SkylogE3AOD, ProductId::FeroxA}) {
+    SCOPED_TRACE(productLabel(product));
+    Bench bench(product);
+    const bool skylog = product != ProductId::FeroxA;
+    bench.replies[OPEN_AI_STREAMING] = {0, 0, 0, 0, 0, 2, 0x44, 0x7A, 0, 0};
+    EXPECT_EQ(bench.ai.AI_openStreaming(0, kTimeout), 0);
+    EXPECT_EQ(bench.ai.ai_mode, skylog ? 2 : 0);
+    for (const std::size_t size : {2U, 6U, 9U}) {
+      bench.replies[OPEN_AI_STREAMING] = Bytes(size);
+      EXPECT_EQ(failureOf([&] { bench.ai.AI_openStreaming(0, kTimeout); }), skylog ? "FirmwareOtherError" : "") << size;
+    }
+  }
+}
+
+TEST(AI, LumaTakesSlotsAndSendsPorts) {
+  const std::vector<Golden> rows{
+      {QVX_CALL(ai.AI_closeStreaming(4, kTimeout)), "02 00 02 B8 03 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setMode(4, 2, kTimeout)), "02 00 03 B2 03 02 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setNumSamples(4, 5, kTimeout)), "02 00 06 B3 03 00 00 00 05 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setSamplingRate(4, 4000, kTimeout)), "02 00 06 B1 03 45 7A 00 00 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai.AI_readOnDemand(4, kTimeout)), "02 00 02 B5 03 0D 0A", {3, 0, 0x40, 0}, "[5]", 1},
+      {QVX_CALL(ai._AI_getCounter(4, kTimeout)), "02 00 02 BC 03 0D 0A", {3, 0, 0, 0, 0, 1}, "[1]", 1},
+      {QVX_CALL(ai._AI_clearBufferStatus(4, kTimeout)), "02 00 02 BA 03 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai._AI_readBufferStatus(4, kTimeout)), "02 00 02 BB 03 0D 0A", {3, 0}, "[]", 1},
+      {QVX_CALL(ai.AI_enableCS(4, List{2, 0}, kTimeout)), "02 00 03 B4 03 05 0D 0A", {3, 0}, "0", 1},
+      // Not slots: these take the port itself.
+      {QVX_CALL(ai.AI_openStreaming(3, kTimeout)), "02 00 02 B6 03 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai.AI_setTriggerMode(3, 1, kTimeout)), "02 00 04 20 16 03 02 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(ai._AI_getDataRTC(3, kTimeout)), "02 00 03 20 22 03 0D 0A", {3, 0, 0xC0, 0}, "[-5]", 1},
+  };
+  Bench bench(ProductId::LUMA, lumaPorts());
+  for (const auto& row : rows) {
+    check(bench, row);
+  }
+  bench.transport->sent();
+  bench.ai.AI_startStreaming(2);
+  EXPECT_EQ(bench.transport->sent(), std::vector<std::string>{"02 00 02 B7 01 0D 0A"});
+  EXPECT_EQ(bench.ai.chipSelects(3), (std::vector<int>{2, 0}));
+  EXPECT_EQ(bench.ai.chipSelects(0), std::vector<int>{0});
+  for (const auto& [port, index] : std::map<int, int>{{0, 0}, {1, 1}, {3, 2}}) {
+    EXPECT_EQ(bench.ai._AI_changePortToIndex(port), index);
+  }
+}
+
+TEST(AI, EachPortHasItsOwnQueues) {
+  Bench bench(ProductId::LUMA, lumaPorts());
+  ASSERT_EQ(bench.ai.signalQueues().size(), 3U);
+  bench.ai.AI_open(1, kTimeout);
+  bench.device.putToDataPool(START_AI_STREAMING, {3, 0x40, 0});
+  bench.device.putToDataPool(START_AI_STREAMING, {1, 0xC0, 0, 0, 0});
+  bench.device.putToDataPool(START_AI_STREAMING, {9, 1, 1});  // a port the product does not have
+  const auto volts = [&](int slot, int count) {
+    std::vector<double> values;
+    for (const auto& piece : bench.ai.AI_readStreaming(slot, count, kTimeout)) {
+      values.insert(values.end(), piece.values.begin(), piece.values.end());
+    }
+    return values;
+  };
+  EXPECT_EQ(volts(4, 1), std::vector<double>{5});
+  EXPECT_EQ(volts(2, 2), (std::vector<double>{-5, 0}));
+  EXPECT_TRUE(volts(1, 0).empty());
+}
+
+struct Limit {
+  ProductId product;
+  int in_use;  // channels, or chip selects
+  int hz;
+};
+
+TEST(AI, LimitsTheSamplingRateByProduct) {
+  std::vector<Limit> rows{
+      {ProductId::LUMA, 1, 12000},      {ProductId::LUMA, 2, 6000},        {ProductId::LUMA, 3, 4000},
+      {ProductId::FeroxA, 8, 20000},    {ProductId::SkylogF4A, 8, 20000},  {ProductId::FeroxA2, 8, 10000},
+      {ProductId::SkylogE3A, 8, 10000}, {ProductId::SkylogE3AH, 8, 10000}, {ProductId::SkylogE3AOD, 8, 10000}};
+  for (const auto product : {ProductId::CordlogF1AD, ProductId::CordlogF1AOD}) {
+    const std::array<int, 8> hz{16000, 8000, 6300, 4000, 3200, 2600, 2200, 2000};
+    for (int channels = 1; channels <= 8; ++channels) {
+      rows.push_back({product, channels, hz.at(static_cast<std::size_t>(channels) - 1)});
+    }
+  }
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(productLabel(row.product)) + " " + std::to_string(row.in_use));
+    auto configuration = row.product == ProductId::LUMA ? lumaPorts() : cordlogPorts();
+    configuration.ports = {{0, {0}}, {1, {0}}};
+    if (row.product != ProductId::LUMA) {
+      configuration.num_channels = row.in_use;
+    }
+    Bench bench(row.product, configuration);
+    if (row.product == ProductId::LUMA) {
+      bench.replies[SET_AI_ENABLED_CS] = {1, 0};
+      List chips{2};  // named twice is still one
+      for (int chip = 2; chip > 2 - row.in_use; --chip) {
+        chips.emplace_back(chip);
+      }
+      bench.ai.AI_enableCS(2, chips, kTimeout);
+    }
+    EXPECT_EQ(bench.ai._ckeckAISamplingRate(1, row.hz), row.hz);
+    EXPECT_EQ(failureOf([&] { bench.ai._ckeckAISamplingRate(1, row.hz + 1); }), "AIRateNotVaildError");
+  }
+}
+
+TEST(AI, ChannelsAreChosenOnCordlogOnly) {
+  Bench cordlog(ProductId::CordlogF1AOD, cordlogPorts());
+  cordlog.replies = {{SET_AI_ENABLED_CS, {1, 0}}, {READ_AI_ON_DEMAND_VARIABLE, {1, 0, 0x40, 0}}};
+  cordlog.ai.AI_enableChannel(1, 1, kTimeout);
+  EXPECT_EQ(cordlog.frameOf([&] { EXPECT_EQ(cordlog.ai.AI_readOnDemand(1, kTimeout), std::vector<double>{5}); }),
+            "02 00 02 BD 01 0D 0A");
+  cordlog.transport->sent();
+  cordlog.ai.AI_startStreaming(1);
+  EXPECT_EQ(cordlog.transport->sent(), std::vector<std::string>{"02 00 02 BE 01 0D 0A"});
+  constexpr const char* kNo = "APINotSupportError";
+  checkRefusals(cordlog,
+                {
+                    {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(1, 0, kTimeout); }, kNo},
+                    {"chips", [](Bench& b) { b.ai.AI_enableCS(1, List{0}, kTimeout); }, kNo},
+                    {"none", [](Bench& b) { b.ai.AI_enableChannel(1, 0, kTimeout); }, "AIChannelNotAvaliableError"},
+                    {"nine", [](Bench& b) { b.ai.AI_enableChannel(1, 9, kTimeout); }, "AIChannelNotAvaliableError"},
+                });
+  for (const auto product :
+       {ProductId::FeroxA, ProductId::LUMA, ProductId::SkylogE3A, ProductId::SkylogE3AH, ProductId::SkylogF4A}) {
+    Bench bench(product);
+    checkRefusals(bench, {{"channel", [](Bench& b) { b.ai.AI_enableChannel(0, 1, kTimeout); }, kNo}});
+  }
+}
+
+TEST(AI, DecodesEveryCodeAsTheRoundedProduct) {
+  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
+  bench.ai.AI_open(0, kTimeout);
+  Bytes block{0};
+  for (int code = -32768; code <= 32767; ++code) {
+    appendBig(block, static_cast<std::int16_t>(code));
+  }
+  bench.device.putToDataPool(START_AI_STREAMING, block);
+  const auto volts = bench.ai.AI_readStreamingArray(0, 65536, kTimeout).values;
+  ASSERT_EQ(volts.size(), 65536U);
+  for (int code = -32768; code <= 32767; ++code) {
+    const double exact = code * 10.0 / 32768;
+    const double value = volts[static_cast<std::size_t>(code + 32768)];
+    ASSERT_LE(std::abs(value - exact), 0.00005 + 1e-12) << code;
+    ASSERT_EQ(value, std::stod(std::to_string(std::lround(value * 1e4)) + "e-4")) << code;  // four decimals, no more
+  }
+}
+
+// A block that ends within a sample, an empty one, and a start that the device refused (its packet is a status).
+TEST(AI, IncompleteSamplesAreNoSamples) {
+  Bench bench;
+  bench.ai.AI_open(0, kTimeout);
+  bench.device.putToDataPool(START_AI_STREAMING, {0, 52});
+  bench.device.putToDataPool(START_AI_STREAMING, {0});
+  bench.device.putToDataPool(START_AI_STREAMING, {0, 0x40, 0, 0x20, 0, 0x10, 0, 0x08});
+  bench.device.putToDataPool(START_AI_STREAMING, {0, 0xC0, 0, 0xE0, 0});
+  const auto samples = bench.ai.AI_readStreamingArray(0, 2, kTimeout);
+  EXPECT_EQ(samples.channels, 2U);
+  EXPECT_EQ(samples.values, (std::vector<double>{5, 2.5, -5, -2.5}));
+}
+
+TEST(AI, ReadsWhatIsThereAndWaitsNoLongerThanItMust) {
+  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
+  const auto count = [&](const Argument& number, const Argument& delay) {
+    std::size_t rows = 0;
+    for (const auto& piece : bench.ai.AI_readStreaming(0, number, delay)) {
+      rows += piece.rows();
+    }
+    return rows;
+  };
+  EXPECT_EQ(count(10, 0), 0U);
+  EXPECT_EQ(count(-1, 600), 0U);  // all that are there: nothing to wait for
+  bench.ai.AI_open(0, kTimeout);
+  bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * 5));
+  EXPECT_EQ(count(3, 600), 3U);
+  EXPECT_TRUE(eventually([&] { return bench.ai.signalQueues()[0]->size() == 2; }));
+  EXPECT_EQ(count(10, 0.01), 2U);
+  const auto waiting = std::async(std::launch::async, [&] { bench.device.close(); });
+  EXPECT_EQ(count(10, 600), 0U);  // close() ends the wait
+}
+
+TEST(AI, ClosingParksAndOpeningGoesOnWithWhatCame) {
+  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
+  for (std::uint8_t round = 1; round <= 10; ++round) {
+    bench.device.putToDataPool(START_AI_STREAMING, {0, round, 0});
+    EXPECT_TRUE(bench.ai.AI_readStreamingArray(0, 1, 0.002).values.empty());
+    bench.ai.AI_open(0, kTimeout);
+    const auto volts = bench.ai.AI_readStreamingArray(0, 1, kTimeout).values;
+    ASSERT_EQ(volts.size(), 1U);
+    EXPECT_NEAR(volts[0], round * 256 * 10.0 / 32768, 1e-4);
+    bench.ai.AI_close(0, kTimeout);
+    EXPECT_TRUE(bench.ai.decoder().gate().waitParked(Clock::now() + kPatience));
+  }
+  EXPECT_TRUE(bench.ai.decoder().worker().alive());
+  bench.device.close();
+  EXPECT_FALSE(bench.ai.decoder().worker().alive());
+  EXPECT_TRUE(bench.ai.ai_killed);
+}
+
+TEST(AI, AFullQueueDropsCountsAndWarns) {
+  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
+  const auto& queue = *bench.ai.signalQueues()[0];
+  bench.ai.AI_open(0, kTimeout);
+  constexpr std::size_t kRows = 60000;
+  const std::size_t blocks = QUEUE_SIZE_MAX / kRows + 2;
+  for (std::size_t block = 0; block < blocks; ++block) {
+    bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * kRows));
+  }
+  EXPECT_TRUE(eventually([&] { return queue.size() + queue.dropped() == blocks * kRows; }));
+  EXPECT_EQ(queue.size(), static_cast<std::size_t>(QUEUE_SIZE_MAX));
+  EXPECT_TRUE(eventually([&] { return !bench.host.warnings().empty(); }));
+  EXPECT_EQ(bench.host.warnings().front(), "AIQueueOverflowWarning");
+}
+
+TEST(AI, ChecksThatThePinsAreInputs) {
+  Bench bench;
+  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x99};  // only two pins count
+  EXPECT_EQ(bench.frameOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "02 00 02 7F 00 0D 0A");
+  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x29};
+  EXPECT_EQ(failureOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "AIPortNotAvaliableError");
+}
+
+TEST(AI, RefusesArgumentsBeforeAnythingIsSent) {
+  constexpr const char* kPort = "AIPortNotAvaliableError";
+  constexpr const char* kRange = "InputDataNotInRangeError";
+  constexpr const char* kRate = "AIRateNotVaildError";
+  std::vector<Refusal> rows{
+      {"mode", [](Bench& b) { b.ai.AI_setMode(0, 3, kTimeout); }, "AIModeNotAvaliableError"},
+      {"mode", [](Bench& b) { b.ai.AI_setMode(0, -1, kTimeout); }, "AIModeNotAvaliableError"},
+      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, 7, kTimeout); }, "AITriggerModeNotAvaliableError"},
+      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, -1, kTimeout); }, "AITriggerModeNotAvaliableError"},
+      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, -1, kTimeout); }, kRange},
+      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, std::int64_t{1} << 32, kTimeout); }, kRange},
+      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 0, kTimeout); }, kRate},
+      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, -1, kTimeout); }, kRate},
+      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 20001, kTimeout); }, kRate},
+      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 1000.0, kTimeout); }, "InputTypeNotCorrectError"},
+      {"count", [](Bench& b) { b.ai.AI_readStreaming(0, -2, 0); }, kRange},
+      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, -1); }, kRange},
+      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, std::nan("")); }, kRange},
+  };
+  for (const Argument& port : {Argument(-1), Argument(1), Argument(256), Argument(std::int64_t{1} << 32),
+                               Argument::hugeInt(true), Argument::hugeInt(false)}) {
+    rows.push_back({"open", [port](Bench& b) { b.ai.AI_open(port, kTimeout); }, kPort});
+    rows.push_back({"close", [port](Bench& b) { b.ai.AI_close(port, kTimeout); }, kPort});
+    rows.push_back({"openStreaming", [port](Bench& b) { b.ai.AI_openStreaming(port, kTimeout); }, kPort});
+    rows.push_back({"start", [port](Bench& b) { b.ai.AI_startStreaming(port); }, kPort});
+    rows.push_back({"read", [port](Bench& b) { b.ai.AI_readOnDemand(port, kTimeout); }, kPort});
+    rows.push_back({"readStreaming", [port](Bench& b) { b.ai.AI_readStreaming(port, 1, 0); }, kPort});
+    rows.push_back({"pins", [port](Bench& b) { b.ai._checkAIPinState(port, kTimeout); }, kPort});
+  }
+  Bench ferox;
+  checkRefusals(ferox, rows);
+
+  rows.clear();
+  for (const Argument& slot :
+       {Argument(0), Argument(3), Argument(5), Argument::hugeInt(true), Argument::hugeInt(false)}) {
+    rows.push_back({"slot", [slot](Bench& b) { b.ai.AI_readOnDemand(slot, kTimeout); }, kPort});
+    rows.push_back({"slot", [slot](Bench& b) { b.ai.AI_enableCS(slot, List{0}, kTimeout); }, kPort});
+  }
+  for (const Argument& chips : {Argument(List{3}), Argument(List{0, -1}), Argument(List{})}) {
+    rows.push_back({"chips", [chips](Bench& b) { b.ai.AI_enableCS(1, chips, kTimeout); }, "AICSNotAvaliableError"});
+  }
+  rows.push_back({"chips", [](Bench& b) { b.ai.AI_enableCS(1, 0, kTimeout); }, "InputTypeNotCorrectError"});
+  rows.push_back({"chips", [](Bench& b) { b.ai.AI_enableCS(1, List{0.0}, kTimeout); }, "InputTypeNotCorrectError"});
+  Bench luma(ProductId::LUMA, lumaPorts());
+  checkRefusals(luma, rows);
+  EXPECT_EQ(luma.ai.chipSelects(0), std::vector<int>{0});
+}
+
+}  // namespace
+}  // namespace qvx::test

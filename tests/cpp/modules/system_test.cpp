@@ -1,0 +1,207 @@
+#include "modules/system/system.h"
+
+#include "tests/cpp/modules/bench.h"
+
+namespace qvx::test {
+namespace {
+
+using List = std::vector<Argument>;
+
+const std::vector<Golden>& queries() {
+  static const std::vector<Golden> rows{
+      {QVX_CALL(system.Sys_getDriverInfo(kTimeout)), "02 00 02 F0 00 0D 0A", text({"Ferox-A_Dev_3.2.6\0\0", 19}),
+       "[Ferox-A,Dev,3.2.6]"},
+      {QVX_CALL(system.Sys_getDeviceAlias(kTimeout)), "02 00 03 08 08 00 0D 0A", text("my dev\r\nrest"), "my dev"},
+      {QVX_CALL(system.Sys_getDeviceAlias(kTimeout)), "02 00 03 08 08 00 0D 0A", text("a\rb\r\n"), "a\rb"},
+      {QVX_CALL(system.Sys_getSerialNumber(kTimeout)), "02 00 01 7A 0D 0A", text("ABCD1234"), "ABCD1234"},
+      {QVX_CALL(system.Sys_getMode(4, kTimeout)), "02 00 03 08 06 03 0D 0A", {0, 6}, "Switch", 0},
+      {QVX_CALL(system.Sys_getMode(1, kTimeout)), "02 00 03 08 06 00 0D 0A", {0, 0}, "Idle", 0},
+      {QVX_CALL(system.Sys_getRTC(kTimeout)),
+       "02 00 02 F1 00 0D 0A",
+       {0, 124, 2, 29, 23, 5, 9},
+       "2024-02-29, 23:05:09",
+       0},
+      {QVX_CALL(system._Sys_getRTCAlarmConfig(kTimeout)),
+       "02 00 03 08 A7 00 0D 0A",
+       {0, 0, 99, 1, 2, 3, 4, 5},
+       "1999-01-02, 03:04:05",
+       1},
+      {QVX_CALL(system._Sys_getRTCAlarmState(kTimeout)), "02 00 03 08 A6 00 0D 0A", {0, 1}, "on"},
+      {QVX_CALL(system._Sys_getRTCAlarmState(kTimeout)), "02 00 03 08 A6 00 0D 0A", {0, 2}, "off"},
+      {QVX_CALL(system.Sys_getPinModeInPort(2, kTimeout)),
+       "02 00 02 7F 02 0D 0A",
+       {0, 5, 0x76, 0x54, 0x32, 0x98},
+       "5[PWM,ADC,DI,DO,UART,I2C,SPI,CAN]",
+       0},
+      {QVX_CALL(system._getEEPROMPage(7, kTimeout)), "02 00 02 F7 07 0D 0A", {0, 1, 2, 255}, "[1,2,255]", 0},
+      {QVX_CALL(system._getEEPROMDevice(1, kTimeout)), "02 00 02 F9 01 0D 0A", {0, 9}, "[9]", 0},
+      {QVX_CALL(system._getDriverInfo_dev(3, kTimeout)), "02 00 02 F0 03 0D 0A", text("x_y"), "x_y"},
+      {QVX_CALL(system._getThreads(kTimeout)), "02 00 01 7E 0D 0A", text({"main\0", 5}), "main"},
+  };
+  return rows;
+}
+
+const std::vector<Golden>& commands() {
+  static const std::vector<Golden> rows{
+      {QVX_CALL(system.Sys_setDeviceAlias("Bench 1", kTimeout)),
+       "02 00 09 08 09 42 65 6E 63 68 20 31 0D 0A",
+       {0},
+       "0",
+       0},
+      {QVX_CALL(system.Sys_setDeviceAlias("", kTimeout)), "02 00 02 08 09 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system.Sys_setRTC(2024, 12, 31, 23, 59, 58, kTimeout)),
+       "02 00 07 F2 7C 0C 1F 17 3B 3A 0D 0A",
+       {0},
+       "0",
+       0},
+      {QVX_CALL(system.Sys_setRTC(1900, 1, 1, 0, 0, 0, kTimeout)), "02 00 07 F2 00 01 01 00 00 00 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system.Sys_reboot(kTimeout)), "02 00 01 FA 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system._Sys_rebootOnBootloader(kTimeout)), "02 00 01 FB 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system._setEEPROMPage(3, List{1, 2, 255}, kTimeout)), "02 00 05 F8 03 01 02 FF 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system._setEEPROMByte(3, 63, 255, kTimeout)), "02 00 04 FF 03 3F FF 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system._resetFactory(kTimeout)), "02 00 01 79 0D 0A", {0}, "0", 0},
+      {QVX_CALL(system._setSerialNumber("ABCD1234", kTimeout)),
+       "02 00 09 7B 41 42 43 44 31 32 33 34 0D 0A",
+       {0},
+       "0",
+       0},
+      {QVX_CALL(system.Sys_startRTCAlarm(0, 31, 7, 8, 9, kTimeout)),
+       "02 00 07 08 A4 00 1F 07 08 09 0D 0A",
+       {0, 0},
+       "0",
+       1},
+      {QVX_CALL(system.Sys_startRTCAlarm(1, 7, 0, 0, 0, kTimeout)),
+       "02 00 07 08 A4 01 07 00 00 00 0D 0A",
+       {1, 0},
+       "0",
+       1},
+      {QVX_CALL(system.Sys_stopRTCAlarm(kTimeout)), "02 00 03 08 A5 00 0D 0A", {0, 0}, "0", 1},
+      // The port is echoed before the status: read as one, port 3 would be a failure.
+      {QVX_CALL(system.Sys_setMode<0>(1, kTimeout)), "02 00 04 08 07 00 00 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<1>(2, kTimeout)), "02 00 04 08 07 01 01 0D 0A", {1, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<2>(4, kTimeout)), "02 00 04 08 07 03 02 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<3>(2, kTimeout)), "02 00 04 08 07 01 03 0D 0A", {1, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<4>(2, kTimeout)), "02 00 04 08 07 01 04 0D 0A", {1, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<5>(4, kTimeout)), "02 00 04 08 07 03 05 0D 0A", {3, 0}, "0", 1},
+      {QVX_CALL(system.Sys_setMode<6>(1, kTimeout)), "02 00 04 08 07 00 06 0D 0A", {0, 0}, "0", 1},
+      {QVX_CALL(system._Sys_setSlotMode(2, 3, kTimeout)), "02 00 04 08 07 01 03 0D 0A", {1, 0}, "0", 1},
+  };
+  return rows;
+}
+
+TEST(System, SendsDecodesAndMapsTheStatus) {
+  Bench bench;
+  for (const auto& row : queries()) {
+    check(bench, row);
+  }
+  for (const auto& row : commands()) {
+    check(bench, row);
+  }
+}
+
+TEST(System, RunsTheSameOnAFiber) {
+  Bench bench;
+  const auto loop = makeLoop();
+  for (const auto& row : queries()) {
+    bench.replies[codeOf(row.frame)] = row.reply;
+    std::string result;
+    EXPECT_EQ(bench.frameOf([&] { loop->runBody([&] { result = row.call(bench); }); }), row.frame);
+    EXPECT_EQ(result, row.result);
+  }
+}
+
+TEST(System, WirelessModelsCountYearsFrom2000OnReadingOnly) {
+  struct Row {
+    ProductId product;
+    const char* year;
+  };
+  for (const Row& row :
+       {Row{ProductId::SkylogE3A, "2024"}, Row{ProductId::SkylogE3AH, "2024"}, Row{ProductId::SkylogE3AO, "2024"},
+        Row{ProductId::SkylogE3AOD, "2024"}, Row{ProductId::SkylogF4A, "2024"}, Row{ProductId::FeroxA, "1924"},
+        Row{ProductId::LUMA, "1924"}, Row{ProductId::CordlogF1AD, "1924"}, Row{ProductId::None, "1924"}}) {
+    Bench bench(row.product);
+    bench.replies[GET_DATE_TIME] = {0, 24, 1, 1, 0, 0, 0};
+    bench.replies[SET_DATE_TIME] = {0};
+    EXPECT_EQ(bench.system.Sys_getRTC(kTimeout).substr(0, 4), row.year) << productLabel(row.product);
+    EXPECT_EQ(bench.frameOf([&] { bench.system.Sys_setRTC(2024, 1, 1, 0, 0, 0, kTimeout); }),
+              "02 00 07 F2 7C 01 01 00 00 00 0D 0A");
+  }
+}
+
+TEST(System, RepliesThatCannotBeDecodedRaise) {
+  struct Row {
+    int code;
+    Bytes reply;
+    std::function<void(Bench&)> call;
+  };
+  const std::vector<Row> rows{
+      {GET_DATE_TIME, {0, 1, 2, 3, 4, 5}, [](Bench& b) { b.system.Sys_getRTC(kTimeout); }},
+      {RTC_GET_ALARM_CONFIG, {0, 0, 1, 2, 3, 4, 5}, [](Bench& b) { b.system._Sys_getRTCAlarmConfig(kTimeout); }},
+      {RTC_GET_ALARM_STATE, {0}, [](Bench& b) { b.system._Sys_getRTCAlarmState(kTimeout); }},
+      {GET_PIN_MODE_OF_SLOT, {0}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
+      {GET_PIN_MODE_OF_SLOT, {0, 8, 1, 1, 1}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
+      {GET_PIN_MODE_OF_SLOT, {0, 8, 0, 0, 0, 0xA0}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
+      {GET_SLOT_MODE, {0}, [](Bench& b) { b.system.Sys_getMode(1, kTimeout); }},
+      {GET_SLOT_MODE, {0, 7}, [](Bench& b) { b.system.Sys_getMode(1, kTimeout); }},
+      {GET_DEV_ALIAS, text("alias\r"), [](Bench& b) { b.system.Sys_getDeviceAlias(kTimeout); }},
+      {GET_DEV_ALIAS, {0xFF, 13, 10}, [](Bench& b) { b.system.Sys_getDeviceAlias(kTimeout); }},
+      {GET_SERIAL_NUMBER, {0xC0}, [](Bench& b) { b.system.Sys_getSerialNumber(kTimeout); }},
+  };
+  Bench bench;
+  for (const auto& row : rows) {
+    bench.replies[row.code] = row.reply;
+    EXPECT_EQ(failureOf([&] { row.call(bench); }), "FirmwareOtherError") << row.code << ": " << hex(row.reply);
+  }
+}
+
+TEST(System, RefusesArgumentsBeforeAnythingIsSent) {
+  constexpr const char* kRange = "InputDataNotInRangeError";
+  constexpr const char* kSlot = "LUMAPortNotAvaliableError";
+  std::vector<Refusal> rows;
+  for (const int slot : {-1, 0, 3, 5, 256 + 1}) {
+    rows.push_back({"slot", [slot](Bench& b) { b.system.Sys_getMode(slot, kTimeout); }, kSlot});
+    rows.push_back({"slot", [slot](Bench& b) { b.system.Sys_setMode<3>(slot, kTimeout); }, kSlot});
+  }
+  rows.push_back({"slot", [](Bench& b) { b.system.Sys_getMode(Argument::hugeInt(true), kTimeout); }, kSlot});
+  for (const int byte : {-1, 256}) {
+    rows.push_back({"port", [byte](Bench& b) { b.system.Sys_getPinModeInPort(byte, kTimeout); }, kRange});
+    rows.push_back({"page", [byte](Bench& b) { b.system._getEEPROMPage(byte, kTimeout); }, kRange});
+    rows.push_back({"page", [byte](Bench& b) { b.system._setEEPROMPage(byte, List{}, kTimeout); }, kRange});
+    rows.push_back({"list", [byte](Bench& b) { b.system._setEEPROMPage(0, List{0, byte}, kTimeout); }, kRange});
+    rows.push_back({"device", [byte](Bench& b) { b.system._getEEPROMDevice(byte, kTimeout); }, kRange});
+    rows.push_back({"index", [byte](Bench& b) { b.system._setEEPROMByte(0, byte, 0, kTimeout); }, kRange});
+    rows.push_back({"value", [byte](Bench& b) { b.system._setEEPROMByte(0, 0, byte, kTimeout); }, kRange});
+    rows.push_back({"info", [byte](Bench& b) { b.system._getDriverInfo_dev(byte, kTimeout); }, kRange});
+  }
+  for (const int mode : {-1, 7}) {
+    rows.push_back({"slot mode", [mode](Bench& b) { b.system._Sys_setSlotMode(1, mode, kTimeout); }, kRange});
+  }
+  // year, month, day, hour, minute, second, each just outside
+  const std::array<int, 6> good{2024, 1, 1, 0, 0, 0};
+  const std::array<std::array<int, 2>, 6> bad{{{1899, 2156}, {0, 13}, {0, 32}, {-1, 24}, {-1, 60}, {-1, 60}}};
+  for (std::size_t field = 0; field < good.size(); ++field) {
+    for (const int value : bad.at(field)) {
+      auto t = good;
+      t.at(field) = value;
+      rows.push_back(
+          {"clock", [t](Bench& b) { b.system.Sys_setRTC(t[0], t[1], t[2], t[3], t[4], t[5], kTimeout); }, kRange});
+      if (field >= 2) {
+        rows.push_back(
+            {"alarm", [t](Bench& b) { b.system.Sys_startRTCAlarm(0, t[2], t[3], t[4], t[5], kTimeout); }, kRange});
+      }
+    }
+  }
+  rows.push_back({"weekday", [](Bench& b) { b.system.Sys_startRTCAlarm(1, 8, 0, 0, 0, kTimeout); }, kRange});
+  rows.push_back({"mode", [](Bench& b) { b.system.Sys_startRTCAlarm(2, 1, 0, 0, 0, kTimeout); }, kRange});
+  for (const char* alias : {"line\n", "\x7F", "caf\xC3\xA9"}) {
+    rows.push_back({"alias", [alias](Bench& b) { b.system.Sys_setDeviceAlias(alias, kTimeout); }, kRange});
+  }
+  for (const char* serial : {"", "ABCD123", "ABCD12345"}) {
+    rows.push_back({"serial", [serial](Bench& b) { b.system._setSerialNumber(serial, kTimeout); }, kRange});
+  }
+  Bench bench;
+  checkRefusals(bench, rows);
+}
+
+}  // namespace
+}  // namespace qvx::test

@@ -1,0 +1,274 @@
+// Links, device handles and their receive thread, over a transport in memory.
+#include "protocol/network_device.h"
+
+#include "protocol/link.h"
+#include "tests/cpp/protocol/fakes.h"
+
+#include <future>
+
+namespace qvx::test {
+namespace {
+
+constexpr const char* kAddress = "192.0.2.1";
+constexpr int kEcho = GET_SERIAL_NUMBER;
+
+struct Bench {
+  RecordingHost host;
+  std::shared_ptr<FakeTransport> transport;
+  ETHDevice device;
+
+  explicit Bench(FakeTransport::Answer answer = nullptr, bool verbose = false)
+      : transport(std::make_shared<FakeTransport>(std::move(answer))), device(ProductId::FeroxA, verbose) {
+    device.setClientCmd(transport);
+  }
+  void connect() { EXPECT_TRUE(device.connect(kAddress, 7)); }
+  bool lost() const { return device.commandChannel().state() == Channel::State::Lost; }
+  void loseConnection() {
+    transport->lose();
+    ASSERT_TRUE(eventually([&] { return device.commandChannel().state() == Channel::State::Lost; }));
+    ASSERT_TRUE(device.commandChannel().gate().waitParked(Clock::now() + kPatience));
+  }
+};
+
+TEST(Reply, TooShortNamesCommandAndBothLengths) {
+  const Reply reply(177, {5, 0, 1});
+  const std::vector<std::pair<std::function<void()>, int>> reads{
+      {[&] { reply.status(3); }, 4},     {[&] { reply.get<std::uint32_t>(0); }, 4},
+      {[&] { reply.get<float>(2); }, 6}, {[&] { reply.rest(4); }, 4},
+      {[&] { reply.u32List(0); }, 4},
+  };
+  for (const auto& [read, needed] : reads) {
+    try {
+      read();
+      ADD_FAILURE() << needed;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.id(), ErrorId::FirmwareOtherError);
+      const std::string text = failure.what();
+      EXPECT_NE(text.find("177"), std::string::npos) << text;
+      EXPECT_NE(text.find("3 bytes"), std::string::npos) << text;
+      EXPECT_NE(text.find(std::to_string(needed) + " are needed"), std::string::npos) << text;
+    }
+  }
+  EXPECT_EQ(reply.status(1), 0);
+  EXPECT_EQ(failureOf([&] { reply.status(2); }), "FirmwareOtherError");
+  EXPECT_TRUE(reply.rest(3).empty());
+  EXPECT_TRUE(reply.u32List(3).empty());
+}
+
+TEST(Reply, TextIsUtf8UpToTheFirstNul) {
+  EXPECT_EQ(Reply(122, {'a', 'b', 0, 'c'}).text(), "ab");
+  EXPECT_EQ(Reply(122, {0xC3, 0xA9}).text(), "\xC3\xA9");
+  EXPECT_EQ(Reply(122, {}).text(), "");
+  for (const Bytes& bad : {Bytes{0xFF}, Bytes{0xC3}, Bytes{0xED, 0xA0, 0x80}, Bytes{0xC0, 0x80}}) {
+    EXPECT_EQ(failureOf([&] { Reply(122, bad).text(); }), "FirmwareOtherError") << hex(bad);
+  }
+}
+
+TEST(Device, SaysWhatHappens) {
+  Bench bench(nullptr, true);
+  bench.connect();
+  bench.device.disconnect();
+  bench.device.disconnect();
+  bench.connect();
+  bench.device.close();
+  bench.device.close();
+  EXPECT_EQ(bench.host.lines(),
+            (std::vector<std::string>{"Opened handle (Ferox-A)", "Connected to 192.0.2.1 (Ferox-A)",
+                                      "Disconnected from 192.0.2.1 (Ferox-A)", "Connected to 192.0.2.1 (Ferox-A)",
+                                      "Disconnected from 192.0.2.1 (Ferox-A)", "Closed handle (Ferox-A)"}));
+  EXPECT_EQ(bench.transport->connectedTo(), "192.0.2.1:7");
+}
+
+TEST(Device, FilesWhatArrivesOnlyWhileConnected) {
+  Bench bench;
+  bench.transport->arrive(kEcho, {1});
+  EXPECT_EQ(bench.transport->reads(), 0);
+  bench.connect();
+  EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{1});
+  bench.device.disconnect();
+  EXPECT_FALSE(bench.device.commandChannel().connected());
+  EXPECT_TRUE(bench.device.commandChannel().gate().waitParked(Clock::now() + kPatience));
+  const int reads = bench.transport->reads();
+  bench.connect();
+  bench.transport->arrive(kEcho, {2});
+  EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{2});
+  EXPECT_GT(bench.transport->reads(), reads);
+}
+
+TEST(Device, ALostConnectionIsReportedOnceAndParksTheThread) {
+  Bench bench;
+  bench.connect();
+  bench.loseConnection();
+  EXPECT_TRUE(eventually([&] { return !bench.host.failures().empty(); }));
+  const int reads = bench.transport->reads();
+  EXPECT_EQ(failureOf([&] { Link(bench.device).request(kEcho, {}, 60); }), "NetworkConnectionLostError");
+  EXPECT_TRUE(bench.device.commandChannel().connected());
+  EXPECT_TRUE(bench.device.commandChannel().worker().alive());
+  std::this_thread::sleep_for(kGlance);
+  EXPECT_EQ(bench.transport->reads(), reads);
+  EXPECT_EQ(bench.host.failures(), std::vector<std::string>{"NetworkConnectionLostError"});
+
+  bench.connect();  // puts the lost one away
+  EXPECT_NE(bench.device.commandChannel().state(), Channel::State::Lost);
+  bench.transport->arrive(kEcho, {3});
+  EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{3});
+  bench.loseConnection();
+  bench.device.close();
+  EXPECT_EQ(bench.host.failures().size(), 2U);
+}
+
+TEST(Device, RefusesToConnect) {
+  Bench bench;
+  bench.transport->refuseConnections(true);
+  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
+  EXPECT_FALSE(bench.device.commandChannel().connected());
+  EXPECT_TRUE(bench.device.commandChannel().gate().locked());
+  bench.transport->refuseConnections(false);
+  bench.connect();
+  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
+  EXPECT_EQ(failureOf([&] { bench.device.connect(Argument(5), 7); }), "InputTypeNotCorrectError");
+  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, "7"); }), "InputTypeNotCorrectError");
+  for (const int port : {0, -1, 65536}) {
+    EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, port); }), "InputDataNotInRangeError");
+  }
+  EXPECT_TRUE(bench.device.commandChannel().connected());
+  bench.device.close();
+  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
+}
+
+TEST(Device, WithoutATransportNothingHappens) {
+  Bench bench;
+  bench.device.setClientCmd(nullptr);
+  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
+  bench.device.disconnect();
+  bench.device.setClientCmd(bench.transport);
+  bench.connect();
+  ASSERT_TRUE(eventually([&] { return bench.transport->reads() > 0; }));
+  bench.device.setClientCmd(nullptr);  // under the running read
+  EXPECT_EQ(failureOf([&] { Link(bench.device).send(kEcho, {}); }), "NetworkConnectionLostError");
+  bench.device.close();
+  EXPECT_FALSE(bench.device.commandChannel().worker().alive());
+}
+
+TEST(Device, CloseWakesWaitersAndEndsTheThread) {
+  const auto loop = makeLoop();
+  Bench bench;
+  bench.connect();
+  const Link link(bench.device);
+  auto blocked = std::async(std::launch::async, [&] { return failureOf([&] { link.request(kEcho, {}, 600); }); });
+  std::string suspended;
+  const auto fiber = loop->make([&] { suspended = failureOf([&] { link.request(kEcho, {}, 600); }); });
+  fiber->resume();
+  std::size_t packets = 0;
+  ASSERT_TRUE(eventually([&] { return (packets += bench.transport->sent().size()) >= 4; }));
+  bool freed = false;
+  bench.device.onClose([&] { freed = true; });
+  bench.device.close();
+  EXPECT_TRUE(loop->run({fiber.get()}));
+  EXPECT_EQ(blocked.get(), "NetworkConnectionLostError");
+  EXPECT_EQ(suspended, "NetworkConnectionLostError");
+  EXPECT_TRUE(freed);
+  EXPECT_TRUE(bench.device.closed());
+  EXPECT_FALSE(bench.device.commandChannel().worker().alive());
+  EXPECT_EQ(failureOf([&] { link.request(kEcho, {}, 1); }), "NetworkConnectionLostError");
+}
+
+TEST(Device, ClosesInEveryStateAndFromManyThreadsAtOnce) {
+  enum class State { Fresh, Connected, Lost, Disconnected };
+  for (const auto state : {State::Fresh, State::Connected, State::Lost, State::Disconnected}) {
+    Bench bench(nullptr, true);
+    if (state != State::Fresh) {
+      bench.connect();
+    }
+    if (state == State::Lost) {
+      bench.loseConnection();
+    }
+    if (state == State::Disconnected) {
+      bench.device.disconnect();
+    }
+    int frees = 0;
+    bench.device.onClose([&] {
+      ++frees;
+      bench.device.close();  // from within
+    });
+    std::vector<std::thread> closers;
+    for (int i = 0; i < 4; ++i) {
+      closers.emplace_back([&] {
+        bench.device.close();
+        EXPECT_TRUE(bench.device.closed());
+      });
+    }
+    for (auto& closer : closers) {
+      closer.join();
+    }
+    EXPECT_EQ(frees, 1);
+    EXPECT_FALSE(bench.device.commandChannel().worker().alive());
+    const auto lines = bench.host.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "Closed handle (Ferox-A)"), 1);
+  }
+}
+
+// connect, disconnect and requests of several threads: nothing may hang, and the end must be orderly.
+TEST(Device, SurvivesConnectsAndDisconnectsOfManyThreads) {
+  Bench bench([](const Frame& request) { return std::vector<Frame>{{request.code, {1}}}; });
+  std::atomic<bool> done{false};
+  std::vector<std::thread> threads;
+  threads.emplace_back([&] {
+    while (!done) {
+      failureOf([&] { bench.device.connect(kAddress, 7); });
+    }
+  });
+  threads.emplace_back([&] {
+    while (!done) {
+      bench.device.disconnect();
+      std::this_thread::yield();
+    }
+  });
+  threads.emplace_back([&] {
+    for (int i = 0; i < 200; ++i) {
+      failureOf([&] { Link(bench.device).request(kEcho, {}, 0.05); });
+    }
+    done = true;
+  });
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  bench.device.disconnect();
+  bench.connect();
+  bench.device.data_pool_echo.clear();
+  EXPECT_EQ(Link(bench.device).request(kEcho, {}, 20).get<std::uint8_t>(0), 1);
+  EXPECT_TRUE(bench.host.failures().empty());
+}
+
+// A host that refuses to print, as a Python program with a closed sys.stdout is one.
+TEST(Device, ClosesCompletelyEvenWhenPrintingFails) {
+  class BrokenHost : public Host {
+   public:
+    BrokenHost() { setHost(this); }
+    ~BrokenHost() override { setHost(nullptr); }
+    void print(const std::string& line) override {
+      if (broken) {
+        throw std::runtime_error(line);
+      }
+    }
+    std::atomic<bool> broken{false};
+  };
+  BrokenHost host;
+  bool freed = false;
+  {
+    const auto transport = std::make_shared<FakeTransport>();
+    ETHDevice device(ProductId::FeroxA, true);
+    device.setClientCmd(transport);
+    device.connect(kAddress, 7);
+    device.onClose([&] { freed = true; });
+    host.broken = true;
+    EXPECT_THROW(device.close(), std::runtime_error);
+    EXPECT_TRUE(device.closed());
+    EXPECT_TRUE(freed);
+    EXPECT_FALSE(device.commandChannel().worker().alive());
+    device.close();
+  }
+}
+
+}  // namespace
+}  // namespace qvx::test

@@ -1,0 +1,277 @@
+#include "protocol/engine.h"
+
+#include "tests/cpp/protocol/fakes.h"
+
+#include <algorithm>
+#include <future>
+
+namespace qvx::test {
+namespace {
+
+constexpr int kEcho = GET_SERIAL_NUMBER;
+
+struct Engine : Packet {
+  std::shared_ptr<FakeTransport> transport = std::make_shared<FakeTransport>();
+  Engine() { setClientCmd(transport); }
+};
+
+double secondsOf(const std::function<void()>& call) {
+  const auto begin = Clock::now();
+  call();
+  return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+struct Classification {
+  int cmd;
+  Bytes data;
+  PacketKind kind;
+};
+
+TEST(Engine, ClassifiesPackets) {
+  const std::vector<Classification> rows{
+      {START_CAN, {0, 1}, PacketKind::Streaming},
+      {START_UART_READING, {}, PacketKind::Streaming},
+      {START_AI_STREAMING, {0}, PacketKind::Streaming},
+      {START_AI_STREAMING_VARIABLE, {0}, PacketKind::Streaming},
+      {START_AO_STREAMING, {0}, PacketKind::Streaming},
+      {START_MOTION_MONITORING, {0}, PacketKind::Streaming},
+      {AHRS_START, {0}, PacketKind::Streaming},
+      {AI_START_STREAMING_24BIT, {0}, PacketKind::Streaming},
+      {GET_DEVICE_INFO, {1, 2}, PacketKind::Broadcast},
+      {GET_DEVICE_INFO, {0, 2}, PacketKind::Ignore},
+      {GET_DEVICE_INFO, {}, PacketKind::Ignore},
+      {CHECK_MAC_AND_SET_IP, {1}, PacketKind::Broadcast},
+      {CHECK_MAC_AND_REBOOT, {2}, PacketKind::Ignore},
+      {NETCOM_CHECK_MAC_RINGING, {1}, PacketKind::Broadcast},
+      {MOTION, {1, 2, 3}, PacketKind::Echo},
+      {GET_DRIVER_INFO, {1}, PacketKind::Echo},
+      {65535, {}, PacketKind::Echo},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(Packet_based::checkCommandType(row.cmd, row.data), row.kind) << row.cmd;
+  }
+}
+
+TEST(Engine, FilesEachKindInItsPool) {
+  Engine engine;
+  engine.putToDataPool(kEcho, {1, 2});
+  engine.putToDataPool(kEcho, {3});
+  engine.putToDataPool(START_AI_STREAMING, {5, 10, 11});
+  engine.putToDataPool(START_AI_STREAMING, {5, 12});
+  engine.putToDataPool(START_AI_STREAMING, {6});
+  engine.putToDataPool(GET_DEVICE_INFO, {1, 7, 8});
+  engine.putToDataPool(GET_DEVICE_INFO, {1, 7, 8});
+  engine.putToDataPool(GET_DEVICE_INFO, {0, 9});
+  EXPECT_EQ(engine.data_pool_echo.take(kEcho), Bytes{3});
+  const auto queue = engine.data_pool_strm.at({START_AI_STREAMING, 5});
+  EXPECT_EQ(queue->take(), (Bytes{10, 11}));
+  EXPECT_EQ(queue->take(), Bytes{12});
+  EXPECT_EQ(engine.data_pool_strm.at({START_AI_STREAMING, 6})->take(), Bytes{});
+  EXPECT_EQ(engine.data_pool_bcst.at(GET_DEVICE_INFO)->snapshot(), (std::set<Bytes>{{7, 8}}));
+  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
+}
+
+TEST(Engine, DropsPacketsTooShortForTheirKind) {
+  Engine engine;
+  engine.putToDataPool(START_AI_STREAMING, {});
+  engine.putToDataPool(GET_DEVICE_INFO, {});
+  for (std::uint8_t size = 0; size < 3; ++size) {
+    engine.putToDataPool(MOTION, Bytes(size));
+  }
+  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
+  EXPECT_TRUE(engine.data_pool_strm.entries().empty());
+  EXPECT_TRUE(engine.data_pool_bcst.entries().empty());
+}
+
+TEST(Engine, KeysMotionRepliesByTheirFirstThreeBytes) {
+  EXPECT_EQ(Packet_based::replyKey(kEcho, {}), kEcho);
+  EXPECT_EQ(Packet_based::replyKey(MOTION, Bytes{0x11, 0x22, 0x33, 0x44}), 0x331122D0);
+  EXPECT_EQ(Packet_based::replyKey(MOTION, Bytes{0, 0, 0x80}), static_cast<int>(0x800000D0));
+  EXPECT_EQ(failureOf([] { Packet_based::replyKey(MOTION, Bytes{1, 2}); }), "InputDataNotInRangeError");
+
+  // Two requests under way at once, answered in the other order.
+  const auto loop = makeLoop();
+  Engine engine;
+  std::optional<Bytes> first;
+  std::optional<Bytes> second;
+  const auto one = loop->make([&] { first = engine.echoPacket(MOTION, Bytes{1, 2, 3}, 20); });
+  const auto two = loop->make([&] { second = engine.echoPacket(MOTION, Bytes{1, 2, 4}, 20); });
+  one->resume();
+  two->resume();
+  engine.putToDataPool(MOTION, {1, 2, 4, 40});
+  engine.putToDataPool(MOTION, {1, 2, 3, 30});
+  ASSERT_TRUE(loop->run({one.get(), two.get()}));
+  EXPECT_EQ(first, (Bytes{1, 2, 3, 30}));
+  EXPECT_EQ(second, (Bytes{1, 2, 4, 40}));
+}
+
+TEST(Engine, AReplyThatWaitsAlreadyIsReturnedAtOnce) {
+  Engine engine;
+  engine.putToDataPool(kEcho, {9});
+  EXPECT_EQ(engine.echoPacket(kEcho, {}, 20), Bytes{9});
+  EXPECT_EQ(engine.transport->sent(), std::vector<std::string>{"02 00 01 7A 0D 0A"});
+  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
+}
+
+TEST(Engine, NegativeTimeoutsGiveUpAndZeroNeverEnds) {
+  Engine engine;
+  engine.putToDataPool(kEcho, {9});
+  EXPECT_EQ(engine.getReplyFromPool(kEcho, -1), std::nullopt);
+  auto forever = std::async(std::launch::async, [&] { return engine.getReplyFromPool(kEcho, 0); });
+  EXPECT_EQ(forever.wait_for(kGlance), std::future_status::timeout);
+  EXPECT_EQ(engine.data_pool_echo.peek(kEcho), Bytes{9});
+  engine.closePools();
+  EXPECT_EQ(forever.get(), std::nullopt);
+}
+
+// A coroutine has the rules of asyncio.wait_for: without time left it gives up.
+TEST(Engine, ACoroutineWithoutTimeGivesUpAtOnce) {
+  const auto loop = makeLoop();
+  for (const double timeout : {0.0, -1.0}) {
+    Engine engine;
+    std::optional<Bytes> reply{Bytes{}};
+    loop->runBody([&] { reply = engine.echoPacket(kEcho, {}, timeout); });
+    EXPECT_EQ(reply, std::nullopt) << timeout;
+    EXPECT_EQ(engine.transport->sent().size(), 1U);
+  }
+}
+
+struct Retry {
+  bool coroutine;
+  double timeout;
+  std::size_t packets;
+};
+
+TEST(Engine, SendsAgainAndThenWaitsForTheRest) {
+  const auto loop = makeLoop();
+  // Blocking attempts are 0.01 s apart, those of a coroutine RETRY_TIMEOUT = 1 s.
+  const std::vector<Retry> rows{
+      {false, -1, 0}, {false, 0, 0}, {false, 0.005, 1}, {false, 0.015, 2}, {false, 0.1, 3},
+      {true, -1, 0},  {true, 0, 0},  {true, 0.1, 1},    {true, 1.1, 2},
+  };
+  for (const auto& row : rows) {
+    Engine engine;
+    std::optional<Bytes> reply{Bytes{}};
+    const auto call = [&] { reply = engine.echoPacketWithRetry(kEcho, {}, row.timeout); };
+    const double seconds = secondsOf([&] { row.coroutine ? loop->runBody(call) : call(); });
+    EXPECT_EQ(reply, std::nullopt);
+    EXPECT_EQ(engine.transport->sent().size(), row.packets) << row.coroutine << " " << row.timeout;
+    EXPECT_GE(seconds, row.timeout);
+  }
+}
+
+TEST(Engine, ALateAnswerEndsTheLongWait) {
+  Engine engine;
+  auto reply = std::async(std::launch::async, [&] { return engine.echoPacketWithRetry(kEcho, {}, 60); });
+  std::size_t packets = 0;
+  ASSERT_TRUE(eventually([&] { return (packets += engine.transport->sent().size()) == 3; }));
+  EXPECT_EQ(reply.wait_for(kGlance), std::future_status::timeout);
+  engine.putToDataPool(kEcho, {1});
+  EXPECT_EQ(reply.get(), Bytes{1});
+  EXPECT_TRUE(engine.transport->sent().empty());
+}
+
+TEST(Engine, FailuresOfTheTransportPassThrough) {
+  Engine engine;
+  engine.transport->lose();
+  EXPECT_EQ(failureOf([&] { engine.echoPacketWithRetry(kEcho, {}, 60); }), "NetworkConnectionLostError");
+  engine.setClientCmd(nullptr);
+  EXPECT_EQ(failureOf([&] { engine.sendPacketWithoutReply(kEcho, {}); }), "NetworkConnectionLostError");
+  EXPECT_EQ(failureOf([&] { engine.broadcastPacket(GET_DEVICE_INFO, {}); }), "APINotSupportError");
+}
+
+TEST(Engine, RefusesWhatDoesNotFitAFrame) {
+  Engine engine;
+  EXPECT_EQ(failureOf([&] { engine.sendPacketWithoutReply(65536, {}); }), "InputDataNotInRangeError");
+  EXPECT_EQ(failureOf([&] { engine.sendPacketWithoutReply(-1, {}); }), "InputDataNotInRangeError");
+  EXPECT_EQ(failureOf([&] { engine.sendPacketWithoutReply(kEcho, Bytes(65535)); }), "InputDataNotInRangeError");
+  EXPECT_EQ(failureOf([&] { engine.echoPacket(MOTION, Bytes{1}, 1); }), "InputDataNotInRangeError");
+  EXPECT_TRUE(engine.transport->sent().empty());
+}
+
+// What calls Python must find a stack of full size, whichever form runs.
+TEST(Engine, ATransportOfPythonsIsCalledOffTheFiber) {
+  class PythonLike : public FakeTransport {
+   public:
+    bool callsPython() const override { return true; }
+    void sendPacket(ByteView frame) override {
+      on_fiber = Fiber::current() != nullptr;
+      FakeTransport::sendPacket(frame);
+    }
+    bool on_fiber = true;
+  };
+  const auto loop = makeLoop();
+  const auto transport = std::make_shared<PythonLike>();
+  Engine engine;
+  engine.setClientCmd(transport);
+  loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); });
+  EXPECT_FALSE(transport->on_fiber);
+  transport->lose();
+  EXPECT_EQ(failureOf([&] { loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); }); }),
+            "NetworkConnectionLostError");
+}
+
+TEST(Engine, TakesStreamedItems) {
+  const auto loop = makeLoop();
+  Engine engine;
+  RawQueue queue;
+  EXPECT_TRUE(engine.getStreamingFromPool(queue, -1).empty());
+  EXPECT_TRUE(engine.getStreamingFromPool(queue, 0).empty());
+  for (std::uint8_t i = 0; i < 5; ++i) {
+    queue.put({i});
+  }
+  EXPECT_EQ(engine.getStreamingFromPool(queue, 2), (std::vector<Bytes>{{0}, {1}}));
+  EXPECT_EQ(engine.getStreamingFromPool(queue, -1), (std::vector<Bytes>{{2}, {3}, {4}}));
+  std::vector<Bytes> items;
+  const auto fiber = loop->make([&] { items = engine.getStreamingFromPool(queue, 2); });
+  EXPECT_FALSE(fiber->resume());
+  queue.put({6});
+  queue.put({7});
+  queue.put({8});
+  ASSERT_TRUE(loop->run({fiber.get()}));
+  EXPECT_EQ(items, (std::vector<Bytes>{{6}, {7}}));
+}
+
+TEST(Engine, BroadcastsThreeTimesAndCollectsAnswers) {
+  Engine engine;
+  const auto udp = std::make_shared<FakeTransport>();
+  engine.setClientUdp(udp);
+  engine.data_pool_bcst.at(GET_DEVICE_INFO)->add({99});  // of an earlier broadcast
+  auto answers = std::async(std::launch::async, [&] { return engine.broadcastPacket(GET_DEVICE_INFO, Bytes{0}); });
+  std::vector<std::string> sent;
+  ASSERT_TRUE(eventually([&] {
+    for (auto& frame : udp->sent()) {
+      sent.push_back(frame);
+    }
+    return sent.size() == 3;
+  }));
+  EXPECT_EQ(sent, std::vector<std::string>(3, "02 00 02 FC 00 0D 0A"));
+  engine.putToDataPool(GET_DEVICE_INFO, {1, 42});
+  EXPECT_EQ(answers.wait_for(kGlance), std::future_status::timeout);
+  engine.closePools();  // ends the 5 s early
+  EXPECT_EQ(answers.get()->snapshot(), (std::set<Bytes>{{42}}));
+}
+
+TEST(Engine, ClosingEndsEveryWaitAndEverySend) {
+  const auto loop = makeLoop();
+  Engine engine;
+  std::optional<Bytes> reply{Bytes{}};
+  std::vector<Bytes> items{{1}};
+  const auto queue = engine.data_pool_strm.at({START_AI_STREAMING, 0});
+  const auto waiting = loop->make([&] { reply = engine.echoPacket(kEcho, {}, 60); });
+  const auto draining = loop->make([&] { items = engine.getStreamingFromPool(*queue, 10); });
+  waiting->resume();
+  draining->resume();
+  auto blocked = std::async(std::launch::async, [&] { return engine.getStreamingFromPool(*queue, 10).size(); });
+  engine.closePools();
+  EXPECT_TRUE(loop->run({waiting.get(), draining.get()}));
+  EXPECT_EQ(reply, std::nullopt);
+  EXPECT_TRUE(items.empty());
+  EXPECT_EQ(blocked.get(), 0U);
+  engine.transport->sent();
+  EXPECT_EQ(failureOf([&] { engine.echoPacket(kEcho, {}, 60); }), "NetworkConnectionLostError");
+  EXPECT_TRUE(engine.transport->sent().empty());
+}
+
+}  // namespace
+}  // namespace qvx::test

@@ -1,0 +1,260 @@
+#include "protocol/fiber.h"
+
+#include "protocol/wait.h"
+#include "tests/cpp/protocol/fakes.h"
+
+#include <stdexcept>
+
+namespace qvx::test {
+namespace {
+
+// What an operation's wait does, reduced to one fiber.
+void suspendOnce(const Deadline& deadline = std::nullopt) {
+  Fiber::current()->newTicket();
+  Fiber::current()->suspend(deadline);
+}
+
+struct OnEnd {
+  explicit OnEnd(bool& flag) : flag_(flag) {}
+  OnEnd(const OnEnd&) = delete;
+  OnEnd& operator=(const OnEnd&) = delete;
+  ~OnEnd() { flag_ = true; }
+  bool& flag_;
+};
+
+TEST(Fiber, RunsFromWaitToWait) {
+  const auto loop = makeLoop();
+  std::vector<int> steps;
+  Fiber fiber(loop, [&] {
+    EXPECT_EQ(Fiber::current(), &fiber);
+    for (int i = 0; i < 3; ++i) {
+      steps.push_back(i);
+      suspendOnce();
+    }
+  });
+  EXPECT_EQ(Fiber::current(), nullptr);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_FALSE(fiber.resume());
+    EXPECT_EQ(Fiber::current(), nullptr);
+    EXPECT_EQ(steps.size(), i + 1);
+  }
+  EXPECT_TRUE(fiber.resume());
+  EXPECT_TRUE(fiber.finished());
+  EXPECT_EQ(fiber.failure(), nullptr);
+}
+
+TEST(Fiber, EveryWaitHasItsOwnTicket) {
+  const auto loop = makeLoop();
+  std::set<std::uint64_t> tickets;
+  Fiber first(loop, [] { suspendOnce(), suspendOnce(); });
+  Fiber second(loop, [] { suspendOnce(), suspendOnce(); });
+  for (int i = 0; i < 2; ++i) {
+    first.resume();
+    second.resume();
+    tickets.insert(first.ticket());
+    tickets.insert(second.ticket());
+  }
+  EXPECT_EQ(tickets.size(), 4U);
+}
+
+TEST(Fiber, ExceptionsOfTheBodyReachTheDriver) {
+  const auto loop = makeLoop();
+  for (const int waits : {0, 1, 2}) {
+    Fiber fiber(loop, [waits] {
+      for (int i = 0; i < waits; ++i) {
+        suspendOnce();
+      }
+      throw std::runtime_error("body");
+    });
+    while (!fiber.resume()) {
+    }
+    ASSERT_NE(fiber.failure(), nullptr);
+    EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::runtime_error);
+  }
+}
+
+// The driver may itself be in a handler: what is being handled there must survive the fiber's own throwing and
+// catching.
+TEST(Fiber, HandlersOfDriverAndBodyDontMix) {
+  const auto loop = makeLoop();
+  Fiber fiber(loop, [] {
+    try {
+      throw std::runtime_error("inside");
+    } catch (const std::runtime_error&) {
+    }
+    suspendOnce();
+    throw std::logic_error("last");
+  });
+  EXPECT_FALSE(fiber.resume());
+  try {
+    throw std::runtime_error("outside");
+  } catch (const std::runtime_error& error) {
+    EXPECT_TRUE(fiber.resume());
+    EXPECT_STREQ(error.what(), "outside");
+  }
+  EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::logic_error);
+}
+
+TEST(Fiber, CancelUnwindsTheBody) {
+  const auto loop = makeLoop();
+  bool unwound = false;
+  bool went_on = false;
+  Fiber fiber(loop, [&] {
+    const OnEnd end(unwound);
+    suspendOnce();
+    went_on = true;
+  });
+  fiber.resume();
+  fiber.cancel();
+  EXPECT_FALSE(unwound);
+  EXPECT_TRUE(fiber.resume());
+  EXPECT_TRUE(unwound);
+  EXPECT_FALSE(went_on);
+  EXPECT_EQ(fiber.failure(), nullptr);
+}
+
+TEST(Fiber, CancelledBodyThatWaitsAgainIsThrownOutAgain) {
+  const auto loop = makeLoop();
+  int thrown = 0;
+  Fiber fiber(loop, [&] {
+    for (int i = 0; i < 2; ++i) {
+      try {
+        suspendOnce();
+      } catch (const FiberCancelled&) {
+        ++thrown;
+      }
+    }
+  });
+  fiber.resume();
+  fiber.cancel();
+  EXPECT_TRUE(fiber.resume());
+  EXPECT_EQ(thrown, 2);
+}
+
+TEST(Fiber, DestructionUnwindsWhatIsSuspendedAndLeavesWhatNeverRan) {
+  const auto loop = makeLoop();
+  bool unwound = false;
+  {
+    Fiber fiber(loop, [&] {
+      const OnEnd end(unwound);
+      suspendOnce();
+    });
+    fiber.resume();
+  }
+  EXPECT_TRUE(unwound);
+  bool ran = false;
+  {
+    const Fiber never(loop, [&] { ran = true; });
+  }
+  EXPECT_FALSE(ran);
+}
+
+TEST(Fiber, OutsideRunsOnTheDriversStack) {
+  const auto loop = makeLoop();
+  const auto stackOf = [] {
+    volatile char here = 0;
+    return reinterpret_cast<std::uintptr_t>(&here);
+  };
+  const auto distance = [](std::uintptr_t a, std::uintptr_t b) { return a > b ? a - b : b - a; };
+  const std::uintptr_t driver = stackOf();
+  std::uintptr_t inside = 0;
+  std::uintptr_t outside = 0;
+  const Fiber* current = nullptr;
+  int waits = 0;
+  Fiber fiber(loop, [&] {
+    inside = stackOf();
+    Fiber::outside([&] {
+      outside = stackOf();
+      current = Fiber::current();
+    });
+    suspendOnce();
+    ++waits;
+  });
+  // A call outside is no wait: the driver sees one suspension only.
+  EXPECT_FALSE(fiber.resume());
+  EXPECT_TRUE(fiber.resume());
+  EXPECT_EQ(waits, 1);
+  EXPECT_EQ(current, nullptr);
+#if !defined(__SANITIZE_ADDRESS__)  // which may keep locals elsewhere
+  EXPECT_LT(distance(driver, outside), 1U << 16);
+  EXPECT_GT(distance(driver, inside), 1U << 16);
+#endif
+}
+
+TEST(Fiber, ExceptionsComeBackFromOutside) {
+  const auto loop = makeLoop();
+  std::string caught;
+  Fiber fiber(loop, [&] {
+    try {
+      Fiber::outside([] { throw std::runtime_error("from outside"); });
+    } catch (const std::runtime_error& error) {
+      caught = error.what();
+    }
+    Fiber::outside([] { throw std::logic_error("again"); });
+  });
+  EXPECT_TRUE(fiber.resume());
+  EXPECT_EQ(caught, "from outside");
+  EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::logic_error);
+}
+
+TEST(Fiber, OutsideOnAPlainStackIsAPlainCall) {
+  int calls = 0;
+  Fiber::outside([&] { ++calls; });
+  EXPECT_EQ(calls, 1);
+  EXPECT_THROW(Fiber::outside([] { throw std::runtime_error("plain"); }), std::runtime_error);
+}
+
+// More than the pool of stacks keeps, each with its own locals.
+TEST(Fiber, ManyAtOnceKeepTheirOwnStacks) {
+  const auto loop = makeLoop();
+  std::vector<std::unique_ptr<Fiber>> fibers;
+  std::vector<std::size_t> results(300);
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    fibers.push_back(loop->make([i, &results] {
+      std::array<std::size_t, 512> locals{};
+      locals.fill(i);
+      suspendOnce();
+      for (const std::size_t value : locals) {
+        results[i] += value;
+      }
+    }));
+    fibers.back()->resume();
+  }
+  for (auto it = fibers.rbegin(); it != fibers.rend(); ++it) {
+    EXPECT_TRUE((*it)->resume());
+  }
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    EXPECT_EQ(results[i], 512 * i);
+  }
+}
+
+TEST(Fiber, OneMayDriveAnother) {
+  const auto loop = makeLoop();
+  std::string order;
+  Fiber inner(loop, [&] {
+    order += "b";
+    suspendOnce();
+    order += "d";
+  });
+  Fiber outer(loop, [&] {
+    order += "a";
+    inner.resume();
+    EXPECT_EQ(Fiber::current(), &outer);
+    order += "c";
+    inner.resume();
+    order += "e";
+  });
+  EXPECT_TRUE(outer.resume());
+  EXPECT_EQ(order, "abcde");
+}
+
+TEST(Deadline, FarAwayIsNever) {
+  EXPECT_FALSE(deadlineAfter(1e10).has_value());
+  EXPECT_FALSE(deadlineAfter(std::numeric_limits<double>::infinity()).has_value());
+  const Deadline past = deadlineAfter(-5);
+  EXPECT_LE(*past, Clock::now());
+  EXPECT_GT(*deadlineAfter(100), Clock::now() + std::chrono::seconds(90));
+}
+
+}  // namespace
+}  // namespace qvx::test

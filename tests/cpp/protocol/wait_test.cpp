@@ -1,0 +1,226 @@
+// The place that waits, and what stands directly on it: gates and worker threads.
+#include "protocol/wait.h"
+
+#include "protocol/gate.h"
+#include "protocol/worker.h"
+#include "tests/cpp/protocol/fakes.h"
+
+#include <future>
+#include <thread>
+
+namespace qvx::test {
+namespace {
+
+struct Flag {
+  std::mutex mutex;
+  Condition changed;
+  int value = 0;
+
+  void set(int to) {
+    std::unique_lock lock(mutex);
+    value = to;
+    changed.notify(lock);
+  }
+  bool waitFor(int wanted, const Deadline& deadline) {
+    std::unique_lock lock(mutex);
+    return changed.wait(lock, deadline, [&] { return value == wanted; });
+  }
+};
+
+TEST(Condition, WakesThreadsAndFibersAlike) {
+  const auto loop = makeLoop();
+  Flag flag;
+  std::vector<std::future<bool>> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.push_back(std::async(std::launch::async, [&] { return flag.waitFor(1, std::nullopt); }));
+  }
+  std::vector<std::unique_ptr<Fiber>> fibers;
+  std::vector<Fiber*> pointers;
+  int woken = 0;
+  for (int i = 0; i < 3; ++i) {
+    fibers.push_back(loop->make([&] { woken += flag.waitFor(1, std::nullopt) ? 1 : 0; }));
+    EXPECT_FALSE(fibers.back()->resume());
+    pointers.push_back(fibers.back().get());
+  }
+  std::thread setter([&] { flag.set(1); });
+  EXPECT_TRUE(loop->run(pointers));
+  setter.join();
+  EXPECT_EQ(woken, 3);
+  for (auto& thread : threads) {
+    EXPECT_TRUE(thread.get());
+  }
+}
+
+// A change that is not the awaited one must neither end the wait nor lose the next.
+TEST(Condition, GoesOnWaitingAfterAChangeThatIsNotItsOwn) {
+  const auto loop = makeLoop();
+  Flag flag;
+  bool seen = false;
+  const auto fiber = loop->make([&] { seen = flag.waitFor(3, std::nullopt); });
+  fiber->resume();
+  std::thread setter([&] {
+    for (int i = 1; i <= 3; ++i) {
+      flag.set(i);
+      std::this_thread::yield();
+    }
+  });
+  EXPECT_TRUE(loop->run({fiber.get()}));
+  setter.join();
+  EXPECT_TRUE(seen);
+}
+
+TEST(Condition, GivesUpAtTheDeadlineAndNotBefore) {
+  const auto loop = makeLoop();
+  Flag flag;
+  for (const double seconds : {-1.0, 0.0, 0.04}) {
+    const auto begin = Clock::now();
+    const auto passed = [&] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
+    EXPECT_FALSE(flag.waitFor(1, deadlineAfter(seconds)));
+    EXPECT_GE(passed(), seconds);
+    bool seen = true;
+    loop->runBody([&] { seen = flag.waitFor(1, deadlineAfter(seconds)); });
+    EXPECT_FALSE(seen);
+    EXPECT_GE(passed(), 2 * seconds);
+  }
+}
+
+TEST(Condition, WhatIsReadyIsSeenEvenAfterTheDeadline) {
+  const auto loop = makeLoop();
+  Flag flag;
+  flag.set(1);
+  EXPECT_TRUE(flag.waitFor(1, deadlineAfter(-1)));
+  bool seen = false;
+  loop->runBody([&] { seen = flag.waitFor(1, deadlineAfter(-1)); });
+  EXPECT_TRUE(seen);
+}
+
+// A waiter left behind would be posted to a loop that may be gone.
+TEST(Condition, ACancelledFiberLeavesNoWaiter) {
+  class CountingLoop : public Scheduler {
+   public:
+    void post(std::uint64_t /*ticket*/) override { ++posts; }
+    int posts = 0;
+  };
+  const auto loop = std::make_shared<CountingLoop>();
+  Flag flag;
+  {
+    Fiber cancelled(loop, [&] { flag.waitFor(1, std::nullopt); });
+    cancelled.resume();
+    cancelled.cancel();
+    EXPECT_TRUE(cancelled.resume());
+    Fiber destroyed(loop, [&] { flag.waitFor(1, std::nullopt); });
+    destroyed.resume();
+  }
+  flag.set(1);
+  EXPECT_EQ(loop->posts, 0);
+}
+
+class InterruptedHost : public Host {
+ public:
+  InterruptedHost() { setHost(this); }
+  ~InterruptedHost() override { setHost(nullptr); }
+  bool interruptible() override { return std::this_thread::get_id() == main_; }
+  void checkInterrupt() override {
+    if (pressed) {
+      throw std::runtime_error("Ctrl-C");
+    }
+  }
+  std::atomic<bool> pressed{false};
+
+ private:
+  const std::thread::id main_ = std::this_thread::get_id();
+};
+
+TEST(Condition, CtrlCEndsTheMainThreadsWaitsAndNoOthers) {
+  InterruptedHost host;
+  Flag flag;
+  auto other = std::async(std::launch::async, [&] { return flag.waitFor(1, std::nullopt); });
+  std::thread user([&] { host.pressed = true; });
+  EXPECT_THROW(flag.waitFor(1, std::nullopt), std::runtime_error);
+  user.join();
+  EXPECT_EQ(other.wait_for(kGlance), std::future_status::timeout);
+  flag.set(1);
+  EXPECT_TRUE(other.get());
+}
+
+TEST(Gate, IsMadeClosedAndKnowsItsState) {
+  Gate gate;
+  EXPECT_TRUE(gate.locked());
+  EXPECT_FALSE(gate.tryAcquire());
+  EXPECT_FALSE(gate.acquire(deadlineAfter(0)));
+  EXPECT_TRUE(gate.release());
+  EXPECT_FALSE(gate.release());
+  gate.pass();
+  EXPECT_TRUE(gate.acquire());
+  EXPECT_TRUE(gate.locked());
+}
+
+TEST(Gate, ParksUntilItIsOpened) {
+  Gate gate;
+  EXPECT_FALSE(gate.waitParked(Clock::now() + kGlance));
+  auto passing = std::async(std::launch::async, [&] { gate.pass(); });
+  EXPECT_TRUE(gate.waitParked(Clock::now() + kPatience));
+  EXPECT_EQ(passing.wait_for(kGlance), std::future_status::timeout);
+  gate.release();
+  EXPECT_EQ(passing.wait_for(kPatience), std::future_status::ready);
+}
+
+TEST(Gate, AnotherThreadMayRelease) {
+  Gate gate;
+  auto holder = std::async(std::launch::async, [&] { return gate.acquire(deadlineAfter(20)); });
+  EXPECT_EQ(holder.wait_for(kGlance), std::future_status::timeout);
+  gate.release();
+  EXPECT_TRUE(holder.get());
+  EXPECT_TRUE(gate.locked());
+}
+
+TEST(Worker, RunsBehindItsGateUntilStopped) {
+  const auto gate = std::make_shared<Gate>();
+  std::atomic<int> steps{0};
+  Worker worker(
+      "test", gate,
+      [&] {
+        ++steps;
+        std::this_thread::yield();
+      },
+      [] {});
+  EXPECT_TRUE(gate->waitParked(Clock::now() + kPatience));
+  EXPECT_EQ(steps, 0);
+  gate->release();
+  EXPECT_TRUE(eventually([&] { return steps > 3; }));
+  gate->acquire();
+  EXPECT_TRUE(gate->waitParked(Clock::now() + kPatience));
+  const int parked_at = steps;
+  EXPECT_FALSE(worker.join(deadlineAfter(0.02)));
+  EXPECT_EQ(steps, parked_at);
+  EXPECT_TRUE(worker.alive());
+  worker.stop();
+  worker.stop();
+  EXPECT_FALSE(worker.alive());
+  EXPECT_TRUE(worker.join(deadlineAfter(0)));
+}
+
+TEST(Worker, StopEndsAStepThatBlocks) {
+  const auto gate = std::make_shared<Gate>(false);
+  Flag flag;
+  std::atomic<bool> in_step{false};
+  Worker worker(
+      "test", gate,
+      [&] {
+        in_step = true;
+        flag.waitFor(1, std::nullopt);
+      },
+      [&] { flag.set(1); });
+  ASSERT_TRUE(eventually([&] { return in_step.load(); }));
+  std::vector<std::thread> stoppers;
+  for (int i = 0; i < 4; ++i) {
+    stoppers.emplace_back([&] { worker.stop(); });
+  }
+  for (auto& stopper : stoppers) {
+    stopper.join();
+  }
+  EXPECT_FALSE(worker.alive());
+}
+
+}  // namespace
+}  // namespace qvx::test

@@ -1,0 +1,55 @@
+"""Fixtures: virtual devices, connected ones, and devices over a transport in memory."""
+
+from __future__ import annotations
+
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "virtual" / "python"))
+
+from fakes import FakeTransport, connected  # noqa: E402
+from qvx_virtual import VirtualDevice  # noqa: E402
+
+import pyqvx  # noqa: E402
+
+
+@pytest.fixture
+def bench():
+    """Starts virtual devices that end with the test: bench(source="ramp")."""
+    started = []
+
+    def start(**options):
+        started.append(VirtualDevice(**options).start())
+        return started[-1]
+
+    yield start
+    for device in started:
+        device.stop()
+
+
+@pytest.fixture
+def device(bench):
+    """A FeroxA, connected to a virtual one whose inputs measure a ramp."""
+    place = bench(source="ramp", serial="QVTEST01", alias="start")
+    with pyqvx.FeroxA(verbose=False) as made:
+        made.connect(place.ip, place.port)
+        yield made
+
+
+@pytest.fixture
+def fake():
+    """A FeroxA over a recording transport that answers every command well; the transport is its `client_cmd`."""
+    made = connected(FakeTransport(default=b"\0\0"))
+    yield made
+    made.close()
+
+
+@pytest.fixture
+def silent():
+    """A FeroxA over a recording transport that never answers."""
+    made = connected(FakeTransport({}))
+    yield made
+    made.close()

@@ -1,0 +1,141 @@
+"""What the tests put in place of a device, and the small things they share."""
+
+from __future__ import annotations
+
+import os
+import queue
+import struct
+import subprocess
+import sys
+import time
+from collections.abc import Callable, Mapping
+from pathlib import Path
+
+import pyqvx
+
+# How long a test waits for what must happen, in seconds; never reached when it does.
+PATIENCE_S = 20.0
+# How long a test watches for what must not happen.
+GLANCE_S = 0.05
+
+ROOT = Path(__file__).resolve().parents[2]
+
+# Payloads with which a FeroxA answers every command of its modules, all well.
+ANSWERS = {
+    pyqvx.GET_DRIVER_INFO: b"Ferox-A_Fake_3.2.6",
+    pyqvx.GET_SERIAL_NUMBER: b"FAKE0001",
+    pyqvx.GET_THREADS: b"main\0",
+    pyqvx.GET_DEV_ALIAS: b"fake\r\n",
+    pyqvx.GET_PIN_MODE_OF_SLOT: bytes([0, 8, 0x99, 0x99, 0x99, 0x99]),
+    pyqvx.GET_SLOT_MODE: bytes([0, 5]),
+    pyqvx.GET_DATE_TIME: bytes([0, 124, 2, 29, 12, 30, 59]),
+    pyqvx.RTC_GET_ALARM_STATE: bytes([0, 1]),
+    pyqvx.RTC_GET_ALARM_CONFIG: bytes([0, 0, 124, 3, 1, 0, 0, 0]),
+    pyqvx.READ_AI_ON_DEMAND: bytes([0, 0]) + bytes(range(16)),
+    pyqvx.AI_GET_DATA: bytes([0, 0]) + bytes(16),
+    pyqvx.GET_AI_COUNTERS: bytes([0, 0]) + struct.pack(">III", 1, 2, 3),
+    pyqvx.CHECK_BUFFER_STATUS: bytes([0, 0]) + struct.pack(">II", 4, 5),
+}
+
+
+def split(packet):
+    """(code, payload) of one frame, given as a list of ints."""
+    data = bytes(packet)
+    assert data[0] == 2 and data[-2:] == b"\r\n" and struct.unpack(">H", data[1:3])[0] == len(data) - 5
+    width = 1 if data[3] > 48 else 2
+    return int.from_bytes(data[3 : 3 + width], "big"), data[3 + width : -2]
+
+
+class FakeTransport:
+    """A transport written in Python. Records what is sent; `answers` has the reply to each command, or a function of
+    the request's payload; what is not there gets `default`, None for silence."""
+
+    def __init__(
+        self,
+        answers: Mapping[int, bytes | Callable[[bytes], bytes]] = ANSWERS,
+        default: bytes | None = None,
+    ) -> None:
+        self.answers = dict(answers)
+        self.default = default
+        self.sent: list[tuple[int, bytes]] = []
+        self.broadcasts: list[list[int]] = []
+        self.connects: list[tuple[str, int]] = []
+        self.arriving: queue.SimpleQueue = queue.SimpleQueue()
+        self.failure: Exception | None = None
+        self.reads = 0
+
+    def sendPacket(self, packet):
+        if self.failure is not None:
+            raise self.failure
+        code, payload = split(packet)
+        self.sent.append((code, payload))
+        reply = self.answers.get(code, self.default)
+        if callable(reply):
+            reply = reply(payload)
+        if reply is not None:
+            self.arriving.put((code, reply))
+
+    def sendBcstPacket(self, packet):
+        self.broadcasts.append(packet)
+
+    def recvAndSplitPacket(self, size):
+        self.reads += 1
+        if self.failure is not None:
+            raise self.failure
+        try:
+            return [self.arriving.get(timeout=0.02)]
+        except queue.Empty:
+            return []
+
+    def connect(self, address, port):
+        self.connects.append((address, port))
+        return True
+
+    def disconnect(self):
+        pass
+
+
+def connected(transport, make=pyqvx.FeroxA):
+    """A device whose commands go to `transport`."""
+    device = make(verbose=False)
+    device.client_cmd = transport
+    device.connect("192.0.2.1")
+    return device
+
+
+def eventually(condition) -> bool:
+    deadline = time.monotonic() + PATIENCE_S
+    while not condition():
+        if time.monotonic() > deadline:
+            return False
+        time.sleep(0.002)
+    return True
+
+
+def environment() -> dict[str, str]:
+    """In which a program of its own finds the module under test."""
+    paths = [str(Path(pyqvx.__file__).parent), str(ROOT / "virtual" / "python"), os.environ.get("PYTHONPATH", "")]
+    return os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths))}
+
+
+def start_script(text: str, *arguments: str) -> subprocess.Popen[str]:
+    return subprocess.Popen(
+        [sys.executable, "-u", "-c", text, *arguments],
+        env=environment(),
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+    )
+
+
+def run_script(text: str, *arguments: str) -> str:
+    """What a program of its own printed; it must end well, and soon."""
+    with start_script(text, *arguments) as process:
+        try:
+            output, _ = process.communicate(timeout=PATIENCE_S)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            output, _ = process.communicate()
+            raise AssertionError("the program hung\n" + output) from None
+    assert process.returncode == 0, output
+    return output

@@ -1,0 +1,550 @@
+"""The life of a device object: connecting, losing the connection, closing, and everything that may come between."""
+
+import asyncio
+import gc
+import os
+import signal
+import socket
+import sys
+import threading
+import time
+import warnings
+
+import pytest
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, run_script, start_script
+
+import pyqvx
+
+START = """
+import asyncio, gc, os, signal, sys, threading, time
+import pyqvx
+from qvx_virtual import VirtualDevice
+"""
+
+
+class Listener:
+    """A peer on loopback that accepts one connection and then does nothing by itself."""
+
+    def __init__(self, backlog=1):
+        self.socket = socket.create_server(("127.0.0.1", 0), backlog=backlog)
+        self.socket.settimeout(PATIENCE_S)
+        self.address = self.socket.getsockname()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def accept(self):
+        peer, _ = self.socket.accept()
+        peer.settimeout(PATIENCE_S)
+        return peer
+
+
+def test_the_handle_says_what_happens(bench, capsys):
+    place = bench()
+    device = pyqvx.FeroxA()
+    assert device.connect(place.ip, place.port) is True
+    device.disconnect()
+    device.disconnect()
+    device.connect(place.ip, place.port)
+    device.close()
+    device.close()
+    assert capsys.readouterr().out.splitlines() == [
+        "Opened handle (Ferox-A)",
+        f"Connected to {place.ip} (Ferox-A)",
+        f"Disconnected from {place.ip} (Ferox-A)",
+        f"Connected to {place.ip} (Ferox-A)",
+        f"Disconnected from {place.ip} (Ferox-A)",
+        "Closed handle (Ferox-A)",
+    ]
+    for cls in (pyqvx.NetworkDevice, pyqvx.ETHDevice):
+        cls().close()
+        name = cls.__name__
+        assert capsys.readouterr().out == f"Opened handle ({name})\nClosed handle ({name})\n"
+    with pyqvx.FeroxA(verbose=False):
+        pass
+    assert capsys.readouterr().out == ""
+
+
+def test_repr_and_flags_follow_the_connection(bench):
+    place = bench()
+    device = pyqvx.FeroxA(verbose=False)
+    assert repr(device) == "<FeroxA (Ferox-A) not connected>"
+    assert device.recv_cmd_lock.locked() and device.recv_cmd_thread.is_alive() and not device.killed
+    device.connect(place.ip, place.port)
+    assert repr(device) == f"<FeroxA (Ferox-A) connected to {place.ip}>"
+    assert device.connect_status_cmd and device.ip_addr == place.ip and not device.recv_cmd_lock.locked()
+    assert device.client_cmd.socket > 0
+    device.disconnect()
+    assert repr(device) == "<FeroxA (Ferox-A) not connected>"
+    assert not device.connect_status_cmd and device.recv_cmd_lock.locked() and device.client_cmd.socket == 0
+    device.close()
+    assert repr(device) == "<FeroxA (Ferox-A) closed>"
+    assert device.killed and not device.recv_cmd_thread.is_alive() and device.ai_killed
+    assert not device.ai_stream_thread.is_alive()
+
+
+def test_a_disconnected_device_connects_again(bench):
+    places = [bench(serial="QV00000A"), bench(serial="QV00000B")]
+    with pyqvx.FeroxA(verbose=False) as device:
+        for place in places * 3:
+            device.connect(place.ip, place.port)
+            assert device.Sys_getSerialNumber() == ("QV00000A" if place is places[0] else "QV00000B")
+            with pytest.raises(pyqvx.NetworkConnectionError):
+                device.connect(place.ip, place.port)
+            assert device.connect_status_cmd
+            device.disconnect()
+            with pytest.raises(pyqvx.NetworkConnectionLostError):
+                device.Sys_getSerialNumber()
+
+
+def test_context_managers_close(bench):
+    place = bench()
+    with pytest.raises(ZeroDivisionError):
+        with pyqvx.FeroxA(verbose=False) as device:
+            device.connect(place.ip, place.port)
+            1 / 0
+    assert "closed" in repr(device)
+
+    async def main():
+        async with pyqvx.FeroxA(verbose=False) as made:
+            assert await made.connect_async(place.ip, place.port) is True
+            assert await made.Sys_getDriverInfo_async()
+        return made
+
+    assert "closed" in repr(asyncio.run(main()))
+
+
+def test_connections_that_do_not_come_about():
+    with Listener() as listener:
+        refused = listener.address
+    device = pyqvx.FeroxA(verbose=False)
+    for address in [refused, ("not an address", 7), ("", 7), ("1.2.3", 7), ("127.0.0.1\0", 7)]:
+        with pytest.raises(pyqvx.NetworkConnectionError):
+            device.connect(*address)
+        with pytest.raises(pyqvx.NetworkConnectionError):
+            asyncio.run(device.connect_async(*address))
+    assert repr(device) == "<FeroxA (Ferox-A) not connected>" and device.recv_cmd_lock.locked()
+    for address in [(5, 7), ("127.0.0.1", "7"), ("127.0.0.1", 7.0), (None, 7)]:
+        with pytest.raises(pyqvx.InputTypeNotCorrectError):
+            device.connect(*address)
+    for port in (0, -1, 65536, 2**70):
+        with pytest.raises(pyqvx.InputDataNotInRangeError):
+            device.connect("127.0.0.1", port)
+    device.close()
+    with pytest.raises(pyqvx.NetworkConnectionError):
+        device.connect(*refused)
+
+
+class FullListener(Listener):
+    """One whose queue is full, so that a further request to connect is not answered."""
+
+    def __init__(self):
+        super().__init__(backlog=0)
+        self.knocks = []
+        for _ in range(4):
+            knock = socket.socket()
+            knock.setblocking(False)
+            knock.connect_ex(self.address)
+            self.knocks.append(knock)
+
+    def __exit__(self, *_):
+        for knock in self.knocks:
+            knock.close()
+        super().__exit__()
+
+
+def test_a_silent_address_is_given_up_after_5_s_or_earlier():
+    with FullListener() as listener:
+        device = pyqvx.FeroxA(verbose=False)
+        begin = time.monotonic()
+        with pytest.raises(pyqvx.NetworkConnectionError):
+            device.connect(*listener.address)
+        assert 4.5 < time.monotonic() - begin < 5 + PATIENCE_S
+
+        # disconnect() and close() end the attempt, as does cancelling it.
+        for end in (device.disconnect, device.close):
+            timer = threading.Timer(0.1, end)
+            timer.start()
+            begin = time.monotonic()
+            with pytest.raises(pyqvx.NetworkConnectionError):
+                device.connect(*listener.address)
+            assert time.monotonic() - begin < 4.5
+            timer.join()
+        with pyqvx.FeroxA(verbose=False) as other:
+
+            async def give_up():
+                with pytest.raises(asyncio.TimeoutError):
+                    await asyncio.wait_for(other.connect_async(*listener.address), 0.1)
+
+            begin = time.monotonic()
+            asyncio.run(give_up())
+            assert time.monotonic() - begin < 4.5
+
+
+def test_a_peer_that_goes_away_is_reported_once(capsys):
+    with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
+        device.connect(*listener.address)
+        peer = listener.accept()
+        peer.close()
+        assert eventually(lambda: "lost connection" in repr(device))
+        assert repr(device) == "<FeroxA (Ferox-A) lost connection to 127.0.0.1>"
+        for _ in range(3):
+            with pytest.raises(pyqvx.NetworkConnectionLostError):
+                device.Sys_getSerialNumber()
+        assert device.recv_cmd_thread.is_alive() and device.recv_cmd_lock.locked()
+        device.connect(*listener.address)  # puts the lost connection away
+        assert "connected to" in repr(device)
+        listener.accept().close()
+        assert eventually(lambda: "lost connection" in repr(device))
+        device.disconnect()
+        assert repr(device) == "<FeroxA (Ferox-A) not connected>"
+    lines = capsys.readouterr().out.splitlines()
+    assert lines == ["NetworkConnectionLostError: Error -8003: Network DAQ connection lost."] * 2
+
+
+def test_a_lost_connection_costs_no_processor_time():
+    with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
+        device.connect(*listener.address)
+        listener.accept().close()
+        assert eventually(lambda: "lost connection" in repr(device))
+        before = time.process_time()
+        time.sleep(0.5)
+        assert time.process_time() - before < 0.1
+
+
+@pytest.mark.parametrize("how", ["close", "disconnect"])
+def test_a_call_in_progress_ends_with_the_connection(silent, how):
+    errors = []
+
+    def call():
+        try:
+            silent.Sys_getSerialNumber(timeout=600 if how == "close" else 0.5)
+        except pyqvx.Error as error:
+            errors.append(type(error))
+
+    thread = threading.Thread(target=call)
+    thread.start()
+    assert eventually(lambda: len(silent.client_cmd.sent) == pyqvx.NUM_RETRIES)
+    getattr(silent, how)()
+    thread.join(PATIENCE_S)
+    lost = pyqvx.NetworkConnectionLostError
+    assert errors == [lost if how == "close" else pyqvx.ReceivePacketTimeoutError]
+
+
+def test_close_ends_every_other_wait(silent):
+    queue = silent.data_pool_strm[pyqvx.START_CAN, 3]
+    ended = []
+    calls = [
+        lambda: silent._getStreamingFromPool(queue, 10, 0.01),
+        lambda: silent.AI_readStreaming(0, 10, 600),
+        lambda: silent._getReplyFromPool(5, 0),
+        lambda: silent.recv_cmd_thread.join(),
+        lambda: silent.ai_stream_thread.join(),
+    ]
+
+    def run(call):
+        try:
+            ended.append(call())
+        except pyqvx.Error as error:
+            ended.append(error)
+
+    threads = [threading.Thread(target=run, args=(call,)) for call in calls]
+    for thread in threads:
+        thread.start()
+    silent.close()
+    for thread in threads:
+        thread.join(PATIENCE_S)
+    assert len(ended) == len(calls)
+
+
+def test_close_from_many_threads(bench, capsys):
+    place = bench()
+    for _ in range(10):
+        device = pyqvx.FeroxA()
+        device.connect(place.ip, place.port)
+        threads = [threading.Thread(target=device.close) for _ in range(5)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join(PATIENCE_S)
+        assert "closed" in repr(device)
+        assert capsys.readouterr().out.count("Closed handle") == 1
+
+
+def test_requests_of_many_threads_and_a_close(device):
+    problems = []
+
+    def work():
+        try:
+            for _ in range(100):
+                assert device.Sys_getSerialNumber(timeout=20) == "QVTEST01"
+                assert len(device.AI_readOnDemand(0, timeout=20)) == 8
+        except pyqvx.NetworkConnectionLostError:
+            pass
+        except Exception as error:
+            problems.append(error)
+
+    threads = [threading.Thread(target=work)]
+    threads += [threading.Thread(target=lambda: device.Sys_getRTC(timeout=20)) for _ in range(3)]
+    for thread in threads:
+        thread.start()
+    threads[0].join(0.05)
+    for thread in threads[1:]:
+        thread.join(PATIENCE_S)
+    device.close()
+    threads[0].join(PATIENCE_S)
+    assert problems == []
+
+
+def test_a_collected_device_warns_and_closes(bench, capsys):
+    place = bench()
+    device = pyqvx.FeroxA()
+    device.connect(place.ip, place.port)
+    with pytest.warns(ResourceWarning, match="unclosed device Ferox-A"):
+        del device
+        gc.collect()
+    assert "Closed handle (Ferox-A)" in capsys.readouterr().out
+    device = pyqvx.FeroxA()
+    device.close()
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        del device
+        gc.collect()
+
+
+class ClosedOutput:
+    def write(self, text):
+        raise ValueError("closed output")
+
+    def flush(self):
+        pass
+
+
+def test_a_broken_standard_output_keeps_nothing_open(bench, monkeypatch):
+    place = bench()
+    device = pyqvx.FeroxA()
+    device.connect(place.ip, place.port)
+    dropped = pyqvx.FeroxA()
+    with monkeypatch.context() as patch:
+        patch.setattr(sys, "stdout", ClosedOutput())
+        with pytest.raises(ValueError):
+            device.close()
+        with pytest.raises(ValueError):
+            pyqvx.FeroxA()
+        with pytest.warns(ResourceWarning):
+            patch.setattr(sys, "unraisablehook", lambda unraisable: None)
+            del dropped
+            gc.collect()
+    assert "closed" in repr(device) and not device.recv_cmd_thread.is_alive()
+    assert device.client_cmd.socket == 0
+
+
+def test_a_subclass_keeps_the_products_identity(bench):
+    class Rig(pyqvx.FeroxA):
+        def __init__(self):
+            super().__init__(verbose=False)
+            self.own = 5
+
+        def AI_open(self, port, timeout=3):
+            return super().AI_open(port, timeout)
+
+    place = bench()
+    with Rig() as rig:
+        rig.connect(place.ip, place.port)
+        assert repr(rig).startswith("<Rig (Ferox-A)") and rig._getDeviceName() == "Ferox-A" and rig.own == 5
+        assert isinstance(rig, pyqvx.AIModule) and isinstance(rig, pyqvx.AIModule_async)
+        assert rig.AI_open(0) == 0 and rig.ai_open_flag
+        with pytest.raises(pyqvx.AIRateNotVaildError):
+            rig.AI_setSamplingRate(0, 20001)
+        with pytest.raises(pyqvx.APINotSupportError):
+            rig.AI_enableChannel(0, 1)
+        assert rig.AI_setSamplingRate(0, 20000) == 0
+        assert len(asyncio.run(rig.AI_readOnDemand_async(0))) == 8
+
+
+def test_models_and_modules():
+    assert pyqvx.LABEL_DICT["FeroxA"] == "Ferox-A" and len(pyqvx.LABEL_DICT) == 27
+    assert issubclass(pyqvx.FeroxA, pyqvx.ETHDevice) and issubclass(pyqvx.ETHDevice, pyqvx.NetworkDevice)
+    for module in ("SystemModule", "AIModule"):
+        assert issubclass(pyqvx.FeroxA, getattr(pyqvx, module))
+        assert issubclass(pyqvx.FeroxA, getattr(pyqvx, module + "_async"))
+    with pyqvx.FeroxA(verbose=False) as device:
+        assert device.ai_dict == {0: list(range(8))} and device.ai_ratio == 10 / 32768
+        assert device.ai_echo_cmd == 181 and device.ai_strm_cmd == 183 and device.ai_num_channels == 8
+        assert device.ai_lock.locked() and device.ai_data_queue_list[0] is device.data_pool_strm[183, 0]
+        assert device.ai_signal_queue_list[0].maxsize == pyqvx.QUEUE_SIZE_MAX
+
+
+def test_the_transport_may_be_replaced_under_way(bench):
+    place = bench(serial="QVREAL01")
+    with pyqvx.FeroxA(verbose=False) as device:
+        device.connect(place.ip, place.port)
+        native = device.client_cmd
+        own = FakeTransport()
+        device.client_cmd = own
+        assert device.client_cmd is own
+        assert device.Sys_getSerialNumber() == "FAKE0001"
+        device.client_cmd = native
+        assert eventually(lambda: device.Sys_getSerialNumber() == "QVREAL01")
+        device.client_cmd = None
+        with pytest.raises(pyqvx.NetworkConnectionLostError):
+            device.Sys_getSerialNumber()
+        device.disconnect()
+        with pytest.raises(pyqvx.NetworkConnectionError):
+            device.connect(place.ip, place.port)
+
+
+def test_the_transport_may_be_a_subclass_of_a_client(bench):
+    class Counting(pyqvx.TCPClient):
+        packets = 0
+
+        def sendPacket(self, packet):
+            self.packets += 1
+            super().sendPacket(packet)
+
+    place = bench()
+    device = connected_over = pyqvx.FeroxA(verbose=False)
+    device.client_cmd = client = Counting()
+    device.connect(place.ip, place.port)
+    for _ in range(3):
+        device.Sys_getSerialNumber()
+    assert client.packets >= 3 and client.socket > 0
+    connected_over.close()
+    assert client.socket == 0
+
+
+def test_hostile_bytes_from_the_wire_do_no_harm():
+    with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
+        device.connect(*listener.address)
+        peer = listener.accept()
+        stray = [b"\r\n" * 50, b"\2" * 100, bytes(range(256)) * 20, b"\2\xff\xff\r\n", b"\2\0\0\r\n", b"\2\0\1\x05\r\n"]
+        for code in [pyqvx.MOTION, 183, 252, 253, 190, 211]:  # too short for what they are
+            stray += [bytes([2, 0, 1, code, 13, 10]), bytes([2, 0, 2, code, 1, 13, 10])]
+        for garbage in stray:
+            peer.sendall(garbage)
+        peer.sendall(bytes([2, 0, 9, 122]) + b"QVSTRAY1" + b"\r\n")
+        assert device._getReplyFromPool(122, PATIENCE_S) == b"QVSTRAY1"
+        assert device.AI_readStreaming(0, -1, 0) == []
+        peer.close()
+
+
+# Programs of their own: how they end is the point.
+
+
+def test_the_interpreter_ends_with_devices_open():
+    output = run_script(
+        START
+        + """
+with VirtualDevice() as bench:
+    devices = [pyqvx.FeroxA() for _ in range(3)]
+    for device in devices[:2]:
+        device.connect(bench.ip, bench.port)
+    devices[0].AI_open(0)
+    devices[0].AI_setMode(0, 2)
+    devices[0].AI_setSamplingRate(0, 20000)
+    devices[0].AI_openStreaming(0)
+    devices[0].AI_startStreaming(0)
+    waiting = threading.Thread(target=lambda: devices[1].AI_readStreaming(0, 10**6, 600), daemon=True)
+    waiting.start()
+    left = devices[0].Sys_getSerialNumber_async()
+    loop = asyncio.new_event_loop()
+    task = loop.create_task(devices[1]._getReplyFromPool_async(5))
+    loop.run_until_complete(asyncio.sleep(0.05))
+    print("end")
+    sys.exit(0)
+"""
+    )
+    assert output.count("Closed handle (Ferox-A)") == 3, output
+
+
+@pytest.mark.parametrize(
+    "call",
+    [
+        "device.Sys_getSerialNumber(timeout=600)",
+        "device._getReplyFromPool(5, 0)",
+        "device.AI_readStreaming(0, 10, 600)",
+        "device._getStreamingFromPool(device.data_pool_strm[49, 0], 10, 600)",
+        "device.data_pool_strm[49, 0].get()",
+        "device.recv_cmd_thread.join()",
+        "device.ai_lock.acquire()",
+        "asyncio.run(device.Sys_getSerialNumber_async(timeout=600))",
+    ],
+)
+def test_ctrl_c_ends_a_blocking_call(call):
+    script = (
+        START
+        + f"""
+with VirtualDevice(silent=True) as bench, pyqvx.FeroxA(verbose=False) as device:
+    device.connect(bench.ip, bench.port)
+    print("waiting")
+    try:
+        {call}
+    except KeyboardInterrupt:
+        print("interrupted")
+"""
+    )
+    with start_script(script) as process:
+        assert process.stdout.readline() == "waiting\n"
+        time.sleep(0.1)  # into the call; earlier would be just as well
+        begin = time.monotonic()
+        process.send_signal(signal.SIGINT)
+        assert process.stdout.readline() == "interrupted\n"
+        assert time.monotonic() - begin < 3
+        process.communicate(timeout=PATIENCE_S)
+    assert process.returncode == 0
+
+
+def test_a_forked_child_leaves_the_parents_connection_alone():
+    output = run_script(
+        START
+        + """
+with VirtualDevice() as bench:
+    device = pyqvx.FeroxA(verbose=False)
+    device.connect(bench.ip, bench.port)
+    for end in ("exit", "close", "collect", "os._exit"):
+        child = os.fork()
+        if child == 0:
+            assert not device.recv_cmd_thread.is_alive()
+            if end == "close":
+                device.close()
+            elif end == "collect":
+                del device
+                gc.collect()
+            elif end == "os._exit":
+                os._exit(0)
+            bench._process = None
+            sys.exit(0)
+        assert os.waitpid(child, 0)[1] == 0, end
+        print(end, len(device.Sys_getSerialNumber()))
+    device.close()
+"""
+    )
+    assert output == "exit 8\nclose 8\ncollect 8\nos._exit 8\n"
+
+
+def test_signals_of_the_application_still_arrive(silent):
+    """A handler that does not raise interrupts nothing; a blocking call goes on after it."""
+    caught = []
+    before = signal.signal(signal.SIGUSR1, lambda *_: caught.append(1))
+    try:
+        timer = threading.Timer(0.05, os.kill, (os.getpid(), signal.SIGUSR1))
+        timer.start()
+        with pytest.raises(pyqvx.ReceivePacketTimeoutError):
+            silent.Sys_getSerialNumber(timeout=0.5)
+        timer.join()
+        assert caught == [1]
+    finally:
+        signal.signal(signal.SIGUSR1, before)
+
+
+def test_devices_and_their_transports_may_refer_to_each_other():
+    class Cyclic(FakeTransport):
+        device = None
+
+    transport = Cyclic()
+    transport.device = device = connected(transport)
+    assert device.Sys_getSerialNumber() == "FAKE0001"
+    device.close()
