@@ -1,0 +1,64 @@
+"""Every example runs as its reader would run it, and the demo notices when what it claims does not hold."""
+
+from __future__ import annotations
+
+import importlib.util
+import os
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+EXAMPLES = ROOT / "examples"
+LIMIT_S = 100
+
+
+def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
+    paths = [str(ROOT / "virtual" / "python"), os.environ.get("PYTHONPATH", "")]
+    environ = os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths)), "PYTHONIOENCODING": "utf-8"}
+    command = [sys.executable, str(EXAMPLES / name), *options]
+    return subprocess.run(command, env=environ, capture_output=True, text=True, timeout=LIMIT_S, check=False)
+
+
+@pytest.mark.parametrize(
+    ("name", "pattern"),
+    [
+        ("read_on_demand.py", r"AI0 \[V\].*AI7 \[V\]\n(( +-?\d\.\d{4}){8}\n){10}"),
+        # Channels 0 and 1 of its sources: a sine of 50 Hz, a square wave of 120 Hz and 2 V.
+        ("stream_to_numpy.py", r"AI0 +0\.0000 +3\.53\d\d +50\nAI1 +0\.0000 +2\.00\d\d +120\n"),
+        (
+            "stream_asyncio.py",
+            r"(.* 5000 samples, AI0 from -5\.0000 to 5\.0000 V\n){3}15000 samples from 3 devices",
+        ),
+    ],
+)
+def test_example(name: str, pattern: str) -> None:
+    result = run(name, "--virtual")
+    assert result.returncode == 0, result.stdout + result.stderr
+    assert re.search(pattern, result.stdout), result.stdout
+    assert result.stderr == ""
+
+
+def test_example_without_device() -> None:
+    result = run("read_on_demand.py")
+    assert result.returncode == 2 and "--virtual" in result.stderr
+
+
+def test_demo(tmp_path: Path) -> None:
+    picture = tmp_path / "demo.png"
+    drawn = importlib.util.find_spec("matplotlib") is not None
+    result = run("demo.py", "--seconds", "0.5", *(["--png", str(picture)] if drawn else ["--no-png"]))
+    assert result.returncode == 0, result.stdout + result.stderr
+    assert "✔ every value is the one recorded (40,000 compared)" in result.stdout
+    assert re.search(r"\n +lost +0\n", result.stdout)
+    assert "\x1b" not in result.stdout and "\r" not in result.stdout
+    assert not drawn or picture.read_bytes().startswith(b"\x89PNG")
+
+
+def test_demo_fails_when_samples_are_wrong() -> None:
+    result = run("demo.py", "--seconds", "0.5", "--no-png", "--fault", "duplicate=0.3")
+    assert result.returncode == 1, result.stdout + result.stderr
+    assert "DOES NOT HOLD: every value is the one recorded" in result.stdout
