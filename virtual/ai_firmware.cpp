@@ -115,12 +115,13 @@ Answer AiFirmware::closeStreaming(Port& port, const Request& request) {
 }
 
 Answer AiFirmware::startStreaming(Port& port, const Request& request) {
-  if (!port.open_for_streaming || port.mode == Mode::OnDemand || port.busy()) {
+  Outlet* const outlet = request.outlet.streams();
+  if (!port.open_for_streaming || port.mode == Mode::OnDemand || port.busy() || outlet == nullptr) {
     return status::kAi;
   }
   port.stream = Stream{};
   port.stream.code = request.code;
-  port.stream.outlet = &request.outlet;
+  port.stream.outlet = outlet;
   port.stream.end = port.mode == Mode::Samples ? port.num_samples : kEndless;
   port.counters = Counters{};
   if ((port.trigger & kTriggerCommand) != 0) {

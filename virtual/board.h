@@ -21,6 +21,14 @@ using FixedPins = std::map<int, PinMode>;
 // What a module asks of the device as a whole; done once the reply is out.
 enum class Effect : std::uint8_t { None, FactoryReset, Reboot, RebootOnBootloader };
 
+// Where a device is on the network; IPv4 addresses in host byte order.
+struct Addresses {
+  std::uint32_t ip = 0x7F000001;
+  std::uint32_t mask = 0xFF000000;
+  std::uint32_t gateway = 0;  // 0: none
+  std::array<std::uint8_t, 6> mac{};
+};
+
 struct Board {
   // The product's, for good.
   std::string model;        // class name, "FeroxA"
@@ -30,10 +38,13 @@ struct Board {
   Inputs inputs;         // by analog channel
   bool unpaced = false;  // streams run as fast as the client takes them
   TimePoint switched_on;
+  std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.
   std::string serial;  // 8 characters
   std::string alias;
   RealTimeClock clock;
+  Addresses addresses;       // in use
+  Addresses next_addresses;  // from the next restart on
   // Volatile.
   bool in_bootloader = false;
   Effect effect = Effect::None;

@@ -15,6 +15,17 @@ std::string defaultSerial(const DeviceSetup& setup) {
   return setup.model->serial_prefix + std::string(digits);
 }
 
+// The address that it listens at, and a locally administered MAC address of its own.
+Addresses defaultAddresses(const DeviceSetup& setup) {
+  constexpr std::uint32_t kLoopback = 127;
+  const auto product = static_cast<std::uint8_t>(setup.model->product);
+  const std::size_t number = setup.index + 1;
+  return {.ip = setup.address,
+          .mask = setup.address >> 24 == kLoopback ? 0xFF000000 : 0xFFFFFF00,
+          .gateway = 0,
+          .mac = {0x02, 'Q', 'V', product, static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)}};
+}
+
 Board makeBoard(const DeviceSetup& setup, TimePoint now) {
   const ModelRow& model = *setup.model;
   return {.model = std::string(model.name()),
@@ -24,9 +35,12 @@ Board makeBoard(const DeviceSetup& setup, TimePoint now) {
           .inputs = makeInputs(setup.sources, model.analog_inputs, setup.seed + setup.index),
           .unpaced = setup.unpaced,
           .switched_on = now,
+          .seed = setup.seed + setup.index,
           .serial = setup.serial.value_or(defaultSerial(setup)),
           .alias = setup.alias.value_or(std::string(model.name())),
-          .clock = RealTimeClock(setup.clock, now)};
+          .clock = RealTimeClock(setup.clock, now),
+          .addresses = defaultAddresses(setup),
+          .next_addresses = defaultAddresses(setup)};
 }
 
 }  // namespace

@@ -13,8 +13,9 @@ namespace qvx::bench {
 
 struct DeviceSetup {
   const ModelRow* model = nullptr;
-  std::size_t index = 0;              // among the devices of this bench; makes serial number and seed its own
-  std::optional<std::string> serial;  // 8 characters
+  std::size_t index = 0;               // among the devices of this bench; makes serial number and seed its own
+  std::uint32_t address = 0x7F000001;  // IPv4, host byte order
+  std::optional<std::string> serial;   // 8 characters
   std::optional<std::string> alias;
   std::vector<SourceSpec> sources;
   std::uint64_t seed = 0;

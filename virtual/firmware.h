@@ -24,6 +24,7 @@ inline constexpr int kRtc = 20;
 inline constexpr int kEeprom = 40;
 inline constexpr int kCore = 42;
 inline constexpr int kAi = 52;
+inline constexpr int kTcp = 71;
 inline constexpr int kParser = 80;
 }  // namespace status
 
@@ -34,6 +35,9 @@ class Outlet {
   virtual void send(int code, ByteView payload, TimePoint now) = 0;
   // Payload bytes of stream packets that may be sent now; a slow client has little room.
   virtual std::size_t room() const = 0;
+  // Where stream packets go that are asked for here: over this connection, or over the data connection beside it;
+  // nullptr while that is missing.
+  virtual Outlet* streams() { return this; }
 };
 
 struct Request {

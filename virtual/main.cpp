@@ -20,7 +20,7 @@ namespace qvx::bench {
 namespace {
 
 std::string explainListenFailure(const std::system_error& error, const Endpoint& endpoint) {
-  std::string text = "cannot listen at " + endpoint.text() + ": " + error.code().message();
+  std::string text = std::string("cannot listen at ") + error.what();
   if (error.code() == std::errc::permission_denied && endpoint.port < 1024) {
     text +=
         "\nPorts below 1024 need rights. Give another port (--listen 127.0.0.1:7007, or port 0 for any free one), or "
@@ -69,7 +69,10 @@ int runBench(const Options& options, int parent) {
   const StopRequests stop(bench.loop, options.die_with_parent ? parent : 0);
   bench.open(options, log);
   for (std::size_t i = 0; i < bench.ports.size(); ++i) {
-    std::printf("ready %s %s\n", bench.devices[i]->board().model.c_str(), bench.ports[i]->endpoint().text().c_str());
+    const TcpPort& port = *bench.ports[i];
+    const auto data = port.dataEndpoint();
+    std::printf("ready %s %s%s\n", bench.devices[i]->board().model.c_str(), port.endpoint().text().c_str(),
+                data ? (" " + data->text()).c_str() : "");
   }
   std::printf("ready\n");
   std::fflush(stdout);

@@ -1,6 +1,8 @@
 #include "virtual/models.h"
 
 #include "virtual/ai_firmware.h"
+#include "virtual/network_firmware.h"
+#include "virtual/wireless_firmware.h"
 
 #include <algorithm>
 
@@ -11,6 +13,27 @@ constexpr double kFastestRate = 1e6;
 
 constexpr AiPortRow kEightChannelsAlwaysOpen[] = {
     {.port = 0, .channels = 8, .selectable_channels = false, .always_open = true, .max_rate = kFastestRate}};
+constexpr AiPortRow kEightChannels[] = {
+    {.port = 0, .channels = 8, .selectable_channels = false, .always_open = false, .max_rate = kFastestRate}};
+
+template <class Firmware>
+std::unique_ptr<Module> make(Board& board) {
+  return std::make_unique<Firmware>(board);
+}
+
+template <auto& Ports>
+std::unique_ptr<Module> makeAi(Board& board) {
+  return std::make_unique<AiFirmware>(board, Ports);
+}
+
+ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
+  return {.product = product,
+          .wireless = true,
+          .serial_prefix = serial_prefix,
+          .analog_inputs = 8,
+          .fixed_pins = {{0, PinMode::ADC}},
+          .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAi<kEightChannels>}};
+}
 
 }  // namespace
 
@@ -21,9 +44,9 @@ const std::vector<ModelRow>& modelRows() {
        .serial_prefix = "FA",
        .analog_inputs = 8,
        .fixed_pins = {{0, PinMode::ADC}},
-       .modules = {[](Board& board) -> std::unique_ptr<Module> {
-         return std::make_unique<AiFirmware>(board, kEightChannelsAlwaysOpen);
-       }}},
+       .modules = {make<NetworkFirmware>, makeAi<kEightChannelsAlwaysOpen>}},
+      wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
+      wirelessAnalogInput(ProductId::SkylogF4A, "SF"),
   };
   return rows;
 }

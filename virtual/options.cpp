@@ -216,7 +216,9 @@ void describe(CLI::App& app, Given& given) {
   app.add_flag("--die-with-parent", given.die_with_parent, "end when the process that started this one ends");
   app.footer("Sources (without one a channel measures 0 V; volts clip at +-10):\n" + describeSources() +
              "In ramp, sine and square channel c of n is c/n of a period ahead; CHANNEL= names one channel.\n\n"
-             "Prints 'ready MODEL ADDRESS:PORT' for each device and then 'ready'. Ends with SIGTERM or SIGINT.");
+             "A wireless model takes a second port, for the data that it streams: 1336 beside 7, else the next one.\n"
+             "Prints 'ready MODEL ADDRESS:PORT [ADDRESS:DATAPORT]' for each device and then 'ready'. Ends with SIGTERM "
+             "or SIGINT.");
 }
 
 }  // namespace
@@ -240,6 +242,9 @@ Options parseOptions(int argc, const char* const* argv) {
   try {
     options.endpoints = listEndpoints(given);
     options.devices = listDevices(given, options.endpoints.size());
+    for (std::size_t i = 0; i < options.devices.size(); ++i) {
+      options.devices[i].address = options.endpoints[i].address;
+    }
   } catch (const std::invalid_argument& error) {
     throw UsageError(error.what());
   }

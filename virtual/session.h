@@ -37,6 +37,9 @@ class Session final : public Outlet {
   bool resetDue() const { return reset_ && output_.size() == head_; }
 
   void send(int code, ByteView payload, TimePoint now) override;
+  Outlet* streams() override { return streams_; }
+  // The connection that carries stream packets from now on; a session is its own at first.
+  void streamOver(Outlet* outlet) { streams_ = outlet; }
   std::size_t room() const override { return ending_ || backlog() > kBacklog ? 0 : kBacklog - backlog(); }
 
  private:
@@ -55,6 +58,7 @@ class Session final : public Outlet {
   Device& device_;
   const Log& log_;
   std::string name_;
+  Outlet* streams_ = this;
   FrameReader reader_;
   std::deque<Delayed> delayed_;
   std::size_t delayed_bytes_ = 0;

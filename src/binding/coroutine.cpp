@@ -47,6 +47,8 @@ Result guarded(Result on_error, Call call) noexcept {
     } catch (py::error_already_set& error) {
       error.restore();
     }
+  } catch (const py::builtin_exception& error) {
+    error.set_error();
   } catch (const std::bad_alloc&) {
     PyErr_NoMemory();
   } catch (const std::exception& error) {
@@ -55,9 +57,9 @@ Result guarded(Result on_error, Call call) noexcept {
   return on_error;
 }
 
-void stopWaiting(State& state) {
+void stopWaiting(State& state, const Fiber& fiber) {
   if (state.future) {
-    state.port->forget(state.fiber->ticket());
+    state.port->forget(fiber.ticket());
     state.future = py::object();
   }
   if (state.timer) {
@@ -66,16 +68,30 @@ void stopWaiting(State& state) {
   }
 }
 
+// True while Python may look but nothing else may step the coroutine, however the step ends.
+class Running {
+ public:
+  explicit Running(State& state) : state_(state) { state_.running = true; }
+  ~Running() { state_.running = false; }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+ private:
+  State& state_;
+};
+
 // Ends the body wherever it stands. Its wait throws, so it takes no time.
 void cancelBody(State& state) {
   state.ended = true;
-  if (state.fiber) {
-    stopWaiting(state);
-    state.fiber->cancel();
+  if (const auto fiber = std::move(state.fiber)) {
+    const Running running(state);
+    stopWaiting(state, *fiber);
+    fiber->cancel();
     const py::gil_scoped_release unlocked;
-    state.fiber->resume();
+    fiber->resume();
   }
-  state.fiber.reset();
+  const auto body = std::move(state.body);
+  const py::object owner = std::move(state.owner);
 }
 
 PySendResult step(State& state, PyObject** result) {
@@ -89,14 +105,13 @@ PySendResult step(State& state, PyObject** result) {
     state.port = LoopPort::current();
     state.fiber = std::make_unique<Fiber>(state.port, [body = state.body.get()] { body->run(); });
   }
-  stopWaiting(state);
-  state.running = true;
+  stopWaiting(state, *state.fiber);
   bool finished = false;
   {
+    const Running running(state);
     const py::gil_scoped_release unlocked;
     finished = state.fiber->resume();
   }
-  state.running = false;
   if (!finished) {
     state.future = state.port->makeFuture(state.fiber->ticket(), state.fiber->deadline(), state.timer);
     *result = py::object(state.future).release().ptr();
@@ -164,6 +179,12 @@ PyObject* throwMethod(PyObject* self, PyObject* args) {
     if (state.running) {
       throw py::value_error("coroutine already executing");
     }
+    if (!PyExceptionInstance_Check(type) && !PyExceptionClass_Check(type)) {
+      throw py::type_error("exceptions must be classes or instances deriving from BaseException");
+    }
+    if (state.ended) {
+      throw std::runtime_error("cannot reuse already awaited coroutine");
+    }
     cancelBody(state);
     if (PyExceptionInstance_Check(type)) {
       PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(type)), type);
@@ -209,9 +230,7 @@ int traverse(PyObject* self, visitproc visit, void* arg) {
 
 int clear(PyObject* self) {
   return guarded(0, [&] {
-    State& state = stateOf(self);
-    cancelBody(state);
-    state.owner = py::object();
+    cancelBody(stateOf(self));
     return 0;
   });
 }
@@ -244,9 +263,10 @@ void deallocate(PyObject* self) {
 }
 
 PyMethodDef methods[] = {
-    {"send", sendMethod, METH_O, "send(value) -> the next future, or raises StopIteration(result)"},
-    {"throw", throwMethod, METH_VARARGS, "throw(exception): cancels the operation, then raises the exception"},
-    {"close", closeMethod, METH_NOARGS, "close(): cancels the operation"},
+    {"send", sendMethod, METH_O, "send(value: object) -> object\n\nThe next future, or raises StopIteration(result)."},
+    {"throw", throwMethod, METH_VARARGS,
+     "throw(*exception: object) -> None\n\nCancels the operation, then raises the exception."},
+    {"close", closeMethod, METH_NOARGS, "close() -> None\n\nCancels the operation."},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -257,7 +277,7 @@ PyMemberDef members[] = {
 };
 
 PyGetSetDef getters[] = {
-    {"cr_running", running, nullptr, nullptr, nullptr},
+    {"cr_running", running, nullptr, "-> bool", nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 

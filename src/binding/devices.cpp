@@ -71,13 +71,17 @@ std::string describe(const py::object& self) {
   if (device.closed()) {
     return text + " closed>";
   }
+  std::string connection = " not connected";
   for (const Channel* channel : device.channels()) {
-    if (channel->connected()) {
-      const bool lost = channel->state() == Channel::State::Lost;
-      return text + (lost ? " lost connection to " : " connected to ") + channel->identifier() + ">";
+    const Channel::State state = channel->state();
+    if (state == Channel::State::Lost) {
+      return text + " lost connection to " + channel->identifier() + ">";
+    }
+    if (state == Channel::State::Connected) {
+      connection = " connected to " + channel->identifier();
     }
   }
-  return text + " not connected>";
+  return text + connection + ">";
 }
 
 }  // namespace
@@ -134,12 +138,12 @@ void bindDevices(py::module_& module) {
            [](const py::object& self) {
              class Body final : public CoroutineBody {
               public:
-               explicit Body(py::object self) : self_(std::move(self)) {}
+               explicit Body(py::handle self) : self_(self) {}
                void run() override {}
-               py::object result() override { return self_; }
+               py::object result() override { return py::reinterpret_borrow<py::object>(self_); }
 
               private:
-               py::object self_;
+               py::handle self_;  // the coroutine's owner
              };
              return makeCoroutine("__aenter__", self, std::make_unique<Body>(self));
            })
@@ -169,8 +173,7 @@ void bindDevices(py::module_& module) {
           [](const py::object& self, const Argument& ip_addr, const Argument& port) {
             auto& device = self.cast<NetworkDevice&>();
             return makeCoroutineOf("connect_async", self, [&device, ip_addr, port] {
-              runAside([&] { device.connect(ip_addr, port); }, [&] { device.disconnect(); });
-              return true;
+              return connectAside(device, [&] { device.connect(ip_addr, port); });
             });
           },
           Signature("ip_addr: str, port: int = 7"),
@@ -185,7 +188,7 @@ void bindDevices(py::module_& module) {
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
       .def_property_readonly(
           "connect_status_cmd", [](const NetworkDevice& self) { return self.commandChannel().connected(); },
-          "-> bool\n\nWhether it is connected.")
+          "-> bool\n\nFrom connect() to disconnect(), also while the connection is lost.")
       .def_property_readonly(
           "ip_addr", [](const NetworkDevice& self) { return self.commandChannel().identifier(); },
           "-> str\n\nThe address connected to last.")

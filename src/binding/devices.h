@@ -2,15 +2,28 @@
 #pragma once
 
 #include "binding/bindings.h"
+#include "protocol/aside.h"
 #include "protocol/network_device.h"
 
 #include <memory>
+#include <thread>
 #include <utility>
 
 namespace qvx::binding {
 
 void bindEngine(py::module_& module);
 void bindDevices(py::module_& module);
+void bindUsb(py::module_& module);
+void bindSerial(py::module_& module);
+void bindWifi(py::module_& module);
+
+// The body of a connect_async: `connect` without blocking the loop; a cancelled one leaves no connection behind.
+template <class Connect>
+bool connectAside(Device& device, Connect connect) {
+  runAside(
+      connect, [&device] { device.abortConnect(); }, [&device] { device.disconnect(); });
+  return true;
+}
 
 // Remembers a device until it is gone: what is open when the interpreter ends is closed then.
 void watchDevice(const std::shared_ptr<Device>& device);
@@ -27,8 +40,15 @@ std::shared_ptr<Class> makeDevice(Args&&... args) {
     made = new Class(std::forward<Args>(args)...);
   }
   std::shared_ptr<Class> device(made, [](Class* gone) {
-    if (retireDevice(*gone)) {
-      const py::gil_scoped_release unlocked;
+    if (!retireDevice(*gone)) {
+      return;
+    }
+    const py::gil_scoped_release unlocked;
+    if (Worker::isCurrentThread()) {
+      // The last reference went on a thread of the driver, perhaps this device's own, which cannot wait for its own
+      // end.
+      std::thread([gone] { delete gone; }).detach();
+    } else {
       delete gone;
     }
   });

@@ -1,4 +1,4 @@
-// The packet engine and the device handles.
+// The packet engine.
 #include "binding/devices.h"
 
 #include "binding/argument_caster.h"
@@ -38,22 +38,47 @@ class ReplyBody final : public CoroutineBody {
 };
 
 // Any queue with the methods of queue.Queue: what native queues do by being woken is done here by its own means.
-py::list drainForeignQueue(const py::object& queue, std::int64_t num_samples, double delay) {
-  const auto size = [&] { return queue.attr("qsize")().cast<std::int64_t>(); };
-  std::int64_t count = size();
-  while (num_samples > -1 && count < num_samples) {
-    {
-      const py::gil_scoped_release unlocked;
-      pauseUntil(deadlineAfter(delay));
+class ForeignQueueBody final : public CoroutineBody {
+ public:
+  ForeignQueueBody(const py::object& queue, std::int64_t num_samples, double delay)
+      : queue_(queue), num_samples_(num_samples), delay_(delay) {
+    if (!py::hasattr(queue, "qsize") || !py::hasattr(queue, "get_nowait")) {
+      fail(ErrorId::InputTypeNotCorrectError, "queue_ takes a queue");
     }
-    count = size();
+    if (delay < 0) {
+      fail(ErrorId::InputDataNotInRangeError, "delay takes seconds from 0");
+    }
   }
-  py::list items;
-  for (std::int64_t i = num_samples > -1 ? num_samples : count; i > 0; --i) {
-    items.append(queue.attr("get_nowait")());
+
+  // Without the interpreter's lock, on a fiber or not.
+  void run() override {
+    while (num_samples_ > -1 && size() < num_samples_) {
+      pauseUntil(deadlineAfter(delay_));
+    }
   }
-  return items;
-}
+
+  py::object result() override {
+    py::list items;
+    for (std::int64_t i = num_samples_ > -1 ? num_samples_ : size(); i > 0; --i) {
+      items.append(queue_.attr("get_nowait")());
+    }
+    return items;
+  }
+
+ private:
+  std::int64_t size() const {
+    std::int64_t count = 0;
+    Fiber::outside([&] {
+      const py::gil_scoped_acquire locked;
+      count = queue_.attr("qsize")().cast<std::int64_t>();
+    });
+    return count;
+  }
+
+  py::object queue_;
+  std::int64_t num_samples_;
+  double delay_;
+};
 
 py::list makeList(const std::vector<Bytes>& items) {
   py::list list;
@@ -226,7 +251,12 @@ void bindEngine(py::module_& module) {
           }
           return makeSampleLists(taken);
         }
-        return drainForeignQueue(queue, count, seconds);
+        ForeignQueueBody body(queue, count, seconds);
+        {
+          const py::gil_scoped_release unlocked;
+          body.run();
+        }
+        return body.result();
       },
       py::arg("queue_"), py::arg("num_samples"), py::arg("delay"),
       "_getStreamingFromPool(queue_: object, num_samples: int, delay: float) -> list\n\nWaits for `num_samples` items, "
@@ -237,7 +267,7 @@ void bindEngine(py::module_& module) {
       "_getStreamingFromPool_async",
       [](const py::object& self, const py::object& queue, const Argument& num_samples, const Argument& delay) {
         const auto count = checkedInt(num_samples, "num_samples");
-        checkedNumber(delay, "delay");
+        const double seconds = checkedNumber(delay, "delay");
         const auto wanted = count > -1 ? static_cast<std::size_t>(count) : SIZE_MAX;
         if (py::isinstance<SampleQueue>(queue)) {
           return makeCoroutineOf("_getStreamingFromPool_async", self,
@@ -249,7 +279,8 @@ void bindEngine(py::module_& module) {
                                  });
         }
         if (!py::isinstance<RawQueue>(queue)) {
-          fail(ErrorId::InputTypeNotCorrectError, "queue_ takes a queue of data_pool_strm or of a module");
+          return makeCoroutine("_getStreamingFromPool_async", self,
+                               std::make_unique<ForeignQueueBody>(queue, count, seconds));
         }
         class Body final : public CoroutineBody {
          public:

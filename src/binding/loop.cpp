@@ -20,8 +20,18 @@ struct LoopTable {
   std::weak_ptr<LoopPort> latest;  // there is rarely more than one
 };
 
+// Not a guarded static: Python runs while it is made, and a second thread would wait for the guard with the
+// interpreter's lock in its hand.
 LoopTable& table() {
-  static auto* instance = new LoopTable;
+  static LoopTable* instance = nullptr;
+  if (instance == nullptr) {
+    auto* made = new LoopTable;
+    if (instance == nullptr) {
+      instance = made;
+    } else {
+      delete made;
+    }
+  }
   return *instance;
 }
 
@@ -120,9 +130,13 @@ void LoopPort::drain() {
 }
 
 void LoopPort::fire(std::uint64_t ticket) {
-  auto entry = futures_.extract(ticket);
-  if (entry && !entry.mapped().attr("done")().cast<bool>()) {
-    entry.mapped().attr("set_result")(py::none());
+  const auto entry = futures_.extract(ticket);
+  if (!entry) {
+    return;
+  }
+  const auto future = py::reinterpret_borrow<py::object>(entry.mapped());
+  if (!future.attr("done")().cast<bool>()) {
+    future.attr("set_result")(py::none());
   }
 }
 
@@ -140,7 +154,7 @@ py::object LoopPort::makeFuture(std::uint64_t ticket, const Deadline& deadline, 
         checked(PyObject_CallMethodObjArgs(loop.ptr(), names.call_later.ptr(), py::float_(std::max(seconds, 0.0)).ptr(),
                                            fire_.ptr(), py::int_(ticket).ptr(), nullptr));
   }
-  futures_.emplace(ticket, future);
+  futures_.emplace(ticket, future.ptr());
   return future;
 }
 

@@ -25,7 +25,8 @@ class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort>
 
   void post(std::uint64_t ticket) override;
 
-  // A future that is done once `ticket` is posted or `deadline` has passed. `timer` takes the loop's timer, if any.
+  // A future that is done once `ticket` is posted or `deadline` has passed. `timer` takes the loop's timer, if any. The
+  // caller holds the future until it calls forget(ticket).
   py::object makeFuture(std::uint64_t ticket, const Deadline& deadline, py::object& timer);
   // The ticket's future is no longer wanted.
   void forget(std::uint64_t ticket) { futures_.erase(ticket); }
@@ -39,7 +40,7 @@ class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort>
   int event_fd_;
   std::mutex mutex_;  // guards posted_
   std::vector<std::uint64_t> posted_;
-  std::unordered_map<std::uint64_t, py::object> futures_;
+  std::unordered_map<std::uint64_t, PyObject*> futures_;  // borrowed: the coroutine holds it and forgets the ticket
   py::object loop_;  // a weak reference: the loop keeps what it is given, which must not keep the loop
   py::object fire_;
 };

@@ -21,7 +21,12 @@ PYBIND11_MODULE(pyqvx, module) {
   bindTransports(module);
   bindEngine(module);
   bindDevices(module);
+  bindUsb(module);
+  bindSerial(module);
+  bindWifi(module);
   bindSystem(module);
+  bindNetwork(module);
+  bindDiscovery(module);
   bindAnalog(module);
   bindModels(module);
 }

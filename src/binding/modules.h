@@ -6,6 +6,8 @@
 namespace qvx::binding {
 
 void bindSystem(py::module_& module);
+void bindNetwork(py::module_& module);
+void bindDiscovery(py::module_& module);
 void bindAnalog(py::module_& module);
 void bindModels(py::module_& module);
 

@@ -106,6 +106,7 @@ class Operations {
     blocking_.def(
         name,
         [body](typename Blocking::type& self, const Each<I>&... args) {
+          prepareResult(static_cast<Result*>(nullptr));
           const py::gil_scoped_release unlocked;
           return (static_cast<Owner&>(self).*body)(args...);
         },
@@ -119,6 +120,7 @@ class Operations {
     coroutine_.def(
         full_name,
         [body, full_name](const py::object& self, const Each<I>&... args) {
+          prepareResult(static_cast<Result*>(nullptr));
           Owner& owner = self.cast<typename Coroutine::type&>();
           return makeCoroutineOf(full_name, self, [&owner, body, bound = std::make_tuple(args...)] {
             return std::apply([&](const auto&... each) { return (owner.*body)(each...); }, bound);

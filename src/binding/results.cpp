@@ -16,9 +16,26 @@ PyObject* checked(PyObject* object) {
   return object;
 }
 
+// Making many objects that refer to nothing would set the collector to work again and again, for nothing.
+class CollectorPause {
+ public:
+  CollectorPause() : was_enabled_(PyGC_Disable() != 0) {}
+  ~CollectorPause() {
+    if (was_enabled_) {
+      PyGC_Enable();
+    }
+  }
+  CollectorPause(const CollectorPause&) = delete;
+  CollectorPause& operator=(const CollectorPause&) = delete;
+
+ private:
+  bool was_enabled_;
+};
+
 }  // namespace
 
 py::object makeSampleLists(const Samples& samples) {
+  const CollectorPause pause;
   std::size_t rows = 0;
   for (const auto& piece : samples) {
     rows += piece.rows();
@@ -37,6 +54,10 @@ py::object makeSampleLists(const Samples& samples) {
     }
   }
   return list;
+}
+
+void prepareResult(SampleArray* /*unused*/) {
+  py::module_::import("numpy");
 }
 
 py::object makeSampleArray(SampleArray&& samples) {

@@ -13,6 +13,11 @@ pybind11::object makeSampleLists(const Samples& samples);
 // A numpy array of float64, samples x channels. Raises ImportError without numpy.
 pybind11::object makeSampleArray(SampleArray&& samples);
 
+// What the conversion of a result needs, before the operation takes anything away: nothing, as a rule.
+inline void prepareResult(void* /*unused*/) {}
+// Numpy.
+void prepareResult(SampleArray* /*unused*/);
+
 }  // namespace qvx::binding
 
 namespace pybind11::detail {

@@ -28,7 +28,6 @@ class PythonTransport final : public Transport {
   }
 
   const py::object& object() const { return object_; }
-  bool callsPython() const override { return true; }
 
   void sendPacket(ByteView frame) override { send("sendPacket", frame); }
   void sendBcstPacket(ByteView frame) override { send("sendBcstPacket", frame); }

@@ -81,7 +81,9 @@ struct f32 {
   explicit constexpr f32(double v) : value(static_cast<float>(v)) {}
 };
 
-inline void appendField(Bytes& out, const Bytes& field) { out.insert(out.end(), field.begin(), field.end()); }
+inline void appendField(Bytes& out, const Bytes& field) {
+  out.insert(out.end(), field.begin(), field.end());
+}
 template <class Field>
 void appendField(Bytes& out, const Field& field) {
   appendBig(out, field.value);

@@ -1,5 +1,6 @@
 // The frame on the wire, the same in both directions:
-//   offset 0: CMD_STX (2) | 1: length u16 BE = bytes of code and payload | 3: code (1 or 2 bytes) | payload | CMD_CR CMD_LF
+//   offset 0: CMD_STX (2) | 1: length u16 BE = bytes of code and payload | 3: code (1 or 2 bytes) | payload | CMD_CR
+//   CMD_LF
 #pragma once
 
 #include "core/bytes.h"

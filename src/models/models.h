@@ -5,29 +5,36 @@
 #include "models/products.h"
 #include "modules/faces.h"
 #include "protocol/network_device.h"
+#include "protocol/wifi_device.h"
 
 namespace qvx {
 
 // `Handle` is constructed first, then each module's operations; the published classes of the modules, blocking and
 // coroutine, are faces of the same operations.
-template <class Handle, class... Operations>
+template <ProductId Product, class Handle, class... Operations>
 class Model : public virtual Handle,
               public virtual Operations...,
               public BlockingFace<Operations>...,
               public CoroutineFace<Operations>... {
  public:
-  explicit Model(ProductId product, bool verbose = true) : Model(product, verbose, productConfiguration(product)) {}
+  explicit Model(bool verbose = true) : Model(verbose, productConfiguration(Product)) {}
   ~Model() override { this->close(); }
 
  private:
   // A virtual base is constructed here and nowhere else: what the faces are given goes unused.
-  Model(ProductId product, bool verbose, const ProductConfiguration& configuration)
-      : Handle(product, verbose),
+  Model(bool verbose, const ProductConfiguration& configuration)
+      : Handle(Product, verbose),
         Operations(Link(*this), configuration)...,
         BlockingFace<Operations>(Link(*this), configuration)...,
         CoroutineFace<Operations>(Link(*this), configuration)... {}
 };
 
-using FeroxA = Model<ETHDevice, SystemOperations, AIOperations>;
+template <ProductId Product>
+using WirelessAnalogInput = Model<Product, WifiDevice, SystemOperations, SystemAnalogOperations, NetworkOperations,
+                                  WifiOperations, AIOperations>;
+
+using SkylogE3A = WirelessAnalogInput<ProductId::SkylogE3A>;
+using SkylogF4A = WirelessAnalogInput<ProductId::SkylogF4A>;
+using FeroxA = Model<ProductId::FeroxA, ETHDevice, SystemOperations, NetworkOperations, AIOperations>;
 
 }  // namespace qvx

@@ -15,15 +15,20 @@ struct Product {
 
 constexpr double kBipolar10Volts16Bit = 10.0 / 32768;
 
+AIConfiguration eightChannels(double max_rate) {
+  return {.ports = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}},
+          .ratio = kBipolar10Volts16Bit,
+          .num_channels = 8,
+          .max_rate = max_rate,
+          .variable = false};
+}
+
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
   static const std::vector<Product> table{
-      {ProductId::FeroxA,
-       {.ai = {.ports = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}},
-               .ratio = kBipolar10Volts16Bit,
-               .num_channels = 8,
-               .max_rate = 20000,
-               .variable = false}}},
+      {ProductId::SkylogE3A, {.ai = eightChannels(10000)}},
+      {ProductId::SkylogF4A, {.ai = eightChannels(20000)}},
+      {ProductId::FeroxA, {.ai = eightChannels(20000)}},
   };
   return table;
 }

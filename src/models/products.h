@@ -3,7 +3,10 @@
 
 #include "core/product.h"
 #include "modules/analog/ai.h"
+#include "modules/system/network.h"
 #include "modules/system/system.h"
+#include "modules/system/system_analog.h"
+#include "modules/system/wifi.h"
 
 namespace qvx {
 
@@ -13,6 +16,9 @@ struct ProductConfiguration {
 
   operator const AIConfiguration&() const { return ai; }
   operator SystemConfiguration() const { return {}; }
+  operator SystemAnalogConfiguration() const { return {}; }
+  operator NetworkConfiguration() const { return {}; }
+  operator WifiConfiguration() const { return {}; }
 };
 
 // The configuration of a product that has modules.

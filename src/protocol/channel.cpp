@@ -27,62 +27,121 @@ std::string Channel::identifier() const {
   return identifier_;
 }
 
-void Channel::connect(const std::string& identifier, const std::function<void()>& open) {
+void Channel::connect(const std::string& identifier, const std::function<void()>& open, std::optional<bool> verbose) {
   if (state_ == State::Lost) {
     disconnect();
   }
   {
-    const std::lock_guard lock(connect_mutex_);
+    std::unique_lock lock(state_mutex_);
+    changed_.wait(lock, std::nullopt,
+                  [this] { return state_ != State::Disconnecting || holder_ == std::this_thread::get_id(); });
     if (device_.killed) {
       fail(setup_.connection_error, "This device is closed; construct a new one to connect again.");
     }
-    if (connected()) {
-      fail(setup_.connection_error, "Already connected to " + this->identifier() + "; call disconnect() first.");
+    if (device_.forked()) {
+      fail(setup_.connection_error, "This device belongs to the process that made it; construct one in this process.");
     }
-    connecting_ = true;
-    try {
-      open();
-    } catch (...) {
-      connecting_ = false;
-      throw;
+    if (state_ != State::Disconnected) {
+      fail(setup_.connection_error, state_ == State::Connecting
+                                        ? "Another connect is in progress."
+                                        : "Already connected to " + identifier_ + "; call disconnect() first.");
     }
-    connecting_ = false;
+    state_ = State::Connecting;
+    holder_ = std::this_thread::get_id();
+    abort_ = false;
+  }
+  try {
+    open();
     // The receive thread is woken when it must look up; it has no reason to tick.
     if (const auto client = setup_.client()) {
       client->setTimeout(std::nullopt);
     }
-    start(identifier);
-  }
-  device_.say("Connected to " + identifier + " (" + device_.deviceName() + ")");
-}
-
-void Channel::disconnect() {
-  if (const auto client = setup_.client(); client && connecting_) {
-    client->disconnect();
+  } catch (...) {
+    settle(State::Disconnected);
+    throw;
   }
   {
-    const std::lock_guard lock(connect_mutex_);
+    std::unique_lock lock(state_mutex_);
+    if (!abort_ && !device_.killed) {
+      identifier_ = identifier;
+      verbose_ = verbose;
+      state_ = State::Connected;
+      gate_->release();
+      changed_.notify(lock);
+    }
+  }
+  if (state_ == State::Connecting) {
+    if (const auto client = setup_.client()) {
+      client->disconnect();
+    }
+    settle(State::Disconnected);
+    fail(setup_.connection_error, "The connect was ended by disconnect.");
+  }
+  device_.say("Connected to " + identifier + " (" + device_.deviceName() + ")", verbose);
+}
+
+void Channel::settle(State state) {
+  std::unique_lock lock(state_mutex_);
+  state_ = state;
+  changed_.notify(lock);
+}
+
+// Until the connect has seen it: it may not have reached the transport yet when the transport is told to stop.
+bool Channel::abortConnect(std::unique_lock<std::mutex>& lock) {
+  constexpr double kAgain = 0.01;
+  if (state_ != State::Connecting) {
+    return false;
+  }
+  abort_ = true;
+  if (holder_ == std::this_thread::get_id()) {
+    return true;
+  }
+  while (state_ == State::Connecting) {
+    lock.unlock();
+    if (const auto client = setup_.client()) {
+      client->disconnect();
+    }
+    lock.lock();
+    changed_.wait(lock, deadlineAfter(kAgain), [this] { return state_ != State::Connecting; });
+  }
+  return true;
+}
+
+void Channel::abortConnect() {
+  std::unique_lock lock(state_mutex_);
+  abortConnect(lock);
+}
+
+void Channel::disconnect(std::optional<bool> verbose) {
+  std::string line;
+  {
+    std::unique_lock lock(state_mutex_);
+    if (abortConnect(lock)) {
+      return;
+    }
+    if (state_ == State::Disconnecting && holder_ != std::this_thread::get_id()) {
+      changed_.wait(lock, std::nullopt, [this] { return state_ != State::Disconnecting; });
+    }
     if (!connected()) {
       return;
     }
-    stop();
+    state_ = State::Disconnecting;
+    holder_ = std::this_thread::get_id();
+    gate_->tryAcquire();
+    line = "Disconnected from " + identifier_ + " (" + device_.deviceName() + ")";
+    verbose = verbose ? verbose : verbose_;
   }
-  device_.say("Disconnected from " + identifier() + " (" + device_.deviceName() + ")");
-}
-
-void Channel::start(const std::string& identifier) {
-  const std::lock_guard lock(state_mutex_);
-  identifier_ = identifier;
-  state_ = State::Connected;
-  gate_->release();
+  try {
+    stop();
+  } catch (...) {
+    settle(State::Disconnected);
+    throw;
+  }
+  settle(State::Disconnected);
+  device_.say(line, verbose);
 }
 
 void Channel::stop() {
-  {
-    const std::lock_guard lock(state_mutex_);
-    state_ = State::Disconnected;
-    gate_->tryAcquire();
-  }
   const auto client = setup_.client();
   if (!client) {
     return;
@@ -103,20 +162,25 @@ void Channel::readOnce() {
       setup_.file(std::move(frame));
     }
   } catch (const Failure& failure) {
-    // One report for each lost connection; the thread then sleeps at its gate until there is another. Errors caused by
-    // closing the transport under a running read stay silent.
-    bool lost = false;
-    {
-      const std::lock_guard lock(state_mutex_);
-      lost = state_ == State::Connected;
-      if (lost) {
-        state_ = State::Lost;
-        gate_->tryAcquire();
-      }
+    lose(failure);
+  } catch (const std::exception& error) {
+    lose(Failure(setup_.connection_error, error.what()));
+  }
+}
+
+// One report for each lost connection; the thread then sleeps at its gate until there is another. Errors caused by
+// closing the transport under a running read stay silent.
+void Channel::lose(const Failure& failure) {
+  {
+    const std::lock_guard lock(state_mutex_);
+    if (state_ != State::Connected) {
+      return;
     }
-    if (lost && !device_.killed) {
-      host().printFailure(failure);
-    }
+    state_ = State::Lost;
+    gate_->tryAcquire();
+  }
+  if (!device_.killed) {
+    host().printFailure(failure);
   }
 }
 

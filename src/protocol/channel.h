@@ -9,14 +9,16 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 
 namespace qvx {
 
 class Device;
 
 // A member of its handle, made with it. The receive thread starts with the channel and parks at the closed gate until
-// the first connect(). Any thread may call anything; connect and disconnect wait for each other.
+// the first connect(). Any thread may call anything.
 class Channel {
  public:
   struct Setup {
@@ -28,15 +30,20 @@ class Channel {
   };
   Channel(Device& device, Setup setup);
 
-  enum class State : std::uint8_t { Disconnected, Connected, Lost };
+  enum class State : std::uint8_t { Disconnected, Connecting, Connected, Lost, Disconnecting };
   State state() const { return state_; }
-  bool connected() const { return state_ != State::Disconnected; }
+  // From the end of connect() to disconnect(), also while the connection is lost.
+  bool connected() const { return state_ == State::Connected || state_ == State::Lost; }
 
   // Calls `open`, which connects the transport or raises, then lets the thread read and prints "Connected to ...". A
-  // lost connection is put away first. Raises the connection's class when there is a connection already.
-  void connect(const std::string& identifier, const std::function<void()>& open);
-  // Parks the thread, closes the medium and prints "Disconnected from ...". Ends a connect in progress. Safe to repeat.
-  void disconnect();
+  // lost connection is put away first. Raises the connection's class when there is a connection already. `verbose` says
+  // whether the messages about this connection are printed; nothing: as the handle's others.
+  void connect(const std::string& identifier, const std::function<void()>& open, std::optional<bool> verbose = {});
+  // Parks the thread, closes the medium and prints "Disconnected from ...", unless `verbose` is false, or connect's was
+  // and this one is not given. Ends a connect in progress. Safe to repeat.
+  void disconnect(std::optional<bool> verbose = {});
+  // Ends the connect in progress, if any, which raises; waits until it has. A connection that stands is left alone.
+  void abortConnect();
   // Ends the thread.
   void end() { worker_.stop(); }
 
@@ -48,19 +55,23 @@ class Channel {
 
  private:
   void readOnce();
-  void start(const std::string& identifier);
+  void lose(const Failure& failure);
   void stop();
+  void settle(State state);
+  bool abortConnect(std::unique_lock<std::mutex>& lock);
 
   Device& device_;
   const Setup setup_;
-  // Orders connect and disconnect. Held while the medium is opened, so nobody who holds the interpreter's lock may wait
-  // for it.
-  std::mutex connect_mutex_;
-  std::atomic<bool> connecting_{false};
-  // A change of state and the move of the gate that belongs to it are one step under this mutex; guards identifier_.
+  // Guards what follows; a change of state and the move of the gate that belongs to it are one step under it.
+  // Connecting and Disconnecting are held by one thread, `holder_`, which calls the transport and prints without any
+  // mutex; others wait for the change. The holder itself, coming back from a transport or a signal handler, does not.
   mutable std::mutex state_mutex_;
+  Condition changed_;
+  std::thread::id holder_;
+  bool abort_ = false;
   std::atomic<State> state_{State::Disconnected};
   std::string identifier_;
+  std::optional<bool> verbose_;
   std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
   Worker worker_;
 };

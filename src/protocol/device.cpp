@@ -1,9 +1,11 @@
 #include "protocol/device.h"
 
+#include "protocol/attempts.h"
+
 namespace qvx {
 
-void Device::say(const std::string& line) const {
-  if (verbose_) {
+void Device::say(const std::string& line, std::optional<bool> verbose) const {
+  if (verbose.value_or(verbose_)) {
     host().print(line);
   }
 }
@@ -20,8 +22,16 @@ void Device::failUnanswered() const {
 }
 
 void Device::disconnect() {
+  Attempts attempt;
   for (Channel* channel : channels_) {
-    channel->disconnect();
+    attempt([channel] { channel->disconnect(); });
+  }
+  attempt.end();
+}
+
+void Device::abortConnect() {
+  for (Channel* channel : channels_) {
+    channel->abortConnect();
   }
 }
 
@@ -43,15 +53,7 @@ void Device::close() {
     closed_ = true;
     return;
   }
-  // Every step is taken, whatever an earlier one threw: a host that cannot print must not keep threads running.
-  std::exception_ptr trouble;
-  const auto attempt = [&trouble](const auto& step) {
-    try {
-      step();
-    } catch (...) {
-      trouble = trouble ? trouble : std::current_exception();
-    }
-  };
+  Attempts attempt;  // a host that cannot print must not keep threads running
   for (Channel* channel : channels_) {
     attempt([channel] {
       try {
@@ -74,9 +76,7 @@ void Device::close() {
     close_changed_.notify(lock);
   }
   attempt([this] { say("Closed handle (" + deviceName() + ")"); });
-  if (trouble) {
-    std::rethrow_exception(trouble);
-  }
+  attempt.end();
 }
 
 }  // namespace qvx

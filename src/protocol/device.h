@@ -1,15 +1,12 @@
 // Device handles: transports, the pools their receive threads fill, and the order of their lives.
 //
 // Threads. A receive thread only reads and files. It ends in close(), which every handle's destructor calls first.
-// connect, disconnect and close may be called by any thread; each waits for the one in progress, and no mutex that
-// orders them is ever taken by a receive thread.
+// connect, disconnect and close may be called by any thread, and hold no mutex while they call a transport or print.
 #pragma once
 
 #include "core/product.h"
 #include "protocol/channel.h"
 #include "protocol/engine.h"
-
-#include <unistd.h>
 
 #include <atomic>
 #include <functional>
@@ -22,8 +19,8 @@ namespace qvx {
 
 class Device : public Packet, public Packet_async {
  public:
-  // `verbose` false keeps the handle's messages off standard output; `handle_name` stands in them for a handle that is no
-  // product.
+  // `verbose` false keeps the handle's messages off standard output; `handle_name` stands in them for a handle that is
+  // no product.
   explicit Device(ProductId product = ProductId::None, bool verbose = true, const char* handle_name = "Device")
       : product_(product), verbose_(verbose), handle_name_(handle_name) {}
 
@@ -35,12 +32,12 @@ class Device : public Packet, public Packet_async {
 
   // Closes every connection; connect() may follow. Safe to repeat.
   void disconnect();
+  // Ends a connect in progress, which raises; waits until it has.
+  void abortConnect();
   // Disconnects if connected, ends every thread and every wait. Safe to repeat. Passes on what the host threw when it
   // was to print; the device is closed all the same.
   void close();
   bool closed() const { return closed_; }
-  // True in a child of the process that made this device.
-  bool forked() const { return getpid() != process_; }
   // The handle's channels, command channel first.
   const std::vector<Channel*>& channels() const { return channels_; }
 
@@ -51,19 +48,24 @@ class Device : public Packet, public Packet_async {
   // Modules end their decoder threads here; called once, by close(), after the link is down.
   void onClose(std::function<void()> free) { on_close_.push_back(std::move(free)); }
 
-  // Prints a message of the handle.
-  void say(const std::string& line) const;
+  // Prints a message of the handle; `verbose`, where given, overrules the handle's own.
+  void say(const std::string& line, std::optional<bool> verbose = {}) const;
 
  protected:
   // A handle announces each of its channels once, in its constructor.
   void add(Channel& channel) { channels_.push_back(&channel); }
+  // What a channel's thread works on: found while the handle is made, because the way from a handle to its virtual base
+  // is not the thread's to go while a destructor runs.
+  Packet_based* engine() { return this; }
+  std::function<void(Frame)> fileInPools() {
+    return [engine = engine()](Frame frame) { engine->putToDataPool(frame.code, std::move(frame.payload)); };
+  }
   void sayOpened() const { say("Opened handle (" + deviceName() + ")"); }
 
  private:
   const ProductId product_;
   const bool verbose_;
   const char* const handle_name_;
-  const pid_t process_ = getpid();
   std::atomic<bool> closed_{false};
   std::mutex close_mutex_;  // guards closer_
   Condition close_changed_;

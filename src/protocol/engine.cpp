@@ -11,16 +11,6 @@ namespace {
 // Seconds between the first sends of a command whose reply does not come, in the blocking form.
 constexpr double kBlockingAttempt = 0.01;
 
-// A transport written in Python must not run on a fiber's stack.
-template <class Call>
-void withTransport(const Transport& transport, Call call) {
-  if (transport.callsPython()) {
-    Fiber::outside(call);
-  } else {
-    call();
-  }
-}
-
 bool contains(std::span<const int> list, int cmd) {
   return std::find(list.begin(), list.end(), cmd) != list.end();
 }
@@ -58,7 +48,11 @@ void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
   if (!client || data_pool_echo.closed()) {
     fail(lostError(), "Not connected: this device is closed or has no transport.");
   }
-  withTransport(*client, [&] { client->sendPacket(frame); });
+  if (forked()) {
+    fail(lostError(), "This device belongs to the process that made it; construct one in this process.");
+  }
+  // A send may have to run Python: a transport of the application's, or a signal handler while it waits.
+  Fiber::outside([&] { client->sendPacket(frame); });
 }
 
 int Packet_based::replyKey(int cmd, ByteView data) {
@@ -129,18 +123,32 @@ std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int6
 std::shared_ptr<AnswerSet> Packet_based::broadcastPacket(int cmd, ByteView data_out) {
   auto answers = data_pool_bcst.at(cmd);
   answers->clear();
+  sendBroadcast(cmd, data_out);
+  data_pool_echo.waitInVain(deadlineAfter(PACKET_TIMEOUT));
+  return answers;
+}
+
+std::shared_ptr<RawQueue> Packet_based::askEverybody(int cmd, ByteView data_out) {
+  auto answers = data_pool_bcst.at(cmd)->subscribe();
+  sendBroadcast(cmd, data_out);
+  return answers;
+}
+
+void Packet_based::sendBroadcast(int cmd, ByteView data_out) {
   const Bytes frame = buildFrame(cmd, data_out);
   const auto client = clientUdp();
   if (!client) {
     fail(ErrorId::APINotSupportError, "This handle has no broadcast transport.");
   }
-  withTransport(*client, [&] {
+  if (data_pool_echo.closed()) {
+    fail(lostError(), "Not connected: this device is closed.");
+  }
+  // Not on a fiber's stack, whoever wrote the transport: asking the system for its addresses takes more than that has.
+  Fiber::outside([&] {
     for (int i = 0; i < NUM_BCST_RETRIES; ++i) {
       client->sendBcstPacket(frame);
     }
   });
-  data_pool_echo.waitInVain(deadlineAfter(PACKET_TIMEOUT));
-  return answers;
 }
 
 PacketKind Packet_based::checkCommandType(int cmd, ByteView data) {
@@ -178,9 +186,8 @@ void Packet_based::putToDataPool(int cmd, Bytes data) {
 
 void Packet_based::closePools() {
   data_pool_echo.close();
-  for (const auto& [key, queue] : data_pool_strm.entries()) {
-    queue->close();
-  }
+  data_pool_strm.close();
+  data_pool_bcst.close();
 }
 
 }  // namespace qvx

@@ -5,6 +5,7 @@
 #include "core/argument.h"
 #include "core/frame.h"
 #include "protocol/pools.h"
+#include "protocol/process.h"
 #include "transport/transport.h"
 
 #include <memory>
@@ -19,6 +20,9 @@ enum class PacketKind : std::uint8_t { Echo, Streaming, Broadcast, Ignore };
 class Packet_based {
  public:
   virtual ~Packet_based() = default;
+
+  // True in a child of the process that made this object: the connection is the parent's.
+  bool forked() const { return generation_ != processGeneration(); }
 
   // Where commands go; nullptr until there is a transport.
   std::shared_ptr<Transport> clientCmd() const;
@@ -41,7 +45,10 @@ class Packet_based {
   std::optional<Bytes> getReplyFromPool(int key, double timeout);
   // Waits for `num_samples` items, however long that takes, and takes them; -1 takes what is there.
   std::vector<Bytes> getStreamingFromPool(RawQueue& queue, std::int64_t num_samples);
-  // Sends NUM_BCST_RETRIES times, collects answers for PACKET_TIMEOUT seconds.
+  // Sends NUM_BCST_RETRIES times; the answers arrive in the queue, each as often as a device gives it, until the queue
+  // is let go.
+  std::shared_ptr<RawQueue> askEverybody(int cmd, ByteView data_out);
+  // Empties the set of answers, sends NUM_BCST_RETRIES times, collects answers for PACKET_TIMEOUT seconds.
   std::shared_ptr<AnswerSet> broadcastPacket(int cmd, ByteView data_out);
 
   static PacketKind checkCommandType(int cmd, ByteView data);
@@ -58,6 +65,9 @@ class Packet_based {
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 
  private:
+  void sendBroadcast(int cmd, ByteView data_out);
+
+  const unsigned generation_ = processGeneration();
   mutable std::mutex clients_mutex_;  // guards the two pointers
   std::shared_ptr<Transport> client_cmd_;
   std::shared_ptr<Transport> client_udp_;

@@ -1,7 +1,7 @@
 // Fibers: what lets the plain body of an operation serve as a coroutine.
 //
 // A fiber is a stack of its own on which a body runs until it waits; a wait leaves the stack as it is and returns to
-// the thread that drives the fiber (the event loop's), which resumes it later. One fiber is driven by one thread only.
+// the thread that drives the fiber (the event loop's), which resumes it later. One thread at a time drives a fiber.
 //   - Nothing on a fiber holds a Python object, and no Python code runs on a fiber's small stack: what must call Python
 //     does so inside Fiber::outside.
 //   - No wait inside a catch handler: the stack of caught exceptions belongs to the thread.

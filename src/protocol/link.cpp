@@ -2,6 +2,8 @@
 
 #include "core/convert.h"
 
+#include <algorithm>
+
 namespace qvx {
 
 void Reply::need(std::size_t size) const {
@@ -40,6 +42,14 @@ Reply Link::request(int cmd, const Bytes& payload, double timeout) const {
     device_.failUnanswered();
   }
   return {cmd, std::move(*reply)};
+}
+
+std::shared_ptr<RawQueue> Link::askEverybody(int cmd, const Bytes& payload) const {
+  const auto& channels = device_.channels();
+  if (std::none_of(channels.begin(), channels.end(), [](const Channel* channel) { return channel->connected(); })) {
+    fail(ErrorId::NetworkConnectionLostError, "Not connected: call connect first.");
+  }
+  return device_.askEverybody(cmd, payload);
 }
 
 }  // namespace qvx

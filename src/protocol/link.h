@@ -20,6 +20,11 @@ class Reply {
     need(at + sizeof(T));
     return readBig<T>(bytes_, at);
   }
+  // The `size` bytes from `from` on.
+  ByteView field(std::size_t from, std::size_t size) const {
+    need(from + size);
+    return ByteView(bytes_).subspan(from, size);
+  }
   // The bytes from `from` on.
   ByteView rest(std::size_t from) const {
     need(from);
@@ -47,6 +52,11 @@ class Link {
   Reply request(int cmd, const Bytes& payload, double timeout) const;
   // Sends a command that has no reply.
   void send(int cmd, const Bytes& payload) const { device_.sendPacketWithoutReply(cmd, payload); }
+  // Sends a command to every device on the attached networks and returns the queue in which their answers arrive.
+  // Raises NetworkConnectionLostError when nobody listens for them.
+  std::shared_ptr<RawQueue> askEverybody(int cmd, const Bytes& payload) const;
+  bool closed() const { return device_.data_pool_echo.closed(); }
+  [[noreturn]] void failUnanswered() const { device_.failUnanswered(); }
   std::shared_ptr<RawQueue> rawQueue(int cmd, int port) const { return device_.data_pool_strm.at({cmd, port}); }
   ProductId product() const { return device_.product(); }
   std::string deviceName() const { return device_.deviceName(); }

@@ -10,8 +10,8 @@ NetworkDevice::NetworkDevice(ProductId product, bool verbose, const char* handle
       command_(*this, {.thread_name = "qvx-recv-cmd",
                        .read_size = TCP_PKT_LENGTH_MAX,
                        .connection_error = ErrorId::NetworkConnectionError,
-                       .client = [this] { return clientCmd(); },
-                       .file = [this](Frame frame) { putToDataPool(frame.code, std::move(frame.payload)); }}) {
+                       .client = [engine = engine()] { return engine->clientCmd(); },
+                       .file = fileInPools()}) {
   setClientCmd(std::make_shared<TCPClient>());
   add(command_);
   sayOpened();

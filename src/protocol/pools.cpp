@@ -120,8 +120,50 @@ void RawQueue::close() {
 }
 
 void AnswerSet::add(Bytes answer) {
+  for (const auto& queue : subscribers()) {
+    if (queue->size() < kCapacity) {
+      queue->put(answer);
+    }
+  }
   const std::lock_guard lock(mutex_);
-  answers_.insert(std::move(answer));
+  if (answers_.size() < kCapacity) {
+    answers_.insert(std::move(answer));
+  }
+}
+
+std::shared_ptr<RawQueue> AnswerSet::subscribe() {
+  auto queue = std::make_shared<RawQueue>();
+  {
+    const std::lock_guard lock(mutex_);
+    if (!closed_) {
+      subscribers_.push_back(queue);
+      return queue;
+    }
+  }
+  queue->close();
+  return queue;
+}
+
+void AnswerSet::close() {
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+  }
+  for (const auto& queue : subscribers()) {
+    queue->close();
+  }
+}
+
+std::vector<std::shared_ptr<RawQueue>> AnswerSet::subscribers() {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(subscribers_, [](const auto& entry) { return entry.expired(); });
+  std::vector<std::shared_ptr<RawQueue>> queues;
+  for (const auto& entry : subscribers_) {
+    if (auto queue = entry.lock()) {
+      queues.push_back(std::move(queue));
+    }
+  }
+  return queues;
 }
 
 void AnswerSet::clear() {

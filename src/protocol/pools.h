@@ -1,6 +1,6 @@
 // Where the receive thread files what arrives, and where callers wait for it.
 //
-// Every pool and queue here may be used by any thread; each guards itself with one mutex, and no call holds two.
+// Every pool and queue here may be used by any thread; each guards itself with one mutex.
 #pragma once
 
 #include "core/bytes.h"
@@ -13,6 +13,7 @@
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace qvx {
 
@@ -86,6 +87,9 @@ class EntryPool {
     auto& entry = entries_[key];
     if (!entry) {
       entry = std::make_shared<Entry>();
+      if (closed_) {
+        entry->close();
+      }
     }
     return entry;
   }
@@ -101,22 +105,44 @@ class EntryPool {
     const std::lock_guard lock(mutex_);
     return {entries_.begin(), entries_.end()};
   }
+  // Ends every wait on an entry, now and later.
+  void close() {
+    {
+      const std::lock_guard lock(mutex_);
+      closed_ = true;
+    }
+    for (const auto& [key, entry] : entries()) {
+      entry->close();
+    }
+  }
 
  private:
-  mutable std::mutex mutex_;  // guards entries_
+  mutable std::mutex mutex_;  // guards what follows; an entry's own may be taken under it
   std::map<Key, std::shared_ptr<Entry>> entries_;
+  bool closed_ = false;
 };
 
-// Distinct answers to a broadcast.
+// Distinct answers to a broadcast. Anybody on the network can send answers, so there is a limit to what is kept.
 class AnswerSet {
  public:
+  static constexpr std::size_t kCapacity = 4096;
+
   void add(Bytes answer);
   void clear();
   std::set<Bytes> snapshot() const;
+  // A queue of the answers that arrive from now on, also those that are in the set already. It is filled until its
+  // owner lets go of it, or has left kCapacity answers in it; close() closes it.
+  std::shared_ptr<RawQueue> subscribe();
+  // Closes the queues handed out, now and later.
+  void close();
 
  private:
-  mutable std::mutex mutex_;  // guards answers_
+  std::vector<std::shared_ptr<RawQueue>> subscribers();
+
+  mutable std::mutex mutex_;  // guards all below
   std::set<Bytes> answers_;
+  std::vector<std::weak_ptr<RawQueue>> subscribers_;
+  bool closed_ = false;
 };
 
 using StreamPool = EntryPool<StreamKey, RawQueue>;

@@ -4,8 +4,10 @@
 
 #include "protocol/wait.h"
 
+#include <cstdint>
 #include <deque>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace qvx {
@@ -42,7 +44,10 @@ class SignalQueue {
     }
     size_ += accepted;
     dropped_ += rows - accepted;
-    changed_.notify(lock);
+    if (size_ >= wake_at_) {
+      wake_at_ = SIZE_MAX;
+      changed_.notify(lock);
+    }
     return rows - accepted;
   }
 
@@ -50,30 +55,9 @@ class SignalQueue {
   std::vector<Rows<Value>> take(std::size_t limit, bool uniform = false) {
     const std::lock_guard lock(mutex_);
     std::vector<Rows<Value>> taken;
-    while (limit != 0 && size_ != 0) {
-      auto& chunk = chunks_.front();
-      if (uniform && !taken.empty() && taken.front().width != chunk.width) {
-        break;
-      }
-      const std::size_t available = chunk.rows() - front_row_;
-      const std::size_t count = std::min(limit, available);
-      if (front_row_ == 0 && count == available && (taken.empty() || taken.back().width != chunk.width)) {
-        taken.push_back(std::move(chunk));
-      } else {
-        if (taken.empty() || taken.back().width != chunk.width) {
-          taken.push_back({{}, chunk.width});
-        }
-        const auto first = chunk.values.begin() + static_cast<std::ptrdiff_t>(front_row_ * chunk.width);
-        auto& values = taken.back().values;
-        values.insert(values.end(), first, first + static_cast<std::ptrdiff_t>(count * chunk.width));
-      }
-      front_row_ += count;
-      if (count == available) {
-        chunks_.pop_front();
-        front_row_ = 0;
-      }
-      limit -= count;
-      size_ -= count;
+    while (limit != 0 && size_ != 0 && !(uniform && !taken.empty())) {
+      taken.push_back(takeRun(limit));
+      limit -= taken.back().rows();
     }
     return taken;
   }
@@ -81,7 +65,13 @@ class SignalQueue {
   // Waits until `rows` rows are there; false when `deadline` passes first or the queue is closed.
   bool waitForSize(std::size_t rows, const Deadline& deadline) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, deadline, [&] { return closed_ || size_ >= rows; });
+    changed_.wait(lock, deadline, [&] {
+      const bool ready = closed_ || size_ >= rows;
+      if (!ready) {
+        wake_at_ = std::min(wake_at_, rows);
+      }
+      return ready;
+    });
     return size_ >= rows;
   }
 
@@ -105,6 +95,38 @@ class SignalQueue {
  private:
   static constexpr std::size_t kChunkRows = 1024;
 
+  // At most `limit` rows of the first one's width, in memory allocated once. Needs the mutex and a row.
+  Rows<Value> takeRun(std::size_t limit) {
+    const std::size_t width = chunks_.front().width;
+    std::size_t rows = 0;
+    std::size_t gone = front_row_;
+    for (auto chunk = chunks_.begin(); chunk != chunks_.end() && chunk->width == width && rows < limit; ++chunk) {
+      rows += chunk->rows() - std::exchange(gone, 0);
+    }
+    rows = std::min(rows, limit);
+    size_ -= rows;
+    Rows<Value> run{{}, width};
+    if (front_row_ == 0 && rows == chunks_.front().rows()) {
+      run = std::move(chunks_.front());
+      chunks_.pop_front();
+      return run;
+    }
+    run.values.reserve(rows * width);
+    while (rows != 0) {
+      const auto& values = chunks_.front().values;
+      const std::size_t count = std::min(rows, chunks_.front().rows() - front_row_);
+      const auto first = values.begin() + static_cast<std::ptrdiff_t>(front_row_ * width);
+      run.values.insert(run.values.end(), first, first + static_cast<std::ptrdiff_t>(count * width));
+      rows -= count;
+      front_row_ += count;
+      if (front_row_ == chunks_.front().rows()) {
+        chunks_.pop_front();
+        front_row_ = 0;
+      }
+    }
+    return run;
+  }
+
   const std::size_t capacity_;
   mutable std::mutex mutex_;  // guards all below
   Condition changed_;
@@ -112,6 +134,7 @@ class SignalQueue {
   std::size_t front_row_ = 0;  // rows of the first chunk already taken
   std::size_t size_ = 0;
   std::size_t dropped_ = 0;
+  std::size_t wake_at_ = SIZE_MAX;  // the fewest rows that anybody waits for
   bool closed_ = false;
 };
 

@@ -42,7 +42,11 @@ void StreamDecoder::step() {
         break;
       }
       if (!item->empty()) {
-        decode_(index, *item);
+        try {
+          decode_(index, *item);
+        } catch (const std::exception& error) {
+          host().printFailure(Failure(ErrorId::FirmwareOtherError, error.what()));
+        }
       }
     }
   }

@@ -29,7 +29,6 @@ class StreamDecoder {
   bool opened() const { return !gate_->locked(); }
 
   Gate& gate() { return *gate_; }
-  const std::shared_ptr<Gate>& sharedGate() const { return gate_; }
   Worker& worker() { return worker_; }
   const std::vector<std::shared_ptr<RawQueue>>& raw() const { return raw_; }
 

@@ -27,10 +27,12 @@ class Condition {
     return Fiber::current() != nullptr ? waitOnFiber(lock, deadline, ready) : waitOnThread(lock, deadline, ready);
   }
 
-  // Wakes all who wait. `lock` holds the owner's mutex and is released.
+  // Wakes those whose wait is over. `lock` holds the owner's mutex and is released.
   void notify(std::unique_lock<std::mutex>& lock) {
     for (const auto& waiter : fibers_) {
-      waiter.scheduler->post(waiter.ticket);
+      if (waiter.isReady(waiter.ready)) {
+        waiter.scheduler->post(waiter.ticket);
+      }
     }
     lock.unlock();
     threads_.notify_all();
@@ -42,14 +44,20 @@ class Condition {
   struct FiberWaiter {
     Scheduler* scheduler;
     std::uint64_t ticket;
+    // The waiter's own `ready`, on its suspended stack. A fiber is not resumed only to find that it has to wait on.
+    bool (*isReady)(void* ready);
+    void* ready;
   };
 
   // Keeps a fiber registered for the length of one suspension, however that ends.
   class Registration {
    public:
-    Registration(Condition& condition, std::unique_lock<std::mutex>& lock, Fiber& fiber)
+    template <class Ready>
+    Registration(Condition& condition, std::unique_lock<std::mutex>& lock, Fiber& fiber, Ready& ready)
         : condition_(condition), lock_(lock), ticket_(fiber.newTicket()) {
-      condition_.fibers_.push_back({fiber.scheduler().get(), ticket_});
+      condition_.fibers_.push_back({fiber.scheduler().get(), ticket_,
+                                    [](void* condition_met) { return bool((*static_cast<Ready*>(condition_met))()); },
+                                    &ready});
       lock_.unlock();
     }
     ~Registration() {
@@ -72,7 +80,7 @@ class Condition {
       if (deadline && Clock::now() >= *deadline) {
         return false;
       }
-      const Registration registration(*this, lock, fiber);
+      const Registration registration(*this, lock, fiber, ready);
       fiber.suspend(deadline);
     }
     return true;

@@ -7,6 +7,14 @@
 
 namespace qvx {
 
+namespace {
+thread_local bool on_worker_thread = false;
+}  // namespace
+
+bool Worker::isCurrentThread() {
+  return on_worker_thread;
+}
+
 // Outlives whichever of worker and thread goes first.
 struct Worker::Ending {
   std::mutex mutex;  // guards ended
@@ -27,6 +35,7 @@ Worker::Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void(
   pthread_sigmask(SIG_BLOCK, &all, &before);
   try {
     thread_ = std::thread([this, ending = ending_] {
+      on_worker_thread = true;
       while (!killed_) {
         gate_->pass();
         if (killed_) {
@@ -56,7 +65,10 @@ void Worker::stop() {
   if (!thread_.joinable()) {
     return;
   }
-  if (getpid() != process_ || thread_.get_id() == std::this_thread::get_id()) {
+  if (thread_.get_id() == std::this_thread::get_id()) {
+    return;  // the next call, from elsewhere, waits
+  }
+  if (getpid() != process_) {
     thread_.detach();
     return;
   }

@@ -23,7 +23,11 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  // Ends the thread and waits for it. Safe to repeat, from any thread; on the worker's own thread it does not wait.
+  // Whether the caller runs on a thread of the driver, which cannot wait for its own end.
+  static bool isCurrentThread();
+
+  // Ends the thread and waits for it. Safe to repeat, from any thread; on the worker's own thread it only marks it, and
+  // a later call waits.
   void stop();
   // Marks the thread to end at the next round, without waiting.
   void kill() { killed_ = true; }

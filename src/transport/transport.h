@@ -40,8 +40,6 @@ class Transport {
   virtual void disconnect() = 0;
   // Ends the read in progress, or else the next one that would wait, early with nothing. Any thread, never blocks.
   virtual void wake() {}
-  // Whether the operations above run Python code, and so need the interpreter's lock and a full-sized stack.
-  virtual bool callsPython() const { return false; }
 };
 
 }  // namespace qvx

@@ -14,13 +14,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   TimePoint now{std::chrono::hours(1)};
   DeviceSetup setup;
-  setup.model = findModel("FeroxA");
+  setup.model = findModel((data[0] & 0x20) != 0 ? "SkylogE3A" : "FeroxA");
   setup.faults.duplicate = (data[0] & 0x80) != 0 ? 0.5 : 0;
   setup.unpaced = (data[0] & 0x40) != 0;
   Device device(setup, now);
   const Log log(LogLevel::Quiet);
   Session session(device, log, "fuzz");
-  const std::size_t piece = 1 + (data[0] & 0x3F);
+  const std::size_t piece = 1 + (data[0] & 0x1F);
   for (std::size_t at = 1; at < size; at += piece) {
     session.receive({data + at, std::min(piece, size - at)}, now);
     now += std::chrono::milliseconds(7);

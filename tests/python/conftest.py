@@ -41,9 +41,10 @@ def device(bench):
 
 @pytest.fixture
 def fake():
-    """A FeroxA over a recording transport that answers every command well; the transport is its `client_cmd`."""
+    """A FeroxA over a recording transport, its `client_cmd`, that answers every command well."""
     made = connected(FakeTransport(default=b"\0\0"))
     yield made
+    made.client_cmd.pool = None  # which refers to the device
     made.close()
 
 

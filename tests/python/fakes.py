@@ -47,8 +47,8 @@ def split(packet):
 
 
 class FakeTransport:
-    """A transport written in Python. Records what is sent; `answers` has the reply to each command, or a function of
-    the request's payload; what is not there gets `default`, None for silence."""
+    """A transport written in Python. Records what is sent; `answers` has the reply to each command, or a
+    function of the request's payload; what is not there gets `default`, None for silence."""
 
     def __init__(
         self,
@@ -62,7 +62,7 @@ class FakeTransport:
         self.connects: list[tuple[str, int]] = []
         self.arriving: queue.SimpleQueue = queue.SimpleQueue()
         self.failure: Exception | None = None
-        self.reads = 0
+        self.pool = None  # where replies are filed at once; None: they go through the receive thread
 
     def sendPacket(self, packet):
         if self.failure is not None:
@@ -72,14 +72,15 @@ class FakeTransport:
         reply = self.answers.get(code, self.default)
         if callable(reply):
             reply = reply(payload)
-        if reply is not None:
+        if reply is not None and self.pool is not None:
+            self.pool[code] = reply
+        elif reply is not None:
             self.arriving.put((code, reply))
 
     def sendBcstPacket(self, packet):
         self.broadcasts.append(packet)
 
     def recvAndSplitPacket(self, size):
-        self.reads += 1
         if self.failure is not None:
             raise self.failure
         try:
@@ -95,12 +96,23 @@ class FakeTransport:
         pass
 
 
-def connected(transport, make=pyqvx.FeroxA):
-    """A device whose commands go to `transport`."""
+def connected(transport, make=pyqvx.FeroxA, at_once=True):
+    """A device whose commands go to `transport`. With `at_once`, replies are filed before the send returns,
+    so that no request is ever repeated, however slow the machine."""
     device = make(verbose=False)
     device.client_cmd = transport
+    if isinstance(device, pyqvx.WifiDevice):
+        device.client_data = FakeTransport()
     device.connect("192.0.2.1")
+    transport.pool = device.data_pool_echo if at_once else None
     return device
+
+
+def fence(device):
+    """Returns when the device has nothing more to say. A request that was repeated on a slow machine has left
+    a reply behind, which would pass for that of the next."""
+    device._echoPacket(pyqvx.RTC_GET_ALARM_TRIG, [0], PATIENCE_S)
+    device.data_pool_echo.clear()
 
 
 def eventually(condition) -> bool:
@@ -114,7 +126,11 @@ def eventually(condition) -> bool:
 
 def environment() -> dict[str, str]:
     """In which a program of its own finds the module under test."""
-    paths = [str(Path(pyqvx.__file__).parent), str(ROOT / "virtual" / "python"), os.environ.get("PYTHONPATH", "")]
+    paths = [
+        str(Path(pyqvx.__file__).parent),
+        str(ROOT / "virtual" / "python"),
+        os.environ.get("PYTHONPATH", ""),
+    ]
     return os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths))}
 
 

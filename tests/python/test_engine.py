@@ -1,4 +1,4 @@
-"""The packet engine through its named methods, with pools and transports that Python code fills and brings."""
+"""The packet engine through its named methods, with pools that Python fills and transports that it brings."""
 
 import asyncio
 import queue
@@ -32,7 +32,9 @@ def test_both_classes_offer_the_named_operations():
     names = ["_echoPacket", "_echoPacketWithRetry", "_getReplyFromPool", "_getStreamingFromPool"]
     names += ["_broadcastPacket", "_sendPacketWithoutReply"]
     for name in names:
-        assert callable(getattr(pyqvx.Packet, name)) and callable(getattr(pyqvx.Packet_async, name + "_async"))
+        assert callable(getattr(pyqvx.Packet, name)) and callable(
+            getattr(pyqvx.Packet_async, name + "_async")
+        )
     assert issubclass(pyqvx.Packet, pyqvx.Packet_based) and issubclass(pyqvx.Packet_async, pyqvx.Packet_based)
     assert issubclass(pyqvx.FeroxA, pyqvx.Packet) and issubclass(pyqvx.FeroxA, pyqvx.Packet_async)
 
@@ -71,7 +73,11 @@ def test_the_splitter_keeps_what_is_unfinished():
     assert client._splitPacket() == [] and client.last_index == 5
     client.stream += bytes([13, 10])
     assert client._splitPacket() == [(181, b"\r\n\7")]
-    for call in (lambda: client.sendPacket([2]), lambda: client.recvPacket(1), lambda: client.recvAndSplitPacket(1)):
+    for call in (
+        lambda: client.sendPacket([2]),
+        lambda: client.recvPacket(1),
+        lambda: client.recvAndSplitPacket(1),
+    ):
         with pytest.raises(pyqvx.APINotSupportError):
             call()
 
@@ -263,8 +269,7 @@ def test_failures_of_a_python_transport_reach_the_caller(failure):
 
 
 def test_a_python_transport_may_do_anything_from_a_coroutine():
-    """Deep recursion, a nested event loop's worth of work, a blocking call of the same engine: none of it may run on
-    a coroutine's small stack."""
+    """Deep recursion and real work: none of it may run on a coroutine's small stack."""
 
     class Deep(FakeTransport):
         def sendPacket(self, packet):
@@ -345,7 +350,8 @@ def test_a_list_that_contains_itself_is_refused():
 
 
 @pytest.mark.parametrize(
-    "arrival", [None, 5, [5], [(1,)], [("a", b"")], [(1, "a")], [(1, [256])], [(2**40, b"")], [(ECHO, b"ok"), None]]
+    "arrival",
+    [None, 5, [5], [(1,)], [("a", b"")], [(1, "a")], [(1, [256])], [(2**40, b"")], [(ECHO, b"ok"), None]],
 )
 def test_a_transport_that_delivers_nonsense_is_reported_once(fake, capsys, arrival):
     fake.client_cmd.recvAndSplitPacket = lambda size: arrival

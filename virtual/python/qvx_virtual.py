@@ -70,8 +70,10 @@ class VirtualDevice:
         source=["ramp", "3=constant:1"], status={177: 52}.
 
     After `start` (or inside `with`) `ip`, `port` and `address` are those of the first device, `addresses` has
-    a pair (ip, port) for each and `process` is the running program. `start` raises RuntimeError with the
-    program's message when it does not start. The program ends with this process, whatever happens to it.
+    a pair (ip, port) for each and `process` is the running program. Wireless models stream over a port of
+    their own: `data_port`, and `data_ports` for each device; None on other models. `start` raises
+    RuntimeError with the program's message when it does not start. The program ends with this process,
+    whatever happens.
     """
 
     def __init__(
@@ -86,6 +88,7 @@ class VirtualDevice:
         self._errors: IO[bytes] | None = None
         self._process: subprocess.Popen[bytes] | None = None
         self.addresses: list[tuple[str, int]] = []
+        self.data_ports: list[int | None] = []
 
     @property
     def process(self) -> subprocess.Popen[bytes]:
@@ -100,6 +103,10 @@ class VirtualDevice:
     @property
     def port(self) -> int:
         return self.addresses[0][1]
+
+    @property
+    def data_port(self) -> int | None:
+        return self.data_ports[0]
 
     @property
     def address(self) -> tuple[str, int]:
@@ -178,6 +185,7 @@ class VirtualDevice:
                 received += block
         for line in received.decode().splitlines():
             words = line.split()
-            if len(words) == 3:
+            if len(words) >= 3:
                 ip, _, port = words[2].rpartition(":")
                 self.addresses.append((ip, int(port)))
+                self.data_ports.append(int(words[3].rpartition(":")[2]) if len(words) > 3 else None)

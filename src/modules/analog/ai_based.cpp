@@ -63,7 +63,6 @@ AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int str
   for (std::size_t i = 0; i < ai_dict.size(); ++i) {
     signal_.push_back(std::make_shared<SampleQueue>(QUEUE_SIZE_MAX));
   }
-  link_.onClose([this] { _AI_free(); });
 }
 
 AIBased::~AIBased() {
@@ -83,6 +82,7 @@ void AIBased::startDecoder() {
       overflow_.dropped();
     }
   });
+  link_.onClose([this] { _AI_free(); });
 }
 
 void AIBased::_AI_free() {
@@ -122,6 +122,8 @@ void AIBased::setChipSelects(int port, std::vector<int> chips) {
 }
 
 int AIBased::AI_open(const Argument& port, const Argument& timeout) {
+  checkedTimeout(timeout);
+  checkedTimeout(timeout);
   switch (link_.product()) {
     case ProductId::FeroxI:
     case ProductId::FeroxIA:
@@ -129,7 +131,7 @@ int AIBased::AI_open(const Argument& port, const Argument& timeout) {
     case ProductId::FeroxA:
     case ProductId::FeroxA2:
     case ProductId::LUMA:
-      portOfSlot(port);
+      _checkAIPort(port);
       decoder_->open();
       return 0;
     default:
@@ -142,6 +144,8 @@ int AIBased::AI_open(const Argument& port, const Argument& timeout) {
 }
 
 int AIBased::AI_close(const Argument& port, const Argument& timeout) {
+  checkedTimeout(timeout);
+  checkedTimeout(timeout);
   switch (link_.product()) {
     case ProductId::FeroxI:
     case ProductId::FeroxIA:
@@ -149,7 +153,7 @@ int AIBased::AI_close(const Argument& port, const Argument& timeout) {
     case ProductId::FeroxA:
     case ProductId::FeroxA2:
     case ProductId::LUMA:
-      portOfSlot(port);
+      _checkAIPort(port);
       decoder_->close();
       return 0;
     default:
@@ -171,8 +175,9 @@ int AIBased::AI_openStreaming(const Argument& port, const Argument& timeout) {
     case ProductId::SkylogF4A:
     case ProductId::SkylogE3AOD:
       // port, status, configured mode u32, configured rate f32
-      ai_mode = static_cast<int>(reply.get<std::uint32_t>(2));
       reply.get<float>(6);
+      ai_mode = checkedRange(Argument(static_cast<std::int64_t>(reply.get<std::uint32_t>(2))), "mode", 0, 2,
+                             ErrorId::FirmwareOtherError);
       break;
     default:
       break;
@@ -265,8 +270,8 @@ void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
   const int number = _checkAIPort(port);
   const auto [count, modes] = readPinModes(link_, number, checkedTimeout(timeout));
   const auto used = std::min(static_cast<std::size_t>(count), modes.size());
-  if (!std::all_of(modes.begin(), modes.begin() + static_cast<std::ptrdiff_t>(used),
-                   [](const std::string& mode) { return mode == "ADC"; })) {
+  if (used == 0 || !std::all_of(modes.begin(), modes.begin() + static_cast<std::ptrdiff_t>(used),
+                                [](const std::string& mode) { return mode == "ADC"; })) {
     fail(ErrorId::AIPortNotAvaliableError);
   }
 }

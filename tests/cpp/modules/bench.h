@@ -2,7 +2,10 @@
 #pragma once
 
 #include "modules/analog/ai.h"
+#include "modules/system/network.h"
 #include "modules/system/system.h"
+#include "modules/system/system_analog.h"
+#include "modules/system/wifi.h"
 #include "protocol/network_device.h"
 #include "tests/cpp/protocol/fakes.h"
 
@@ -25,6 +28,9 @@ struct Bench {
   });
   NetworkDevice device;
   SystemOperations system;
+  SystemAnalogOperations system_analog{Link(device), {}};
+  NetworkOperations network{Link(device), {}};
+  WifiOperations wifi{Link(device), {}};
   AIOperations ai;
 
   explicit Bench(ProductId product = ProductId::FeroxA,
@@ -70,6 +76,12 @@ std::string show(const std::vector<Value>& values) {
     text += (text.empty() ? "" : ",") + show(value);
   }
   return "[" + text + "]";
+}
+inline std::string show(const std::pair<std::string, std::string>& texts) {
+  return texts.first + "," + texts.second;
+}
+inline std::string show(const WifiSettings& settings) {
+  return std::apply([](const auto&... texts) { return ((texts + ",") + ...); }, settings);
 }
 inline std::string show(const PinModes& pins) {
   return show(pins.first) + show(pins.second);

@@ -193,7 +193,6 @@ TEST(Engine, RefusesWhatDoesNotFitAFrame) {
 TEST(Engine, ATransportOfPythonsIsCalledOffTheFiber) {
   class PythonLike : public FakeTransport {
    public:
-    bool callsPython() const override { return true; }
     void sendPacket(ByteView frame) override {
       on_fiber = Fiber::current() != nullptr;
       FakeTransport::sendPacket(frame);

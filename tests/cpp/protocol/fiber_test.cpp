@@ -3,6 +3,7 @@
 #include "protocol/wait.h"
 #include "tests/cpp/protocol/fakes.h"
 
+#include <fstream>
 #include <stdexcept>
 
 namespace qvx::test {
@@ -155,8 +156,8 @@ TEST(Fiber, OutsideRunsOnTheDriversStack) {
     volatile char here = 0;
     return reinterpret_cast<std::uintptr_t>(&here);
   };
-  const auto distance = [](std::uintptr_t a, std::uintptr_t b) { return a > b ? a - b : b - a; };
-  const std::uintptr_t driver = stackOf();
+  [[maybe_unused]] const auto distance = [](std::uintptr_t a, std::uintptr_t b) { return a > b ? a - b : b - a; };
+  [[maybe_unused]] const std::uintptr_t driver = stackOf();
   std::uintptr_t inside = 0;
   std::uintptr_t outside = 0;
   const Fiber* current = nullptr;
@@ -226,6 +227,32 @@ TEST(Fiber, ManyAtOnceKeepTheirOwnStacks) {
   for (std::size_t i = 0; i < results.size(); ++i) {
     EXPECT_EQ(results[i], 512 * i);
   }
+}
+
+// In megabytes.
+long residentMemory() {
+  std::ifstream statm("/proc/self/statm");
+  long total = 0;
+  long resident = 0;
+  statm >> total >> resident;
+  return resident * 4096 / 1000000;
+}
+
+TEST(Fiber, ManyOneAfterAnotherGiveTheirMemoryBack) {
+  const auto loop = makeLoop();
+  const auto use = [&loop](int count) {
+    for (int i = 0; i < count; ++i) {
+      Fiber fiber(loop, [] { suspendOnce(); });
+      fiber.resume();
+      if (i % 2 == 0) {
+        fiber.resume();
+      }
+    }
+  };
+  use(100);
+  const long before = residentMemory();
+  use(5000);
+  EXPECT_LT(residentMemory() - before, 100);
 }
 
 TEST(Fiber, OneMayDriveAnother) {

@@ -1,7 +1,7 @@
 #include "transport/tcp.h"
 
-#include "core/errors.h"
 #include "core/host.h"
+#include "tests/cpp/transport/checks.h"
 #include "tests/cpp/transport/loopback.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <filesystem>
 #include <functional>
 #include <thread>
 
@@ -18,39 +17,13 @@ namespace qvx {
 namespace {
 
 using namespace std::chrono_literals;
+using test::contains;
+using test::failureOf;
 using test::kLoopback;
 using test::Listener;
+using test::nextFrames;
+using test::openDescriptors;
 using test::Peer;
-
-// The failure that `operation` raises; the test fails when there is none or it is of another class.
-std::string failureOf(ErrorId id, const std::function<void()>& operation) {
-  try {
-    operation();
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.id(), id) << failure.what();
-    return failure.what();
-  }
-  ADD_FAILURE() << "nothing raised";
-  return {};
-}
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-std::ptrdiff_t openDescriptors() {
-  const std::filesystem::directory_iterator entries("/proc/self/fd");
-  return std::distance(begin(entries), end(entries));
-}
-
-// Reads until at least one frame is whole.
-std::vector<Frame> nextFrames(TCPClient& client) {
-  std::vector<Frame> frames;
-  while (frames.empty()) {
-    frames = client.recvAndSplitPacket(1536);
-  }
-  return frames;
-}
 
 // A listener whose queue is full, so that the kernel leaves further requests without an answer.
 struct SilentListener {

@@ -1,0 +1,226 @@
+#include "transport/descriptor_client.h"
+
+#include "core/errors.h"
+
+#include <array>
+#include <cerrno>
+
+namespace qvx {
+namespace {
+
+bool wouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+}  // namespace
+
+// Also ends the waits of the other users. Where shutting down fails, there was nothing left to end.
+void DescriptorClient::Link::lose() {
+  lost_ = true;
+  if (medium_.drop != nullptr) {
+    medium_.drop(fd());
+  }
+  shutDown();
+}
+
+bool DescriptorClient::Link::end() {
+  ended_ = true;
+  return shutDown();
+}
+
+bool DescriptorClient::Link::shutDown() {
+  const bool done = shut_.exchange(true) || medium_.shutDown(fd());
+  wake.signal();
+  over.signal();
+  return done;
+}
+
+int DescriptorClient::socket() const {
+  const std::lock_guard lock(mutex_);
+  return link_ ? link_->fd() : 0;
+}
+
+void DescriptorClient::setTimeout(std::optional<double> timeout_s) {
+  if (timeout_s && !(*timeout_s >= 0)) {
+    fail(ErrorId::InputDataNotInRangeError, "a read timeout of " + std::to_string(*timeout_s) + " s is below 0");
+  }
+  const std::lock_guard lock(mutex_);
+  timeout_s_ = timeout_s;
+}
+
+void DescriptorClient::sendPacket(ByteView frame) {
+  const auto link = current();
+  const auto deadline = Clock::now() + send_limit_;
+  if (!link->sending.take(deadline)) {
+    link->lose();
+    failLost();
+  }
+  const auto give = [](Turn* turn) { turn->give(); };
+  const std::unique_ptr<Turn, decltype(give)> turn(&link->sending, give);
+  sendAll(*link, frame, deadline);
+}
+
+void DescriptorClient::sendAll(Link& link, ByteView frame, Clock::time_point deadline) {
+  std::size_t sent = 0;
+  try {
+    while (sent < frame.size()) {
+      if (link.isLost() || link.isEnded()) {
+        failLost();
+      }
+      const auto count = medium_.write(link.fd(), frame.data() + sent, frame.size() - sent);
+      std::array<pollfd, 2> writable{pollfd{link.fd(), POLLOUT, 0}, pollfd{link.over.fd(), POLLIN, 0}};
+      if (count >= 0) {
+        sent += static_cast<std::size_t>(count);
+      } else if (errno != EINTR && (!wouldBlock(errno) || !waitReady(writable, deadline))) {
+        link.lose();
+        failLost();
+      }
+    }
+  } catch (...) {
+    if (sent != 0) {
+      link.lose();  // the device would take the next frame for the rest of this one
+    }
+    throw;
+  }
+}
+
+Bytes DescriptorClient::recvPacket(std::size_t size) {
+  const auto link = current();
+  return receive(*link, size);
+}
+
+std::vector<Frame> DescriptorClient::recvAndSplitPacket(std::size_t size) {
+  const auto link = current();
+  return appendAndSplit(receive(*link, size), link->number());
+}
+
+Bytes DescriptorClient::receive(Link& link, std::size_t size) {
+  Bytes bytes(size);
+  const Deadline deadline = readDeadline();
+  while (size != 0) {
+    const bool readable = medium_.reads_to_the_end || !(link.isLost() || link.isEnded());
+    const auto count = readable ? medium_.read(link.fd(), bytes.data(), size) : 0;
+    const int error = errno;
+    if (count > 0) {
+      bytes.resize(static_cast<std::size_t>(count));
+      return bytes;
+    }
+    if (link.isEnded()) {
+      break;
+    }
+    if (count < 0 && error == EINTR) {
+      continue;
+    }
+    if (count == 0 || !wouldBlock(error)) {
+      link.lose();
+      failLost();
+    }
+    std::array<pollfd, 2> arriving{pollfd{link.fd(), POLLIN, 0}, pollfd{link.wake.fd(), POLLIN, 0}};
+    if (!waitReady(arriving, deadline)) {
+      break;
+    }
+    if (arriving[0].revents == 0) {
+      link.wake.drain();
+      break;
+    }
+  }
+  return {};
+}
+
+void DescriptorClient::disconnect() {
+  std::shared_ptr<Link> link;
+  std::shared_ptr<Link> connecting;
+  {
+    const std::lock_guard lock(mutex_);
+    link.swap(link_);
+    connecting.swap(connecting_);
+  }
+  if (connecting) {
+    connecting->end();  // not connected yet, so there is nothing to report
+  }
+  if (link && !link->end()) {
+    failLost();
+  }
+}
+
+void DescriptorClient::wake() {
+  std::shared_ptr<Link> link;
+  {
+    const std::lock_guard lock(mutex_);
+    link = link_;
+  }
+  if (link) {
+    link->wake.signal();
+  }
+}
+
+void DescriptorClient::refuseSecond() const {
+  const std::lock_guard lock(mutex_);
+  refuseSecondLocked();
+}
+
+void DescriptorClient::refuseSecondLocked() const {
+  if (connecting_ || (link_ && !link_->isLost())) {
+    fail(medium_.connection_error,
+         connecting_ ? "A connect is in progress already." : "Already connected: call disconnect first.");
+  }
+}
+
+std::shared_ptr<DescriptorClient::Link> DescriptorClient::prepare(Descriptor descriptor) {
+  std::shared_ptr<Link> lost;
+  std::shared_ptr<Link> link;
+  {
+    const std::lock_guard lock(mutex_);
+    refuseSecondLocked();
+    link = std::make_shared<Link>(medium_, std::move(descriptor), ++links_made_);
+    lost.swap(link_);
+    connecting_ = link;
+  }
+  if (lost) {
+    lost->end();  // so that a read which still waits on it returns
+  }
+  return link;
+}
+
+bool DescriptorClient::open(const std::shared_ptr<Link>& link) {
+  const std::lock_guard lock(mutex_);
+  if (connecting_ != link) {
+    return false;
+  }
+  beginStream(link->number());
+  link_.swap(connecting_);
+  return true;
+}
+
+void DescriptorClient::abandon(const std::shared_ptr<Link>& link) {
+  const std::lock_guard lock(mutex_);
+  if (connecting_ == link) {
+    connecting_.reset();
+  }
+}
+
+Deadline DescriptorClient::readDeadline() const {
+  const std::lock_guard lock(mutex_);
+  return timeout_s_ ? deadlineIn(*timeout_s_) : std::nullopt;
+}
+
+std::shared_ptr<DescriptorClient::Link> DescriptorClient::current() const {
+  const std::lock_guard lock(mutex_);
+  if (!link_) {
+    fail(medium_.lost_error, "Not connected: call connect first.");
+  }
+  return link_;
+}
+
+void DescriptorClient::failBecause(ErrorId id, const std::string& reason) {
+  fail(id, std::string(errorKind(id).message) + " " + reason);
+}
+
+void DescriptorClient::failLost() const {
+  if (medium_.lost_reason == nullptr) {
+    fail(medium_.lost_error);
+  }
+  failBecause(medium_.lost_error, medium_.lost_reason);
+}
+
+}  // namespace qvx

@@ -1,0 +1,131 @@
+// What the clients share whose medium is a file descriptor: read by one thread, written and closed by any.
+#pragma once
+
+#include "transport/client.h"
+#include "transport/descriptor.h"
+#include "transport/turn.h"
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace qvx {
+
+// A device that does not take a frame within this time has lost its connection.
+inline constexpr std::chrono::milliseconds kSendLimit{5000};
+
+// Threads: one reader at a time; any number of senders; disconnect, wake and setTimeout from anywhere. All of them
+// share the Link they work on, so that its descriptor is closed only when the last of them has let go, and is never
+// recycled under a read or a send. Sends and reads don't wait for each other.
+class DescriptorClient : public Client {
+ public:
+  // The descriptor of the open medium, 0 when none is open.
+  int socket() const;
+  // How long a read waits, in seconds from 0 up; nothing: without limit. Counts from the next read on. Raises
+  // InputDataNotInRangeError on less than 0 and on NaN.
+  void setTimeout(std::optional<double> timeout_s) override;
+
+  // Writes all of `frame`; frames of several threads follow each other whole. Blocks while the device takes nothing,
+  // for the send limit at most. Raises the medium's class when there is no connection, when it breaks, and when the
+  // limit passes. A connection on which only a part of a frame went out is given up, also when Ctrl-C is the cause.
+  void sendPacket(ByteView frame) override;
+  // Returns what has arrived, at most `size` bytes; nothing when the timeout passes or wake or disconnect ends the
+  // wait. Raises the medium's class when there is no connection or it has broken, on every read until the next connect.
+  Bytes recvPacket(std::size_t size) override;
+  std::vector<Frame> recvAndSplitPacket(std::size_t size) override;
+  // Ends the traffic and closes the medium. A read in progress returns, a send or connect in progress raises. Raises
+  // the medium's class when ending the traffic fails, except because the device has done so already; the medium is gone
+  // all the same.
+  void disconnect() override;
+  void wake() override;
+
+ protected:
+  // What each kind of descriptor does in its own way; none of it may wait.
+  struct Medium {
+    ErrorId connection_error;  // the class of a connect that fails
+    ErrorId lost_error;        // and of everything else
+    const char* lost_reason;   // what that says beside its default text; nullptr: nothing
+    bool reads_to_the_end;     // whether reading ends by itself behind the last byte of a connection that is over
+    ssize_t (*read)(int fd, void* to, std::size_t size);
+    ssize_t (*write)(int fd, const void* from, std::size_t size);
+    // Drops what a lost connection has not sent yet; nullptr where closing doesn't wait for it.
+    void (*drop)(int fd);
+    // Ends traffic in both directions, once for each connection. False when that fails.
+    bool (*shutDown)(int fd);
+  };
+
+  // One connection, from the making of the descriptor until its last user has let go.
+  class Link {
+   public:
+    // Takes a non-blocking descriptor. Raises std::system_error when no descriptor is left.
+    Link(const Medium& medium, Descriptor descriptor, std::uint64_t number)
+        : medium_(medium), descriptor_(std::move(descriptor)), number_(number) {}
+    int fd() const { return descriptor_.get(); }
+    std::uint64_t number() const { return number_; }
+    // Broken by the peer, or given up.
+    bool isLost() const { return lost_; }
+    // By disconnect.
+    bool isEnded() const { return ended_; }
+    void lose();
+    // Returns false when ending the traffic fails.
+    bool end();
+
+    WakeUp wake;  // for the reader, which drains it
+    WakeUp over;  // for the sender: the connection is lost or ended
+    Turn sending;
+
+   private:
+    bool shutDown();
+
+    const Medium& medium_;
+    const Descriptor descriptor_;
+    const std::uint64_t number_;
+    std::atomic<bool> shut_ = false;
+    std::atomic<bool> lost_ = false;
+    std::atomic<bool> ended_ = false;
+  };
+
+  // `medium` must outlive the client.
+  DescriptorClient(const Medium& medium, std::chrono::milliseconds send_limit)
+      : medium_(medium), send_limit_(send_limit) {}
+
+  // Raises the class of a failed connect when the client has a connection or is making one. One known to be lost is
+  // none.
+  void refuseSecond() const;
+  // Makes `descriptor` the one being connected, which disconnect can end, unless refuseSecond forbids it. A lost
+  // connection is closed.
+  std::shared_ptr<Link> prepare(Descriptor descriptor);
+  // `link` is connected: empties the stream and lets sends and reads use it. False when disconnect came first.
+  bool open(const std::shared_ptr<Link>& link);
+  // `link` could not be connected.
+  void abandon(const std::shared_ptr<Link>& link);
+  // The open link. Raises the medium's class when there is none.
+  std::shared_ptr<Link> current() const;
+  // When a read that begins now gives up.
+  Deadline readDeadline() const;
+  // Raises `id` with its default text, followed by `reason`.
+  [[noreturn]] static void failBecause(ErrorId id, const std::string& reason);
+
+ private:
+  void refuseSecondLocked() const;
+  Bytes receive(Link& link, std::size_t size);
+  void sendAll(Link& link, ByteView frame, Clock::time_point deadline);
+  [[noreturn]] void failLost() const;
+
+  const Medium& medium_;
+  const std::chrono::milliseconds send_limit_;
+  mutable std::mutex mutex_;  // guards what follows; the stream's mutex may be taken under it, nothing else
+  std::shared_ptr<Link> link_;
+  std::shared_ptr<Link> connecting_;
+  std::optional<double> timeout_s_;
+  std::uint64_t links_made_ = 0;
+};
+
+}  // namespace qvx

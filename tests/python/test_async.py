@@ -1,0 +1,387 @@
+"""The coroutine forms in event loops: concurrency, cancelling, several loops, the coroutine protocol."""
+
+import asyncio
+import gc
+import inspect
+import threading
+import time
+import types
+import weakref
+from collections.abc import Coroutine
+
+import pytest
+from fakes import PATIENCE_S, FakeTransport, connected, eventually
+
+import pyqvx
+
+
+def test_coroutines_of_different_commands_run_at_once():
+    """None is answered before all have been asked."""
+    requests = {
+        "Sys_getSerialNumber_async": pyqvx.GET_SERIAL_NUMBER,
+        "Sys_getDriverInfo_async": pyqvx.GET_DRIVER_INFO,
+        "Sys_getRTC_async": pyqvx.GET_DATE_TIME,
+        "Sys_getDeviceAlias_async": pyqvx.GET_DEV_ALIAS,
+    }
+
+    class Patient(FakeTransport):
+        def sendPacket(self, packet):
+            super().sendPacket(packet)
+            if len(self.sent) == len(requests):
+                for code, _ in self.sent:
+                    self.arriving.put((code, known[code]))
+
+    known, patient = FakeTransport().answers, Patient({})
+    device = connected(patient, at_once=False)
+
+    async def main():
+        return await asyncio.gather(*(getattr(device, name)() for name in requests))
+
+    serial, info, moment, alias = asyncio.run(main())
+    assert (serial, info, moment, alias) == (
+        "FAKE0001",
+        ["Ferox-A", "Fake", "3.2.6"],
+        "2024-02-29, 12:30:59",
+        "fake",
+    )
+    # Packets leave in the order in which the coroutines start.
+    assert [code for code, _ in patient.sent] == list(requests.values())
+    device.close()
+
+
+def test_200_requests_at_once_all_come_to_an_end(device):
+    async def main():
+        coroutines = [device.Sys_getSerialNumber_async(timeout=5) for _ in range(100)]
+        coroutines += [device.AI_readOnDemand_async(0) for _ in range(100)]
+        return await asyncio.gather(*coroutines, return_exceptions=True)
+
+    begin = time.monotonic()
+    results = asyncio.run(main())
+    assert time.monotonic() - begin < 5 + PATIENCE_S
+    good = [result for result in results if not isinstance(result, Exception)]
+    assert len(results) == 200 and good
+    assert all(isinstance(r, pyqvx.ReceivePacketTimeoutError) for r in results if isinstance(r, Exception))
+    assert device.Sys_getSerialNumber() == "QVTEST01"
+
+
+def test_wait_for_timeout_and_tasks(device, silent):
+    async def main():
+        assert await asyncio.wait_for(device.Sys_getSerialNumber_async(), PATIENCE_S) == "QVTEST01"
+        async with asyncio.timeout(PATIENCE_S):
+            assert await asyncio.create_task(device.Sys_getSerialNumber_async()) == "QVTEST01"
+        async with asyncio.TaskGroup() as group:
+            task = group.create_task(device.AI_readOnDemand_async(0))
+        assert len(task.result()) == 8
+        assert await asyncio.shield(device.Sys_getSerialNumber_async()) == "QVTEST01"
+        with pytest.raises(asyncio.TimeoutError):
+            await asyncio.wait_for(silent.Sys_getSerialNumber_async(), 0.02)
+        with pytest.raises(TimeoutError):
+            async with asyncio.timeout(0.02):
+                await silent.AI_readStreaming_async(0, 10, 600)
+
+    asyncio.run(main())
+
+
+def test_unanswered_requests_raise(silent):
+    async def main():
+        begin = time.monotonic()
+        results = await asyncio.gather(
+            silent.Sys_getSerialNumber_async(timeout=0.1),
+            silent.Sys_getRTC_async(0.1),
+            silent._echoPacket_async(122, [], 0.1),
+            silent.AI_readOnDemand_async(0),
+            return_exceptions=True,
+        )
+        timeout = pyqvx.ReceivePacketTimeoutError
+        assert [type(result) for result in results] == [timeout, timeout, type(None), timeout]
+        assert time.monotonic() - begin >= 3  # of the AI module, whose coroutines have the default alone
+
+    asyncio.run(main())
+
+
+def test_cancelled_requests_leave_nothing_behind(silent):
+    async def main():
+        before = len(gc.get_objects())
+        for _ in range(50):
+            tasks = [
+                asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600)),
+                asyncio.create_task(silent._getReplyFromPool_async(9)),
+                asyncio.create_task(silent.AI_readStreaming_async(0, 5, 600)),
+                asyncio.create_task(
+                    silent._getStreamingFromPool_async(silent.data_pool_strm[49, 1], 5, 0.01)
+                ),
+            ]
+            await asyncio.sleep(0)
+            for task in tasks:
+                task.cancel()
+            results = await asyncio.gather(*tasks, return_exceptions=True)
+            assert all(isinstance(result, asyncio.CancelledError) for result in results)
+        # Nobody waits any more: what arrives stays for the next.
+        silent.data_pool_echo[9] = b"kept"
+        await asyncio.sleep(0.01)
+        assert silent.data_pool_echo[9] == b"kept"
+        del tasks, results
+        gc.collect()
+        assert len(gc.get_objects()) < before + 100
+
+    asyncio.run(main())
+
+
+def test_a_reply_that_comes_with_the_cancelling_is_not_lost(silent):
+    async def main():
+        for _ in range(20):
+            task = asyncio.create_task(silent._getReplyFromPool_async(7))
+            await asyncio.sleep(0)
+            silent.data_pool_echo[7] = b"reply"
+            task.cancel()
+            with pytest.raises(asyncio.CancelledError):
+                await task
+            assert await silent._getReplyFromPool_async(7) == b"reply"
+
+    asyncio.run(main())
+
+
+def test_close_ends_waiting_coroutines(silent):
+    async def main():
+        waiting = [
+            asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600)),
+            asyncio.create_task(silent.AI_readStreaming_async(0, 5, 600)),
+        ]
+        await asyncio.sleep(0)
+        threading.Thread(target=silent.close).start()
+        return await asyncio.wait_for(asyncio.gather(*waiting, return_exceptions=True), PATIENCE_S)
+
+    lost, samples = asyncio.run(main())
+    assert isinstance(lost, pyqvx.NetworkConnectionLostError) and samples == []
+
+
+def test_close_within_the_loop(silent):
+    async def main():
+        waiting = asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600))
+        await asyncio.sleep(0)
+        silent.close()
+        with pytest.raises(pyqvx.NetworkConnectionLostError):
+            await asyncio.wait_for(waiting, PATIENCE_S)
+        async with silent:  # closed already: nothing happens
+            pass
+
+    asyncio.run(main())
+
+
+def test_a_loop_may_end_with_requests_under_way(silent):
+    async def main():
+        for _ in range(10):
+            asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600))
+        await asyncio.sleep(0)
+
+    for _ in range(3):
+        asyncio.run(main())
+    loop = asyncio.new_event_loop()
+    task = loop.create_task(silent.Sys_getSerialNumber_async(timeout=600))
+    loop.run_until_complete(asyncio.sleep(0))
+    loop.close()
+    del task, loop
+    gc.collect()
+    silent.data_pool_echo[pyqvx.GET_SERIAL_NUMBER] = b"ABCDEFGH"
+    assert silent.Sys_getSerialNumber() == "ABCDEFGH"
+
+
+def test_several_loops_one_after_the_other_and_at_once(device):
+    async def ask(count):
+        return [await device.Sys_getSerialNumber_async(timeout=20) for _ in range(count)]
+
+    for _ in range(20):
+        assert asyncio.run(ask(2)) == ["QVTEST01"] * 2
+    results = []
+    threads = [threading.Thread(target=lambda: results.append(asyncio.run(ask(50)))) for _ in range(2)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(4 * PATIENCE_S)
+    assert results == [["QVTEST01"] * 50] * 2
+
+
+def test_a_port_of_a_loop_goes_with_the_loop(device):
+    def use():
+        loop = asyncio.new_event_loop()
+        loop.run_until_complete(device.Sys_getSerialNumber_async())
+        loop.close()
+        return weakref.ref(loop)
+
+    references = [use() for _ in range(30)]
+    gc.collect()
+    assert sum(reference() is not None for reference in references) <= 1
+
+
+def test_the_loop_goes_on_while_a_coroutine_waits(silent):
+    async def main():
+        waiting = asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=0.3))
+        ticks = 0
+        while not waiting.done():
+            await asyncio.sleep(0.001)
+            ticks += 1
+        with pytest.raises(pyqvx.ReceivePacketTimeoutError):
+            await waiting
+        return ticks
+
+    assert asyncio.run(main()) > 10
+
+
+def test_never_awaited_coroutines_warn(fake):
+    with pytest.warns(RuntimeWarning, match="coroutine 'Sys_getSerialNumber_async' was never awaited"):
+        fake.Sys_getSerialNumber_async()
+        gc.collect()
+    assert fake.client_cmd.sent == []
+
+
+def test_the_body_starts_at_the_first_step(fake):
+    """Arguments are checked there too: a coroutine that is never awaited neither raises nor sends."""
+
+    async def main():
+        coroutine = fake.AI_setMode_async(0, 7)
+        with pytest.raises(pyqvx.AIModeNotAvaliableError):
+            await coroutine
+        first, second = fake.AI_setMode_async(0, 1), fake.AI_setMode_async(0, 2)
+        await second
+        await first
+        assert fake.client_cmd.sent == [(178, b"\0\2"), (178, b"\0\1")]
+
+    asyncio.run(main())
+
+
+def test_the_coroutine_protocol(silent):
+    async def main():
+        coroutine = silent.Sys_getSerialNumber_async(timeout=600)
+        assert (
+            isinstance(coroutine, Coroutine)
+            and inspect.isawaitable(coroutine)
+            and asyncio.iscoroutine(coroutine)
+        )
+        assert coroutine.__name__ == "Sys_getSerialNumber_async" and not coroutine.cr_running
+        assert repr(coroutine).startswith("<coroutine Sys_getSerialNumber_async at 0x")
+
+        future = coroutine.send(None)
+        assert asyncio.isfuture(future) and len(silent.client_cmd.sent) == 1
+        # Stepped before its time it just waits on.
+        assert asyncio.isfuture(coroutine.send(None)) and len(silent.client_cmd.sent) == 1
+        silent.data_pool_echo[pyqvx.GET_SERIAL_NUMBER] = b"ABCDEFGH"
+        with pytest.raises(StopIteration) as stop:
+            coroutine.send(None)
+        assert stop.value.value == "ABCDEFGH"
+        for again in (lambda: coroutine.send(None), lambda: next(iter(coroutine))):
+            with pytest.raises(RuntimeError, match="cannot reuse already awaited coroutine"):
+                again()
+        coroutine.close()
+
+        for started in (False, True):
+            thrown = silent.Sys_getSerialNumber_async(timeout=600)
+            if started:
+                thrown.send(None)
+            error = ValueError("thrown")
+            with pytest.raises(ValueError) as raised:
+                thrown.throw(error)
+            assert raised.value is error
+            with pytest.raises(RuntimeError):
+                thrown.send(None)
+            closed = silent.Sys_getSerialNumber_async(timeout=600)
+            if started:
+                closed.send(None)
+            closed.close()
+            closed.close()
+            with pytest.raises(RuntimeError):
+                closed.send(None)
+        with pytest.raises(KeyError):
+            silent.Sys_getRTC_async().throw(KeyError, "text")
+
+    asyncio.run(main())
+
+
+def test_results_that_python_treats_specially(device):
+    """A tuple, a list and None must come back as they are, whichever way the coroutine is stepped."""
+
+    @types.coroutine
+    def by_hand(coroutine):
+        return (yield from coroutine)
+
+    async def main():
+        modes = await device.Sys_getPinModeInPort_async(0)
+        assert modes == (8, ["ADC"] * 8) and modes == await by_hand(device.Sys_getPinModeInPort_async(0))
+        assert await by_hand(device._checkAIPinState_async(0)) is None
+        assert await by_hand(device.AI_readStreaming_async(0, -1, 0)) == []
+
+    asyncio.run(main())
+
+
+def test_without_a_running_loop(fake):
+    coroutine = fake.Sys_getSerialNumber_async()
+    with pytest.raises(RuntimeError, match="no running event loop"):
+        coroutine.send(None)
+    coroutine.close()
+
+
+def test_steps_of_a_running_coroutine_are_refused():
+    """A transport written in Python runs in the middle of a step; another step from there must not crash."""
+
+    class Meddling(FakeTransport):
+        seen = []
+
+        def sendPacket(self, packet):
+            for meddle in (
+                lambda: coroutine.send(None),
+                lambda: coroutine.throw(KeyError()),
+                coroutine.close,
+            ):
+                try:
+                    meddle()
+                except ValueError as error:
+                    self.seen.append(str(error))
+            self.seen.append(coroutine.cr_running)
+            super().sendPacket(packet)
+
+    device = connected(Meddling())
+    coroutine = device.Sys_getSerialNumber_async()
+
+    async def main():
+        return await coroutine
+
+    assert asyncio.run(main()) == "FAKE0001"
+    assert Meddling.seen == ["coroutine already executing"] * 3 + [True]
+    device.close()
+
+
+def test_a_coroutine_keeps_its_device_alive():
+    transport = FakeTransport()
+
+    async def main():
+        return await connected(transport, at_once=False).Sys_getSerialNumber_async()
+
+    with pytest.warns(ResourceWarning):
+        assert asyncio.run(main()) == "FAKE0001"
+        gc.collect()
+
+
+def test_a_blocking_call_in_a_thread_beside_the_loop(device):
+    async def main():
+        return await asyncio.gather(
+            asyncio.to_thread(device.AI_readOnDemand, 0),
+            device.Sys_getSerialNumber_async(),
+            asyncio.to_thread(device.Sys_getRTC),
+        )
+
+    sample, serial, moment = asyncio.run(main())
+    assert len(sample) == 8 and serial == "QVTEST01" and len(moment) == 20
+
+
+def test_memory_of_many_coroutines_is_given_back(fake):
+    def resident():
+        with open("/proc/self/statm", encoding="ascii") as statm:
+            return int(statm.read().split()[1]) * 4096
+
+    async def main():
+        for _ in range(3000):
+            await fake.AI_setMode_async(0, 1)
+
+    asyncio.run(main())
+    before = resident()
+    asyncio.run(main())
+    assert eventually(lambda: resident() - before < 8_000_000)

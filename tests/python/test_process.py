@@ -1,0 +1,104 @@
+"""Programs that use a device, in processes of their own: how they end, are interrupted and fork."""
+
+import signal
+import time
+
+import pytest
+from fakes import PATIENCE_S, run_script, start_script
+
+START = """
+import asyncio, gc, os, signal, sys, threading, time
+import pyqvx
+from qvx_virtual import VirtualDevice
+"""
+
+
+def test_the_interpreter_ends_with_devices_open():
+    output = run_script(
+        START
+        + """
+with VirtualDevice() as bench:
+    devices = [pyqvx.FeroxA() for _ in range(3)]
+    for device in devices[:2]:
+        device.connect(bench.ip, bench.port)
+    devices[0].AI_open(0)
+    devices[0].AI_setMode(0, 2)
+    devices[0].AI_setSamplingRate(0, 20000)
+    devices[0].AI_openStreaming(0)
+    devices[0].AI_startStreaming(0)
+    waiting = threading.Thread(target=lambda: devices[1].AI_readStreaming(0, 10**6, 600), daemon=True)
+    waiting.start()
+    left = devices[0].Sys_getSerialNumber_async()
+    loop = asyncio.new_event_loop()
+    task = loop.create_task(devices[1]._getReplyFromPool_async(5))
+    loop.run_until_complete(asyncio.sleep(0.05))
+    print("end")
+    sys.exit(0)
+"""
+    )
+    assert output.count("Closed handle (Ferox-A)") == 3, output
+
+
+@pytest.mark.parametrize(
+    "call",
+    [
+        "device.Sys_getSerialNumber(timeout=600)",
+        "device._getReplyFromPool(5, 0)",
+        "device.AI_readStreaming(0, 10, 600)",
+        "device._getStreamingFromPool(device.data_pool_strm[49, 0], 10, 600)",
+        "device.data_pool_strm[49, 0].get()",
+        "device.recv_cmd_thread.join()",
+        "device.ai_lock.acquire()",
+        "asyncio.run(device.Sys_getSerialNumber_async(timeout=600))",
+    ],
+)
+def test_ctrl_c_ends_a_blocking_call(call):
+    script = (
+        START
+        + f"""
+with VirtualDevice(silent=True) as bench, pyqvx.FeroxA(verbose=False) as device:
+    device.connect(bench.ip, bench.port)
+    print("waiting")
+    try:
+        {call}
+    except KeyboardInterrupt:
+        print("interrupted")
+"""
+    )
+    with start_script(script) as process:
+        assert process.stdout.readline() == "waiting\n"
+        time.sleep(0.1)  # into the call; earlier would be just as well
+        begin = time.monotonic()
+        process.send_signal(signal.SIGINT)
+        assert process.stdout.readline() == "interrupted\n"
+        assert time.monotonic() - begin < 3
+        process.communicate(timeout=PATIENCE_S)
+    assert process.returncode == 0
+
+
+def test_a_forked_child_leaves_the_parents_connection_alone():
+    output = run_script(
+        START
+        + """
+with VirtualDevice() as bench:
+    device = pyqvx.FeroxA(verbose=False)
+    device.connect(bench.ip, bench.port)
+    for end in ("exit", "close", "collect", "os._exit"):
+        child = os.fork()
+        if child == 0:
+            assert not device.recv_cmd_thread.is_alive()
+            if end == "close":
+                device.close()
+            elif end == "collect":
+                del device
+                gc.collect()
+            elif end == "os._exit":
+                os._exit(0)
+            bench._process = None
+            sys.exit(0)
+        assert os.waitpid(child, 0)[1] == 0, end
+        print(end, len(device.Sys_getSerialNumber()))
+    device.close()
+"""
+    )
+    assert output == "exit 8\nclose 8\ncollect 8\nos._exit 8\n"

@@ -1,0 +1,36 @@
+// The mock bus as C functions, for Python's ctypes. Nothing checks its arguments.
+#include "tests/usb/mock_bus.h"
+
+#define QVX_EXPORT extern "C" __attribute__((visibility("default")))
+
+using qvx::test::MockBus;
+using qvx::test::MockDevice;
+
+// nullptr where umockdev is not preloaded.
+QVX_EXPORT MockBus* qvx_mock_bus() {
+  try {
+    return new MockBus();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+QVX_EXPORT void qvx_mock_end(MockBus* bus) {
+  delete bus;
+}
+
+QVX_EXPORT MockDevice* qvx_mock_plug(MockBus* bus, const char* serial, const char* product) {
+  return &bus->plug({.serial = serial, .product = product});
+}
+
+QVX_EXPORT void qvx_mock_unplug(MockDevice* device) {
+  device->unplug();
+}
+
+QVX_EXPORT void qvx_mock_send(MockDevice* device, const std::uint8_t* bytes, std::size_t size) {
+  device->send({bytes, size});
+}
+
+QVX_EXPORT int qvx_mock_claimed(const MockDevice* device) {
+  return device->interfacesClaimed();
+}

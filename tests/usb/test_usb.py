@@ -1,0 +1,129 @@
+"""The module on a USB bus that umockdev pretends. Run by ctest, which preloads umockdev."""
+
+import asyncio
+import ctypes
+import os
+import subprocess
+import sys
+import threading
+from typing import Iterator
+
+import pytest
+
+import pyqvx
+
+pytestmark = pytest.mark.skipif("QVX_MOCK_BUS" not in os.environ, reason="ctest runs these")
+
+ECHO = 240
+TIMEOUT = 20
+
+
+class Bus:
+    def __init__(self) -> None:
+        self.library = ctypes.CDLL(os.environ["QVX_MOCK_BUS"])
+        self.library.qvx_mock_bus.restype = ctypes.c_void_p
+        self.library.qvx_mock_plug.restype = ctypes.c_void_p
+        self.bus = ctypes.c_void_p(self.library.qvx_mock_bus())
+        assert self.bus, "umockdev is not preloaded"
+
+    def plug(self, serial: str, product: str = "Cordlog F1") -> ctypes.c_void_p:
+        return ctypes.c_void_p(self.library.qvx_mock_plug(self.bus, serial.encode(), product.encode()))
+
+    def unplug(self, device: ctypes.c_void_p) -> None:
+        self.library.qvx_mock_unplug(device)
+
+    def send(self, device: ctypes.c_void_p, data: bytes) -> None:
+        self.library.qvx_mock_send(device, data, ctypes.c_size_t(len(data)))
+
+    def claimed(self, device: ctypes.c_void_p) -> int:
+        return self.library.qvx_mock_claimed(device)
+
+    def end(self) -> None:
+        self.library.qvx_mock_end(self.bus)
+
+
+@pytest.fixture(name="bus")
+def make_bus() -> Iterator[Bus]:
+    bus = Bus()
+    yield bus
+    bus.end()
+
+
+@pytest.mark.filterwarnings("ignore:Warning 519000")
+def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
+    bus.plug("S1")
+    other = bus.plug("S2", "Cordlog F2")
+    with pyqvx.USBDevice() as dev:
+        assert not dev.connect_status_cmd
+        assert dev.client_cmd is None
+        assert dev._getAllUSBDevices() == [("S1", "Cordlog F1"), ("S2", "Cordlog F2")]
+        assert dev.connect(serial_num="S2") and dev.serial_num == "S2"
+        client: pyqvx.USBClient = dev.client_cmd
+        assert (client.takeSerialNumber(), client.takeProductName()) == ("S2", "Cordlog F2")
+        assert (client.device, client.config, client.interface) == ("001/006", 1, 0)
+        assert (client.ep_in, client.ep_out) == (0x81, 1)
+        assert dev._echoPacketWithRetry(ECHO, [1, 2, 3], TIMEOUT) == bytes([1, 2, 3])
+        assert bus.claimed(other) == 1
+        dev.disconnect()
+        assert bus.claimed(other) == 0 and client.device is None
+        dev.connect()
+        client = dev.client_cmd
+        assert client.takeSerialNumber() == "S1"
+        dev.close()
+    lines = capfd.readouterr().out.splitlines()
+    said = [line for line in lines if line.endswith("(USBDevice)")]
+    assert said[:3] == [
+        f"{what} (USBDevice)" for what in ("Opened handle", "Connected to S2", "Disconnected from S2")
+    ]
+    for wrong in (7, None, b"S1"):
+        with pytest.raises(pyqvx.InputTypeNotCorrectError):
+            pyqvx.USBClient(wrong)
+
+
+@pytest.mark.filterwarnings("ignore:Warning 519000")
+def test_coroutines(bus: Bus) -> None:
+    first = bus.plug("S1")
+
+    async def session() -> None:
+        async with pyqvx.USBDevice(verbose=False) as dev:
+            with pytest.raises(pyqvx.USBConnectionError):
+                await dev.connect_async("S2")
+            assert await dev.connect_async()
+            for i in range(20):
+                assert await dev._echoPacketWithRetry_async(ECHO, [i], TIMEOUT) == bytes([i])
+            assert bus.claimed(first) == 1
+        assert bus.claimed(first) == 0
+
+    asyncio.run(session())
+
+
+@pytest.mark.filterwarnings("ignore:Warning 519000")
+def test_unplugged_while_a_reply_is_awaited(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
+    device = bus.plug("S1")
+    with pyqvx.USBDevice(verbose=False) as dev:
+        dev.connect()
+        timer = threading.Timer(0.05, bus.unplug, [device])
+        timer.start()
+        with pytest.raises(pyqvx.ReceivePacketTimeoutError):
+            dev._getReplyFromPool(ECHO, 1)
+        timer.join()
+        with pytest.raises(pyqvx.USBConnectionError, match="unplugged"):
+            dev._echoPacket(ECHO, [], TIMEOUT)
+        assert "lost connection" in repr(dev)
+    reports = [line for line in capfd.readouterr().out.splitlines() if line.startswith("USBConnectionError:")]
+    assert len(reports) == 1
+
+
+def test_the_missing_library_is_warned_of_once() -> None:
+    program = (
+        "import warnings, pyqvx\n"
+        "with warnings.catch_warnings(record=True) as seen:\n"
+        "    warnings.simplefilter('always')\n"
+        "    assert pyqvx.getLibUSB1() is None and pyqvx.getLibUSB1() is None\n"
+        "    pyqvx.USBDevice(verbose=False)._getAllUSBDevices()\n"
+        "print(len([w for w in seen if 'libusb-1.0.dll' in str(w.message)]))\n"
+    )
+    ran = subprocess.run(
+        [sys.executable, "-c", program], capture_output=True, text=True, check=True, timeout=60
+    )
+    assert ran.stdout.splitlines()[-1] == "1"
