@@ -154,10 +154,10 @@ void bindDevices(py::module_& module) {
            })
       .def("__repr__", &describe);
 
-  py::class_<NetworkDevice, Device, std::shared_ptr<NetworkDevice>>(module, "NetworkDevice",
-                                                                    "A device reached over TCP.")
-      .def(py::init([](bool verbose) { return makeDevice<NetworkDevice>(ProductId::None, verbose); }),
-           py::arg("verbose") = true, "NetworkDevice(verbose: bool = True)")
+  py::class_<NetworkDevice, Device, std::shared_ptr<NetworkDevice>> cls(module, "NetworkDevice",
+                                                                        "A device reached over TCP.");
+  cls.def(py::init([](bool verbose) { return makeDevice<NetworkDevice>(ProductId::None, verbose); }),
+          py::arg("verbose") = true, "NetworkDevice(verbose: bool = True)")
       .def(
           "connect",
           [](NetworkDevice& self, const Argument& ip_addr, const Argument& port) {
@@ -187,17 +187,9 @@ void bindDevices(py::module_& module) {
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
       .def_property_readonly(
-          "connect_status_cmd", [](const NetworkDevice& self) { return self.commandChannel().connected(); },
-          "-> bool\n\nFrom connect() to disconnect(), also while the connection is lost.")
-      .def_property_readonly(
           "ip_addr", [](const NetworkDevice& self) { return self.commandChannel().identifier(); },
-          "-> str\n\nThe address connected to last.")
-      .def_property_readonly(
-          "recv_cmd_lock", [](NetworkDevice& self) -> Gate& { return self.commandChannel().gate(); },
-          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
-      .def_property_readonly(
-          "recv_cmd_thread", [](NetworkDevice& self) -> Worker& { return self.commandChannel().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+          "-> str\n\nThe address connected to last.");
+  defineCommandChannel(cls);
 
   py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice",
                                                                    "The handle of the Ethernet products.")

@@ -6,6 +6,7 @@
 #include "protocol/network_device.h"
 
 #include <memory>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -23,6 +24,24 @@ bool connectAside(Device& device, Connect connect) {
   runAside(
       connect, [&device] { device.abortConnect(); }, [&device] { device.disconnect(); });
   return true;
+}
+
+// What a handle shows of one of its channels: connect_status_X, recv_X_lock and recv_X_thread.
+template <class Class, class Find>
+void defineChannel(Class& cls, const std::string& name, Find find) {
+  using Handle = typename Class::type;
+  cls.def_property_readonly(("connect_status_" + name).c_str(), [find](Handle& self) { return find(self).connected(); },
+                            "-> bool\n\nFrom connect() to disconnect(), also while the connection is lost.")
+      .def_property_readonly(("recv_" + name + "_lock").c_str(),
+                             [find](Handle& self) -> Gate& { return find(self).gate(); },
+                             py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
+      .def_property_readonly(("recv_" + name + "_thread").c_str(),
+                             [find](Handle& self) -> Worker& { return find(self).worker(); },
+                             py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+}
+template <class Class>
+void defineCommandChannel(Class& cls) {
+  defineChannel(cls, "cmd", [](typename Class::type& self) -> Channel& { return self.commandChannel(); });
 }
 
 // Remembers a device until it is gone: what is open when the interpreter ends is closed then.

@@ -162,11 +162,11 @@ void bindModule(py::module_& module) {
 }
 
 void bindHandle(py::module_& module) {
-  py::class_<Discovery, Device, BroadcastModule, BroadcastModule_async, std::shared_ptr<Discovery>>(
-      module, "BroadcastDevice", "Every device on the attached networks, found by UDP broadcast.")
-      .def(py::init([](bool verbose) { return makeDevice<Discovery>(verbose); }), py::arg("verbose") = true,
-           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
-           "standard output.")
+  py::class_<Discovery, Device, BroadcastModule, BroadcastModule_async, std::shared_ptr<Discovery>> cls(
+      module, "BroadcastDevice", "Every device on the attached networks, found by UDP broadcast.");
+  cls.def(py::init([](bool verbose) { return makeDevice<Discovery>(verbose); }), py::arg("verbose") = true,
+          "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
+          "standard output.")
       .def("connect", &Discovery::connect, py::call_guard<py::gil_scoped_release>(),
            "connect() -> bool\n\nListens for answers on UDP port 6667 of all addresses. Raises NetworkConnectionError.")
       .def(
@@ -183,16 +183,8 @@ void bindHandle(py::module_& module) {
             const py::gil_scoped_release unlocked;
             self.disconnect();
           },
-          "disconnect() -> None\n\nStops listening; connect() may follow. Safe to repeat.")
-      .def_property_readonly(
-          "connect_status_udp", [](const Discovery& self) { return self.udpChannel().connected(); },
-          "-> bool\n\nWhether it listens.")
-      .def_property_readonly(
-          "recv_udp_lock", [](Discovery& self) -> Gate& { return self.udpChannel().gate(); },
-          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
-      .def_property_readonly(
-          "recv_udp_thread", [](Discovery& self) -> Worker& { return self.udpChannel().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+          "disconnect() -> None\n\nStops listening; connect() may follow. Safe to repeat.");
+  defineChannel(cls, "udp", [](Discovery& self) -> Channel& { return self.udpChannel(); });
 }
 
 }  // namespace

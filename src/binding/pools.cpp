@@ -53,13 +53,35 @@ py::object missing(const py::object& key) {
   throwPython(py::reinterpret_borrow<py::object>(PyExc_KeyError)(key));
 }
 
+// Takes over methods that an abstract base class of Python's defines by the few that `cls` has itself.
+void adopt(py::object cls, const char* base_name, std::initializer_list<const char*> methods) {
+  const py::object base = py::module_::import("collections.abc").attr(base_name);
+  for (const char* method : methods) {
+    cls.attr(method) = base.attr(method);
+  }
+  base.attr("register")(cls);
+}
+
+// Whether `make` makes a key of what may be none.
+template <class Make>
+auto keyOrNothing(Make make) -> std::optional<decltype(make())> {
+  try {
+    return make();
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
 void bindReplyPool(py::module_& module) {
-  py::class_<ReplyPool>(
+  py::class_<ReplyPool> cls(
       module, "ReplyPool",
-      "Replies by key, at most one for each; a newer one overwrites an older one. A mapping of int to bytes.")
-      .def("__len__", &ReplyPool::size)
-      .def("__contains__", [](const ReplyPool& pool,
-                              const Argument& key) { return key.isInt() && pool.peek(replyKeyOf(key)).has_value(); })
+      "Replies by key, at most one for each; a newer one overwrites an older one. A mapping of int to bytes.");
+  cls.def("__len__", &ReplyPool::size)
+      .def("__contains__",
+           [](const ReplyPool& pool, const py::object& key) {
+             const auto wanted = keyOrNothing([&] { return replyKeyOf(makeArgument(key)); });
+             return wanted && pool.peek(*wanted).has_value();
+           })
       .def("__getitem__",
            [](const ReplyPool& pool, const py::object& key) {
              const auto reply = pool.peek(replyKeyOf(makeArgument(key)));
@@ -108,6 +130,7 @@ void bindReplyPool(py::module_& module) {
       .def("clear", &ReplyPool::clear, "clear() -> None")
       .def("__repr__",
            [](const ReplyPool& pool) { return "<pyqvx.ReplyPool with " + std::to_string(pool.size()) + " replies>"; });
+  adopt(cls, "MutableMapping", {"values", "popitem", "setdefault", "update", "__eq__"});
 }
 
 void bindRawQueue(py::module_& module) {
@@ -160,10 +183,9 @@ void bindSampleQueue(py::module_& module) {
             if (sample.empty()) {
               throw py::value_error("a sample has at least one channel");
             }
-            if (queue.size() >= queue.capacity()) {
+            if (!queue.tryPut(sample)) {
               throwQueue("Full");
             }
-            queue.put(sample, sample.size());
           },
           py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
           "put(item: list[float], block: bool = True, timeout: float | None = None) -> None\n\nNever waits: raises "
@@ -191,9 +213,21 @@ void bindSampleQueue(py::module_& module) {
 
 template <class Pool, class MakeKey, class FromKey>
 void bindEntryPool(py::module_& module, const char* name, const char* doc, MakeKey make_key, FromKey from_key) {
-  py::class_<Pool>(module, name, doc)
-      .def("__len__", [](const Pool& pool) { return pool.entries().size(); })
-      .def("__contains__", [=](const Pool& pool, const py::object& key) { return pool.contains(from_key(key)); })
+  py::class_<Pool> cls(module, name, doc);
+  cls.def("__len__", [](const Pool& pool) { return pool.entries().size(); })
+      .def("__contains__",
+           [=](const Pool& pool, const py::object& key) {
+             const auto wanted = keyOrNothing([&] { return from_key(key); });
+             return wanted && pool.contains(*wanted);
+           })
+      .def(
+          "get",
+          [=](Pool& pool, const py::object& key, const py::object& fallback) {
+            const auto wanted = from_key(key);
+            return pool.contains(wanted) ? py::cast(pool.at(wanted)) : fallback;
+          },
+          py::arg("key"), py::arg("default") = py::none(),
+          "get(key, default: object = None) -> object\n\nThe entry, if there is one already.")
       .def("__getitem__", [=](Pool& pool, const py::object& key) { return pool.at(from_key(key)); })
       .def("__delitem__",
            [=](Pool& pool, const py::object& key) {
@@ -229,6 +263,7 @@ void bindEntryPool(py::module_& module, const char* name, const char* doc, MakeK
             return items;
           },
           "items() -> list");
+  adopt(cls, "Mapping", {"values", "__eq__"});
 }
 
 void bindAnswerSet(py::module_& module) {
@@ -239,11 +274,14 @@ void bindAnswerSet(py::module_& module) {
     }
     return set;
   };
-  py::class_<AnswerSet, std::shared_ptr<AnswerSet>>(module, "AnswerSet",
-                                                    "Distinct answers to a broadcast, as bytes: a set.")
-      .def("__len__", [](const AnswerSet& answers) { return answers.snapshot().size(); })
-      .def("__contains__", [](const AnswerSet& answers,
-                              const py::object& answer) { return answers.snapshot().contains(bytesOf(answer)); })
+  py::class_<AnswerSet, std::shared_ptr<AnswerSet>> cls(module, "AnswerSet",
+                                                        "Distinct answers to a broadcast, as bytes: a set.");
+  cls.def("__len__", [](const AnswerSet& answers) { return answers.snapshot().size(); })
+      .def("__contains__",
+           [](const AnswerSet& answers, const py::object& answer) {
+             const auto wanted = keyOrNothing([&] { return bytesOf(answer); });
+             return wanted && answers.snapshot().contains(*wanted);
+           })
       .def("__iter__", [snapshot](const AnswerSet& answers) { return py::iter(snapshot(answers)); })
       .def("__eq__",
            [snapshot](const AnswerSet& answers, const py::object& other) { return snapshot(answers).equal(other); })
@@ -254,6 +292,11 @@ void bindAnswerSet(py::module_& module) {
       .def("__repr__", [snapshot](const AnswerSet& answers) {
         return "AnswerSet(" + py::repr(snapshot(answers)).cast<std::string>() + ")";
       });
+  // What comes of two sets is a plain one.
+  cls.def_static("_from_iterable", [](const py::iterable& answers) { return py::set(answers); });
+  adopt(cls, "Set",
+        {"__le__", "__lt__", "__ge__", "__gt__", "__and__", "__rand__", "__or__", "__ror__", "__sub__", "__rsub__",
+         "__xor__", "__rxor__", "isdisjoint"});
 }
 
 void bindGate(py::module_& module) {

@@ -38,13 +38,13 @@ void bindClient(py::module_& module) {
 }
 
 void bindHandle(py::module_& module) {
-  py::class_<UARTDevice, Device, std::shared_ptr<UARTDevice>>(module, "UARTDevice",
-                                                              "A device reached over a serial line.")
-      .def(py::init([](const Argument& baudrate, bool verbose) {
-             return makeDevice<UARTDevice>(ProductId::None, verbose, baudrate);
-           }),
-           Signature("baudrate: int = 115200, verbose: bool = True"),
-           "UARTDevice(baudrate: int = 115200, verbose: bool = True)")
+  py::class_<UARTDevice, Device, std::shared_ptr<UARTDevice>> cls(module, "UARTDevice",
+                                                                  "A device reached over a serial line.");
+  cls.def(py::init([](const Argument& baudrate, bool verbose) {
+            return makeDevice<UARTDevice>(ProductId::None, verbose, baudrate);
+          }),
+          Signature("baudrate: int = 115200, verbose: bool = True"),
+          "UARTDevice(baudrate: int = 115200, verbose: bool = True)")
       .def(
           "connect",
           [](UARTDevice& self, const Argument& port) {
@@ -73,17 +73,9 @@ void bindHandle(py::module_& module) {
           "disconnect() -> None\n\nCloses the port; connect() may follow. Safe to repeat.")
       .def_property_readonly("baudrate", &UARTDevice::baudrate, "-> int\n\nThe rate of every connection, in bit/s.")
       .def_property_readonly(
-          "connect_status_cmd", [](const UARTDevice& self) { return self.commandChannel().connected(); },
-          "-> bool\n\nWhether it is connected.")
-      .def_property_readonly(
           "port", [](const UARTDevice& self) { return self.commandChannel().identifier(); },
-          "-> str\n\nThe port connected to last.")
-      .def_property_readonly(
-          "recv_cmd_lock", [](UARTDevice& self) -> Gate& { return self.commandChannel().gate(); },
-          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
-      .def_property_readonly(
-          "recv_cmd_thread", [](UARTDevice& self) -> Worker& { return self.commandChannel().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+          "-> str\n\nThe port connected to last.");
+  defineCommandChannel(cls);
 }
 
 }  // namespace

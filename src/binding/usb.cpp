@@ -51,9 +51,9 @@ void bindClient(py::module_& module) {
 }
 
 void bindHandle(py::module_& module) {
-  py::class_<USBDevice, Device, std::shared_ptr<USBDevice>>(module, "USBDevice", "A device reached over USB.")
-      .def(py::init([](bool verbose) { return makeDevice<USBDevice>(ProductId::None, verbose); }),
-           py::arg("verbose") = true, "USBDevice(verbose: bool = True)")
+  py::class_<USBDevice, Device, std::shared_ptr<USBDevice>> cls(module, "USBDevice", "A device reached over USB.");
+  cls.def(py::init([](bool verbose) { return makeDevice<USBDevice>(ProductId::None, verbose); }),
+          py::arg("verbose") = true, "USBDevice(verbose: bool = True)")
       .def(
           "connect",
           [](USBDevice& self, const Argument& serial_num) {
@@ -83,17 +83,9 @@ void bindHandle(py::module_& module) {
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
       .def_property_readonly(
-          "connect_status_cmd", [](const USBDevice& self) { return self.commandChannel().connected(); },
-          "-> bool\n\nWhether it is connected.")
-      .def_property_readonly(
           "serial_num", [](const USBDevice& self) { return self.commandChannel().identifier(); },
-          "-> str\n\nWhat it was connected to last, as connect() was told.")
-      .def_property_readonly(
-          "recv_cmd_lock", [](USBDevice& self) -> Gate& { return self.commandChannel().gate(); },
-          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the receive thread.")
-      .def_property_readonly(
-          "recv_cmd_thread", [](USBDevice& self) -> Worker& { return self.commandChannel().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe receive thread.");
+          "-> str\n\nWhat it was connected to last, as connect() was told.");
+  defineCommandChannel(cls);
 }
 
 }  // namespace

@@ -17,10 +17,10 @@ constexpr const char* kConnect = "ip_addr: str, port: int = 1336, verbose: bool 
 }  // namespace
 
 void bindWifi(py::module_& module) {
-  py::class_<WifiDevice, NetworkDevice, std::shared_ptr<WifiDevice>>(
-      module, "WifiDevice", "A device reached over Wi-Fi: a command channel and a data channel.")
-      .def(py::init([](bool verbose) { return makeDevice<WifiDevice>(ProductId::None, verbose); }),
-           py::arg("verbose") = true, "WifiDevice(verbose: bool = True)")
+  py::class_<WifiDevice, NetworkDevice, std::shared_ptr<WifiDevice>> cls(
+      module, "WifiDevice", "A device reached over Wi-Fi: a command channel and a data channel.");
+  cls.def(py::init([](bool verbose) { return makeDevice<WifiDevice>(ProductId::None, verbose); }),
+          py::arg("verbose") = true, "WifiDevice(verbose: bool = True)")
       .def(
           "connect",
           [](WifiDevice& self, const Argument& ip_addr, const Argument& port, std::optional<bool> verbose,
@@ -56,16 +56,8 @@ void bindWifi(py::module_& module) {
       .def_property(
           "client_data", [](const WifiDevice& self) { return objectOf(self.clientData()); },
           [](WifiDevice& self, const py::object& client) { self.setClientData(transportOf(client)); },
-          "-> object\n\nWhere bulk data comes from: a client, or any object with a client's methods.")
-      .def_property_readonly(
-          "connect_status_data", [](const WifiDevice& self) { return self.dataChannel().connected(); },
-          "-> bool\n\nWhether the data channel is connected.")
-      .def_property_readonly(
-          "recv_data_lock", [](WifiDevice& self) -> Gate& { return self.dataChannel().gate(); },
-          py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the data channel's receive thread.")
-      .def_property_readonly(
-          "recv_data_thread", [](WifiDevice& self) -> Worker& { return self.dataChannel().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe data channel's receive thread.");
+          "-> object\n\nWhere bulk data comes from: a client, or any object with a client's methods.");
+  defineChannel(cls, "data", [](WifiDevice& self) -> Channel& { return self.dataChannel(); });
 }
 
 }  // namespace qvx::binding

@@ -93,17 +93,19 @@ bool Channel::abortConnect(std::unique_lock<std::mutex>& lock) {
     return false;
   }
   abort_ = true;
-  if (holder_ == std::this_thread::get_id()) {
-    return true;
-  }
-  while (state_ == State::Connecting) {
+  // From within the connect, a signal handler or a transport, one call is all that can be done.
+  const bool within = holder_ == std::this_thread::get_id();
+  do {
     lock.unlock();
     if (const auto client = setup_.client()) {
       client->disconnect();
     }
     lock.lock();
+    if (within) {
+      break;
+    }
     changed_.wait(lock, deadlineAfter(kAgain), [this] { return state_ != State::Connecting; });
-  }
+  } while (state_ == State::Connecting);
   return true;
 }
 

@@ -30,25 +30,14 @@ class SignalQueue {
   std::size_t put(std::span<const Value> values, std::size_t width) {
     std::unique_lock lock(mutex_);
     const std::size_t rows = values.size() / width;
-    const std::size_t accepted = std::min(rows, capacity_ - std::min(size_, capacity_));
-    std::span<const Value> rest = values.first(accepted * width);
-    while (!rest.empty()) {
-      if (chunks_.empty() || chunks_.back().width != width || chunks_.back().values.size() == kChunkRows * width) {
-        chunks_.push_back({{}, width});
-        chunks_.back().values.reserve(kChunkRows * width);
-      }
-      auto& chunk = chunks_.back().values;
-      const std::size_t count = std::min(rest.size(), kChunkRows * width - chunk.size());
-      chunk.insert(chunk.end(), rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count));
-      rest = rest.subspan(count);
-    }
-    size_ += accepted;
+    const std::size_t accepted = append(lock, values, width);
     dropped_ += rows - accepted;
-    if (size_ >= wake_at_) {
-      wake_at_ = SIZE_MAX;
-      changed_.notify(lock);
-    }
     return rows - accepted;
+  }
+  // Appends one row; false when there is no room, which counts as nothing dropped.
+  bool tryPut(std::span<const Value> row) {
+    std::unique_lock lock(mutex_);
+    return append(lock, row, row.size()) == 1;
   }
 
   // Takes at most `limit` rows, oldest first, in one piece for each run of equal width; `uniform` stops after one run.
@@ -94,6 +83,28 @@ class SignalQueue {
 
  private:
   static constexpr std::size_t kChunkRows = 1024;
+
+  // As many of the rows as there is room for; returns how many that are.
+  std::size_t append(std::unique_lock<std::mutex>& lock, std::span<const Value> values, std::size_t width) {
+    const std::size_t accepted = std::min(values.size() / width, capacity_ - std::min(size_, capacity_));
+    std::span<const Value> rest = values.first(accepted * width);
+    while (!rest.empty()) {
+      if (chunks_.empty() || chunks_.back().width != width || chunks_.back().values.size() == kChunkRows * width) {
+        chunks_.push_back({{}, width});
+        chunks_.back().values.reserve(kChunkRows * width);
+      }
+      auto& chunk = chunks_.back().values;
+      const std::size_t count = std::min(rest.size(), kChunkRows * width - chunk.size());
+      chunk.insert(chunk.end(), rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count));
+      rest = rest.subspan(count);
+    }
+    size_ += accepted;
+    if (size_ >= wake_at_) {
+      wake_at_ = SIZE_MAX;
+      changed_.notify(lock);
+    }
+    return accepted;
+  }
 
   // At most `limit` rows of the first one's width, in memory allocated once. Needs the mutex and a row.
   Rows<Value> takeRun(std::size_t limit) {

@@ -1,6 +1,7 @@
 """The packet engine through its named methods, with pools that Python fills and transports that it brings."""
 
 import asyncio
+import collections.abc
 import queue
 import threading
 import time
@@ -103,7 +104,10 @@ def test_the_reply_pool_is_a_mapping():
             missing()
     assert pool.pop(1) == b"a"
     del pool[-5]
-    assert len(pool) == 0 and 1 not in pool and "x" not in pool
+    assert len(pool) == 0 and 1 not in pool and "x" not in pool and 2**70 not in pool
+    pool.update({3: b"c"})
+    assert pool == {3: b"c"} and list(pool.values()) == [b"c"] and pool.popitem() == (3, b"c")
+    assert isinstance(pool, collections.abc.MutableMapping)
 
 
 def test_what_python_inserts_wakes_a_waiter():
@@ -194,8 +198,16 @@ def test_stream_and_broadcast_pools_make_their_entries():
     for key in (START_AI, (START_AI,), (START_AI, 256), ("a", 0)):
         with pytest.raises(pyqvx.Error):
             e.data_pool_strm[key]
+    assert START_AI not in e.data_pool_strm and e.data_pool_strm.get((START_AI, 1)) is None
+    assert e.data_pool_strm.get((START_AI, 0)) is q and list(e.data_pool_strm.values()) == [q]
     answers = e.data_pool_bcst[252]
     answers.add(b"x")
+    assert (
+        answers | {b"y"} == {b"x", b"y"}
+        and {b"x"} - answers == set()
+        and answers <= {b"x"}
+        and 3 not in answers
+    )
     answers.add([120])
     assert answers == {b"x"} and b"x" in answers and list(answers) == [b"x"] and len(answers) == 1
 

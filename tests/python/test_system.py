@@ -4,7 +4,7 @@ import asyncio
 import datetime
 
 import pytest
-from fakes import fence
+from fakes import eventually, fence
 
 import pyqvx
 
@@ -116,7 +116,7 @@ def test_a_reboot_ends_the_connection(call, device, operation, capsys):
         device._echoPacket(pyqvx.RTC_GET_ALARM_TRIG, [0], 3)
     with pytest.raises(lost):
         device.Sys_getRTC()
-    assert "NetworkConnectionLostError" in capsys.readouterr().out
+    assert eventually(lambda: "NetworkConnectionLostError" in capsys.readouterr().out)
     assert place == (device.ip_addr, device.client_cmd)
 
 

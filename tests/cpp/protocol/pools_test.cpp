@@ -185,8 +185,12 @@ TEST(SignalQueue, DropsAndCountsWhatDoesNotFit) {
   EXPECT_EQ(queue.size(), 10U);
   EXPECT_EQ(flat(queue.take(1)), rows(0, 1, 2));
   EXPECT_EQ(queue.put(rows(30, 1, 2), 2), 0U);
+  const std::vector<double> more = rows(40, 1, 2);
+  EXPECT_FALSE(queue.tryPut(more));
   EXPECT_EQ(flat(queue.take(9)), rows(1, 9, 2));
-  EXPECT_EQ(flat(queue.take(9)), rows(30, 1, 2));
+  EXPECT_TRUE(queue.tryPut(more));
+  EXPECT_EQ(flat(queue.take(1)), rows(30, 1, 2));
+  EXPECT_EQ(flat(queue.take(SIZE_MAX)), more);
   EXPECT_TRUE(queue.take(9).empty());
   EXPECT_EQ(queue.dropped(), 7U);
 }

@@ -1,0 +1,167 @@
+"""What is called from where it hurts: connects that are ended from within, last references, fibers left behind."""
+
+import asyncio
+import gc
+import os
+import queue
+import threading
+import time
+import weakref
+
+import pytest
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, run_script
+
+import pyqvx
+
+
+class Gatekeeper(FakeTransport):
+    """Calls `act` while it connects."""
+
+    def __init__(self, act):
+        super().__init__()
+        self.act = act
+        self.disconnects = 0
+
+    def connect(self, address, port):
+        self.act()
+        return super().connect(address, port)
+
+    def disconnect(self):
+        self.disconnects += 1
+
+
+@pytest.mark.parametrize("end", ["disconnect", "close"])
+def test_a_transport_may_end_the_connect_it_serves(end):
+    device = pyqvx.FeroxA(verbose=False)
+    device.client_cmd = Gatekeeper(lambda: getattr(device, end)())
+    with pytest.raises(pyqvx.NetworkConnectionError):
+        device.connect("127.0.0.1")
+    assert not device.connect_status_cmd and device.client_cmd.disconnects > 0
+    device.client_cmd.act = lambda: None
+    if end == "disconnect":
+        assert device.connect("127.0.0.1") and device.Sys_getSerialNumber() == "FAKE0001"
+    device.close()
+
+
+def test_a_signal_handler_may_close_a_device_that_connects():
+    output = run_script(
+        """
+import signal, socket, threading, time, os
+import pyqvx
+full = socket.create_server(("127.0.0.1", 0), backlog=0)
+knocks = [socket.socket() for _ in range(4)]
+for knock in knocks:
+    knock.setblocking(False)
+    knock.connect_ex(full.getsockname())
+device = pyqvx.FeroxA(verbose=False)
+signal.signal(signal.SIGUSR1, lambda *_: device.close())
+threading.Timer(0.2, os.kill, (os.getpid(), signal.SIGUSR1)).start()
+begin = time.monotonic()
+try:
+    device.connect(*full.getsockname())
+except pyqvx.NetworkConnectionError:
+    print("ended", time.monotonic() - begin < 4.5, repr(device))
+"""
+    )
+    assert output == "ended True <FeroxA (Ferox-A) closed>\n"
+
+
+def test_a_cancelled_connect_leaves_the_loop_free_and_no_connection():
+    began, release = threading.Event(), threading.Event()
+
+    def wait():
+        began.set()
+        release.wait(PATIENCE_S)
+
+    with pyqvx.FeroxA(verbose=False) as device:
+        device.client_cmd = Gatekeeper(wait)
+
+        async def main():
+            task = asyncio.create_task(device.connect_async("127.0.0.1"))
+            while not began.is_set():
+                await asyncio.sleep(0.001)
+            task.cancel()
+            for _ in range(10):  # the transport has not come back: the loop goes on all the same
+                await asyncio.sleep(0)
+            release.set()
+            with pytest.raises(asyncio.CancelledError):
+                await task
+
+        asyncio.run(main())
+        assert eventually(lambda: repr(device) == "<FeroxA (Ferox-A) not connected>")
+        device.client_cmd.act = lambda: None
+        assert device.connect("127.0.0.1")
+
+
+def test_the_last_reference_may_go_on_a_thread_of_the_driver():
+    """What the receive thread reads lets go of the device."""
+    gone = threading.Event()
+
+    class Holder(FakeTransport):
+        def recvAndSplitPacket(self, size):
+            self.arriving.get(timeout=PATIENCE_S)
+            self.holds = None
+            gone.set()
+            return []
+
+    threads = threading.active_count(), len(os.listdir("/proc/self/task"))
+    transport = Holder()
+    transport.holds = connected(transport)
+    transport.pool = None
+    with pytest.warns(ResourceWarning):
+        transport.arriving.put("go")
+        assert gone.wait(PATIENCE_S)
+        assert eventually(lambda: len(os.listdir("/proc/self/task")) <= threads[1])
+    assert threading.active_count() == threads[0]
+
+
+def test_requests_of_a_closed_loop_are_given_back():
+    device = connected(FakeTransport({}), at_once=False)
+    gone = weakref.ref(device)
+    loop = asyncio.new_event_loop()
+    for _ in range(5):
+        loop.create_task(device.Sys_getSerialNumber_async(timeout=600))
+    loop.run_until_complete(asyncio.sleep(0))
+    loop.close()
+    device.close()
+    del loop, device
+    assert eventually(lambda: gc.collect() is not None and gone() is None)
+
+
+@pytest.mark.parametrize("form", ["blocking", "coroutine"])
+def test_queues_of_pythons_may_be_drained(silent, form):
+    """_getStreamingFromPool takes any object with a queue's methods."""
+    items: queue.Queue = queue.Queue()
+    timer = threading.Timer(0.05, lambda: [items.put(i) for i in range(3)])
+    timer.start()
+    if form == "blocking":
+        taken = silent._getStreamingFromPool(items, 3, 0.01)
+    else:
+        taken = asyncio.run(silent._getStreamingFromPool_async(items, 3, 0.01))
+    assert taken == [0, 1, 2]
+    timer.join()
+    with pytest.raises(pyqvx.Error):
+        silent._getStreamingFromPool(object(), 3, 0.01)
+
+
+def test_a_forked_child_gets_errors():
+    device = connected(FakeTransport())
+    device.client_cmd.pool = None
+    reader, writer = os.pipe()
+    child = os.fork()
+    if child == 0:
+        said = []
+        for call in (device.Sys_getSerialNumber, lambda: device.connect("127.0.0.1")):
+            try:
+                call()
+            except pyqvx.Error as error:
+                said.append(type(error).__name__)
+        os.write(writer, ",".join(said).encode())
+        os._exit(0)
+    os.close(writer)
+    assert os.waitpid(child, 0)[1] == 0
+    with os.fdopen(reader) as answers:
+        assert answers.read() == "NetworkConnectionLostError,NetworkConnectionError"
+    begin = time.monotonic()
+    assert device.Sys_getSerialNumber() == "FAKE0001" and time.monotonic() - begin < PATIENCE_S
+    device.close()
