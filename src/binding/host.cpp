@@ -1,6 +1,7 @@
 #include "core/host.h"
 
 #include "binding/bindings.h"
+#include "protocol/fiber.h"
 
 #include <utility>
 
@@ -59,16 +60,19 @@ class InterpreterHost : public Host {
     if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) {
       return false;
     }
-    const bool runs_python = PyGILState_GetThisThreadState() != nullptr;
-    const py::gil_scoped_acquire lock;
-    try {
-      work();
-    } catch (py::error_already_set& error) {
-      if (runs_python) {
-        throw;
+    // A coroutine's stack is too small for Python.
+    Fiber::outside([&work] {
+      const bool runs_python = PyGILState_GetThisThreadState() != nullptr;
+      const py::gil_scoped_acquire lock;
+      try {
+        work();
+      } catch (py::error_already_set& error) {
+        if (runs_python) {
+          throw;
+        }
+        error.discard_as_unraisable("pyqvx");
       }
-      error.discard_as_unraisable("pyqvx");
-    }
+    });
     return true;
   }
 
