@@ -102,7 +102,7 @@ def main() -> int:
         for variable in OPTIONS[preset]:
             env[variable] += f":log_path={build}/report"
     report = build / "pytest.xml"
-    pytest = [str(PYTHON), "-m", "pytest", "tests/python", "--quiet", f"--junitxml={report}"]
+    pytest = [str(PYTHON), "-m", "pytest", "tests/python", "--quiet", "-n", "4", f"--junitxml={report}"]
     python = run("Python", wrapper + pytest, report, env)
 
     for text in (file.read_text(errors="replace") for file in sorted(build.glob("report.*"))):
