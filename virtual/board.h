@@ -2,21 +2,15 @@
 #pragma once
 
 #include "virtual/firmware.h"
+#include "virtual/pins.h"
 #include "virtual/rtc.h"
 #include "virtual/source.h"
 
 #include <array>
-#include <map>
 #include <string>
+#include <vector>
 
 namespace qvx::bench {
-
-inline constexpr std::size_t kPinsPerPort = 8;
-
-enum class PinMode : std::uint8_t { Disabled, Idle, DI, DO, UART, I2C, SPI, CAN, PWM, ADC };
-
-// A port whose pins have one function for good; without one they follow the mode of the port's slot.
-using FixedPins = std::map<int, PinMode>;
 
 // What a module asks of the device as a whole; done once the reply is out.
 enum class Effect : std::uint8_t { None, FactoryReset, Reboot, RebootOnBootloader };
@@ -34,9 +28,10 @@ struct Board {
   std::string model;        // class name, "FeroxA"
   std::string driver_name;  // as the firmware calls itself, "Ferox-A"
   bool wireless = false;
-  FixedPins fixed_pins;
-  Inputs inputs;         // by analog channel
-  bool unpaced = false;  // streams run as fast as the client takes them
+  Pins pins;                // the ports that are not here follow their slots
+  std::vector<Wire> wires;  // of the analog ones, which are for the analog modules to keep
+  Inputs inputs;            // by analog channel
+  bool unpaced = false;     // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.

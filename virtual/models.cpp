@@ -5,6 +5,7 @@
 #include "virtual/wireless_firmware.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qvx::bench {
 namespace {
@@ -15,6 +16,12 @@ constexpr AiPortRow kEightChannelsAlwaysOpen[] = {
     {.port = 0, .channels = 8, .selectable_channels = false, .always_open = true, .max_rate = kFastestRate}};
 constexpr AiPortRow kEightChannels[] = {
     {.port = 0, .channels = 8, .selectable_channels = false, .always_open = false, .max_rate = kFastestRate}};
+
+constexpr AiPortRow kChosenChannels[] = {
+    {.port = 0, .channels = 8, .selectable_channels = true, .always_open = false, .max_rate = kFastestRate}};
+
+// Four ports; some of the processor's pins are not led out.
+const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
 
 template <class Firmware>
 std::unique_ptr<Module> make(Board& board) {
@@ -35,6 +42,21 @@ ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
           .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAi<kEightChannels>}};
 }
 
+ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
+  return {.product = product,
+          .wireless = false,
+          .serial_prefix = serial_prefix,
+          .free_pins = kCordlogPins,
+          .modules = std::move(modules)};
+}
+
+ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
+  ModelRow row = cordlog(product, serial_prefix, std::move(modules));
+  row.analog_inputs = 8;
+  row.modules.push_back(makeAi<kChosenChannels>);
+  return row;
+}
+
 }  // namespace
 
 const std::vector<ModelRow>& modelRows() {
@@ -45,6 +67,23 @@ const std::vector<ModelRow>& modelRows() {
        .analog_inputs = 8,
        .fixed_pins = {{0, PinMode::ADC}},
        .modules = {make<NetworkFirmware>, makeAi<kEightChannelsAlwaysOpen>}},
+      {.product = ProductId::FeroxD,
+       .wireless = false,
+       .serial_prefix = "FD",
+       .fixed_pins = {{0, PinMode::DO}, {1, PinMode::DI}},
+       .modules = {make<NetworkFirmware>}},
+      {.product = ProductId::FeroxEXD,
+       .wireless = false,
+       .serial_prefix = "FX",
+       .free_pins = {{0, 0xFF}, {1, 0xFF}, {2, 0xFF}, {3, 0xFF}},
+       .modules = {make<NetworkFirmware>}},
+      cordlog(ProductId::CordlogF1D, "CD"),
+      cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA"),
+      cordlog(ProductId::CordlogF1TD, "CT"),
+      cordlog(ProductId::CordlogF1CD, "CC"),
+      cordlog(ProductId::CordlogF1RD, "CR"),
+      cordlog(ProductId::CordlogF1DSNK, "CS"),
+      cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
       wirelessAnalogInput(ProductId::SkylogF4A, "SF"),
   };
@@ -52,9 +91,7 @@ const std::vector<ModelRow>& modelRows() {
 }
 
 std::string_view ModelRow::name() const {
-  const auto labels = productLabels();
-  return std::find_if(labels.begin(), labels.end(), [this](const ProductLabel& label) { return label.id == product; })
-      ->class_name;
+  return productName(product);
 }
 
 const ModelRow* findModel(std::string_view name) {

@@ -16,9 +16,11 @@ using MakeModule = std::unique_ptr<Module> (*)(Board&);
 struct ModelRow {
   ProductId product;
   bool wireless;
-  const char* serial_prefix;  // two letters; six digits follow
-  std::size_t analog_inputs;  // channels that --source names
-  FixedPins fixed_pins;
+  const char* serial_prefix;       // two letters; six digits follow
+  std::size_t analog_inputs = 0;   // channels that --source and --wire name
+  std::size_t analog_outputs = 0;  // channels that --wire names
+  FixedPins fixed_pins{};
+  FreePins free_pins{};
   std::vector<MakeModule> modules;  // beside the system module, which every device has
 
   std::string_view name() const;

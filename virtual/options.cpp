@@ -28,6 +28,7 @@ struct Given {
   std::vector<std::string> aliases;
   std::vector<std::string> serials;
   std::vector<std::string> sources;
+  std::vector<std::string> wires;
   std::vector<std::string> statuses;
   std::uint64_t seed = 0;
   std::uint32_t delay_ms = 0;
@@ -133,7 +134,10 @@ std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
   for (const std::string& text : given.sources) {
     setup.sources.push_back(SourceSpec::parse(text));
   }
-  makeInputs(setup.sources, setup.model->analog_inputs, 0);  // refuses what does not fit
+  for (const std::string& text : given.wires) {
+    setup.wires.push_back(Wire::parse(text));
+  }
+  const Device trial(setup, {});  // refuses what does not fit
   setup.seed = given.seed;
   setup.unpaced = given.unpaced;
   setup.clock = localTime();
@@ -184,6 +188,8 @@ void describe(CLI::App& app, Given& given) {
   list("--alias", given.aliases, "TEXT", "alias; again for the next device");
   list("--serial", given.serials, "TEXT", "serial number, 8 characters; again for the next device");
   list("--source", given.sources, "[CHANNEL=]KIND[:VALUE...]", "what the analog inputs measure; see below");
+  list("--wire", given.wires, "OUTPUT=INPUT",
+       "connect do0.1=di0.2 or ao0.1=ai0.2 (port.pin), or do0=di1 (each pin); inputs without a wire are 0");
   app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");
   app.add_flag("--stream-as-fast-as-possible", given.unpaced, "ignore the sampling rate: for benchmarks");
 

@@ -3,6 +3,7 @@
 #include "core/constants.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace qvx::bench {
 namespace {
@@ -130,14 +131,18 @@ Answer SystemFirmware::setAlias(const Request& request) {
 
 Answer SystemFirmware::pinModes(const Request& request) {
   const int port = request.payload[0];
-  const auto fixed = board_.fixed_pins.find(port);
-  if (static_cast<std::size_t>(port) >= kSlots && fixed == board_.fixed_pins.end()) {
+  const Pins& pins = board_.pins;
+  if (static_cast<std::size_t>(port) >= kSlots && !pins.hasPort(port)) {
     return status::kPinIndex;
   }
-  const PinMode mode =
-      fixed != board_.fixed_pins.end() ? fixed->second : kPinsOfSlotMode[slots_[static_cast<std::size_t>(port)]];
-  // The same four bits for each of the eight pins.
-  return payload(u8(kPinsPerPort), u32(0x11111111U * static_cast<std::uint32_t>(mode)));
+  std::uint32_t modes = 0;
+  for (std::size_t pin = kPinsPerPort; pin-- > 0;) {
+    const PinMode mode = pins.hasPort(port) ? pins.mode(port, static_cast<int>(pin))
+                                            : kPinsOfSlotMode[slots_[static_cast<std::size_t>(port)]];
+    modes = modes << 4 | static_cast<std::uint32_t>(mode);
+  }
+  return payload(u8(pins.hasPort(port) ? std::popcount(pins.pinsOf(port)) : static_cast<int>(kPinsPerPort)),
+                 u32(modes));
 }
 
 Answer SystemFirmware::slotMode(const Request& request) {

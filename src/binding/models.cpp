@@ -5,31 +5,42 @@
 namespace qvx::binding {
 namespace {
 
-// One row a product: class and its bases in the order of method resolution.
-template <class Class, class... Bases>
-void bindModel(py::module_& module, const char* name, const char* doc) {
-  py::class_<Class, Bases..., std::shared_ptr<Class>>(module, name, doc, py::dynamic_attr())
-      .def(py::init([](bool verbose) { return makeDevice<Class>(verbose); }), py::arg("verbose") = true,
-           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
-           "standard output.");
-}
-
 template <class Class>
-void bindWirelessAnalogInput(py::module_& module, const char* name, const char* doc) {
-  bindModel<Class, WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule,
-            SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async>(
-      module, name, doc);
-}
+struct Binder;
+
+// The bases in the order of method resolution: the handle, the blocking modules, their coroutines.
+template <ProductId Product, class Handle, class... Operations>
+struct Binder<Model<Product, Handle, Operations...>> {
+  using Class = Model<Product, Handle, Operations...>;
+  using PythonClass =
+      py::class_<Class, Handle, BlockingFace<Operations>..., CoroutineFace<Operations>..., std::shared_ptr<Class>>;
+
+  static void bind(py::module_& module, const char* doc) {
+    PythonClass(module, productName(Product), doc, py::dynamic_attr())
+        .def(py::init([](bool verbose) { return makeDevice<Class>(verbose); }), py::arg("verbose") = true,
+             "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
+             "standard output.");
+  }
+};
 
 }  // namespace
 
 void bindModels(py::module_& module) {
-  bindWirelessAnalogInput<SkylogE3A>(
-      module, "SkylogE3A", "Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi.");
-  bindWirelessAnalogInput<SkylogF4A>(
-      module, "SkylogF4A", "Skylog-F4-A: 8 channels of 16-bit analog input, +-10 V, up to 20 kHz, over Wi-Fi.");
-  bindModel<FeroxA, ETHDevice, SystemModule, NetworkModule, AIModule, SystemModule_async, NetworkModule_async,
-            AIModule_async>(module, "FeroxA", "Ferox-A: 8 channels of 16-bit analog input, +-10 V, over Ethernet.");
+  Binder<SkylogE3A>::bind(module, "Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi.");
+  Binder<SkylogF4A>::bind(module, "Skylog-F4-A: 8 channels of 16-bit analog input, +-10 V, up to 20 kHz, over Wi-Fi.");
+  Binder<FeroxA>::bind(module, "Ferox-A: 8 channels of 16-bit analog input, +-10 V, over Ethernet.");
+  Binder<FeroxD>::bind(module, "Ferox-D: 8 digital outputs (port 0) and 8 digital inputs (port 1), over Ethernet.");
+  Binder<FeroxEXD>::bind(module, "Ferox-EX-D: 32 digital lines in 4 ports, input or output by choice, over Ethernet.");
+  Binder<CordlogF1D>::bind(module, "Cordlog-F1-D: 26 digital lines in 4 ports, input or output by choice, over USB.");
+  Binder<CordlogF1AD>::bind(module,
+                            "Cordlog-F1-AD: a Cordlog-F1-D with 8 channels of 16-bit analog input, +-10 V, over USB.");
+  Binder<CordlogF1TD>::bind(module, "Cordlog-F1-TD: a Cordlog-F1-D with thermocouple inputs, over USB.");
+  Binder<CordlogF1CD>::bind(module, "Cordlog-F1-CD: a Cordlog-F1-D with a CAN bus, over USB.");
+  Binder<CordlogF1RD>::bind(module, "Cordlog-F1-RD: a Cordlog-F1-D with resistance thermometer inputs, over USB.");
+  Binder<CordlogF1DSNK>::bind(module, "Cordlog-F1-D-SNK: digital lines with current-sinking outputs, over USB.");
+  Binder<CordlogF1AOD>::bind(module,
+                             "Cordlog-F1-AOD: digital lines, 8 channels of 16-bit analog input and analog output, +-10 "
+                             "V, over USB.");
 }
 
 }  // namespace qvx::binding

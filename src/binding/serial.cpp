@@ -54,7 +54,8 @@ void bindHandle(py::module_& module) {
           py::arg("port"),
           docstring("connect", "port: str", "bool",
                     "Opens a serial device file such as \"/dev/ttyUSB0\" for this handle alone. Raises "
-                    "UARTConnectionError."))
+                    "UARTConnectionError. \"tcp://ADDRESS:PORT\" connects to a virtual device instead; raises "
+                    "NetworkConnectionError."))
       .def(
           "connect_async",
           [](const py::object& self, const Argument& port) {

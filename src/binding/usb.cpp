@@ -63,7 +63,8 @@ void bindHandle(py::module_& module) {
           Signature("serial_num: str = \"default\""),
           docstring("connect", "serial_num: str = \"default\"", "bool",
                     "Connects to the device with this serial number, by default to the first one attached. Raises "
-                    "USBConnectionError."))
+                    "USBConnectionError. \"tcp://ADDRESS:PORT\" connects to a virtual device instead; raises "
+                    "NetworkConnectionError."))
       .def(
           "connect_async",
           [](const py::object& self, const Argument& serial_num) {

@@ -21,4 +21,8 @@ std::string_view productLabel(ProductId id) {
   return id == ProductId::None ? "" : kLabels[static_cast<std::size_t>(id) - 1].label;
 }
 
+const char* productName(ProductId id) {
+  return id == ProductId::None ? "" : kLabels[static_cast<std::size_t>(id) - 1].class_name;
+}
+
 }  // namespace qvx

@@ -24,5 +24,7 @@ struct ProductLabel {
 std::span<const ProductLabel> productLabels();
 // "Ferox-A"; empty for ProductId::None.
 std::string_view productLabel(ProductId id);
+// The name of its class, "FeroxA"; empty for ProductId::None.
+const char* productName(ProductId id);
 
 }  // namespace qvx

@@ -5,6 +5,7 @@
 #include "models/products.h"
 #include "modules/faces.h"
 #include "protocol/network_device.h"
+#include "protocol/usb_device.h"
 #include "protocol/wifi_device.h"
 
 namespace qvx {
@@ -36,5 +37,15 @@ using WirelessAnalogInput = Model<Product, WifiDevice, SystemOperations, SystemA
 using SkylogE3A = WirelessAnalogInput<ProductId::SkylogE3A>;
 using SkylogF4A = WirelessAnalogInput<ProductId::SkylogF4A>;
 using FeroxA = Model<ProductId::FeroxA, ETHDevice, SystemOperations, NetworkOperations, AIOperations>;
+using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations>;
+using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations>;
+
+using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations>;
+using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, AIOperations>;
+using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations>;
+using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations>;
+using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations>;
+using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations>;
+using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations>;
 
 }  // namespace qvx

@@ -15,12 +15,12 @@ struct Product {
 
 constexpr double kBipolar10Volts16Bit = 10.0 / 32768;
 
-AIConfiguration eightChannels(double max_rate) {
+AIConfiguration eightChannels(double max_rate, bool variable = false) {
   return {.ports = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}},
           .ratio = kBipolar10Volts16Bit,
           .num_channels = 8,
           .max_rate = max_rate,
-          .variable = false};
+          .variable = variable};
 }
 
 // Built once: the rows own their port tables.
@@ -29,6 +29,15 @@ const std::vector<Product>& products() {
       {ProductId::SkylogE3A, {.ai = eightChannels(10000)}},
       {ProductId::SkylogF4A, {.ai = eightChannels(20000)}},
       {ProductId::FeroxA, {.ai = eightChannels(20000)}},
+      {ProductId::FeroxD, {}},
+      {ProductId::FeroxEXD, {}},
+      {ProductId::CordlogF1D, {}},
+      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true)}},
+      {ProductId::CordlogF1TD, {}},
+      {ProductId::CordlogF1CD, {}},
+      {ProductId::CordlogF1RD, {}},
+      {ProductId::CordlogF1DSNK, {}},
+      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true)}},
   };
   return table;
 }

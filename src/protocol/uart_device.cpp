@@ -1,6 +1,7 @@
 #include "protocol/uart_device.h"
 
 #include "core/constants.h"
+#include "transport/tcp.h"
 #include "transport/uart.h"
 
 #include <limits>
@@ -28,6 +29,14 @@ UARTDevice::~UARTDevice() {
 bool UARTDevice::connect(const Argument& port) {
   const std::string& name = checkedText(port, "port");
   command_.connect(name, [&] {
+    if (const auto place = tcpPlace(name)) {
+      setClientCmd(std::make_shared<TCPClient>());
+      clientCmd()->connect(place->ip, place->port);
+      return;
+    }
+    if (std::dynamic_pointer_cast<TCPClient>(clientCmd())) {
+      setClientCmd(std::make_shared<UARTClient>());
+    }
     const auto client = clientCmd();
     if (!client) {
       fail(ErrorId::UARTConnectionError, "This device has no transport to connect.");

@@ -17,6 +17,7 @@ class UARTDevice : public Device {
   ~UARTDevice() override;
 
   // Opens the serial device file `port`, such as "/dev/ttyUSB0", for this handle alone. Raises UARTConnectionError.
+  // "tcp://ADDRESS:PORT" is a device that is reached over TCP; NetworkConnectionError.
   bool connect(const Argument& port);
 
   int baudrate() const { return baudrate_; }

@@ -1,6 +1,7 @@
 #include "protocol/usb_device.h"
 
 #include "core/constants.h"
+#include "transport/tcp.h"
 #include "transport/usb.h"
 
 namespace qvx {
@@ -22,7 +23,15 @@ USBDevice::~USBDevice() {
 
 bool USBDevice::connect(const Argument& serial_num) {
   const std::string& serial = checkedText(serial_num, "serial_num");
-  command_.connect(serial, [&] { setClientCmd(std::make_shared<USBClient>(serial)); });
+  command_.connect(serial, [&] {
+    if (const auto place = tcpPlace(serial)) {
+      const auto client = std::make_shared<TCPClient>();
+      setClientCmd(client);
+      client->connect(place->ip, place->port);
+    } else {
+      setClientCmd(std::make_shared<USBClient>(serial));
+    }
+  });
   return true;
 }
 

@@ -12,7 +12,7 @@ class USBDevice : public Device {
   ~USBDevice() override;
 
   // Makes the client, which finds and opens the device with this serial number, the first of all for "default". Blocks.
-  // Raises USBConnectionError.
+  // Raises USBConnectionError. "tcp://ADDRESS:PORT" is a device that is reached over TCP; NetworkConnectionError.
   bool connect(const Argument& serial_num);
 
   Channel& commandChannel() { return command_; }

@@ -9,8 +9,10 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
 namespace qvx {
@@ -117,6 +119,21 @@ bool TCPClient::connect(const std::string& ip, int port, double timeout_s) {
   }
   abandon(link);
   failToConnect(target, link->isEnded() ? "ended by disconnect" : reason);
+}
+
+std::optional<TCPPlace> tcpPlace(const std::string& identifier) {
+  constexpr std::string_view kScheme = "tcp://";
+  if (identifier.rfind(kScheme, 0) != 0) {
+    return std::nullopt;
+  }
+  const std::size_t colon = identifier.rfind(':');
+  TCPPlace place{colon > kScheme.size() ? identifier.substr(kScheme.size(), colon - kScheme.size()) : "", 0};
+  const char* const end = identifier.data() + identifier.size();
+  const auto [read, problem] = std::from_chars(identifier.data() + colon + 1, end, place.port);
+  if (problem != std::errc() || read != end || place.port < 1 || place.port > 65535) {
+    failToConnect("\"" + identifier + "\"", "not of the form tcp://ADDRESS:PORT");
+  }
+  return place;
 }
 
 }  // namespace qvx

@@ -4,6 +4,7 @@
 #include "core/constants.h"
 #include "transport/network.h"
 
+#include <optional>
 #include <string>
 
 namespace qvx {
@@ -20,5 +21,14 @@ class TCPClient : public NetworkClient {
   bool connect(const std::string& ip, int port, double timeout_s);
   bool connect(const std::string& ip, int port) override { return connect(ip, port, CONNECTION_TIMEOUT); }
 };
+
+struct TCPPlace {
+  std::string ip;
+  int port;
+};
+
+// "tcp://ADDRESS:PORT", in the place of what identifies a device on another medium: such as a virtual device. Nothing
+// when the text begins in another way. Raises NetworkConnectionError when no port number follows the address.
+std::optional<TCPPlace> tcpPlace(const std::string& identifier);
 
 }  // namespace qvx

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import queue
+import socket
 import struct
 import subprocess
 import sys
@@ -96,14 +97,32 @@ class FakeTransport:
         pass
 
 
+def models():
+    """The class of every product."""
+    return [c for c in vars(pyqvx).values() if isinstance(c, type) and c.__name__ in pyqvx.LABEL_DICT]
+
+
+def connect_to(device, bench):
+    """Connects a device of any model to the first one of a virtual bench."""
+    if isinstance(device, pyqvx.WifiDevice):
+        return device.connect(bench.ip, bench.data_port, cmd_port=bench.port)
+    return device.connect(*bench.address if isinstance(device, pyqvx.NetworkDevice) else (bench.url,))
+
+
 def connected(transport, make=pyqvx.FeroxA, at_once=True):
     """A device whose commands go to `transport`. With `at_once`, replies are filed before the send returns,
     so that no request is ever repeated, however slow the machine."""
     device = make(verbose=False)
-    device.client_cmd = transport
-    if isinstance(device, pyqvx.WifiDevice):
-        device.client_data = FakeTransport()
-    device.connect("192.0.2.1")
+    if isinstance(device, pyqvx.USBDevice):  # makes a client of its own when it connects
+        with socket.create_server(("127.0.0.1", 0)) as server:
+            device.connect(f"tcp://127.0.0.1:{server.getsockname()[1]}")
+            device.client_cmd.disconnect()
+        device.client_cmd = transport
+    else:
+        device.client_cmd = transport
+        if isinstance(device, pyqvx.WifiDevice):
+            device.client_data = FakeTransport()
+        device.connect("192.0.2.1")
     transport.pool = device.data_pool_echo if at_once else None
     return device
 

@@ -69,11 +69,11 @@ class VirtualDevice:
     options: those of qvx-virtual, with underscores for hyphens: source="sine:5:50", drop=0.1, silent=True,
         source=["ramp", "3=constant:1"], status={177: 52}.
 
-    After `start` (or inside `with`) `ip`, `port` and `address` are those of the first device, `addresses` has
-    a pair (ip, port) for each and `process` is the running program. Wireless models stream over a port of
-    their own: `data_port`, and `data_ports` for each device; None on other models. `start` raises
-    RuntimeError with the program's message when it does not start. The program ends with this process,
-    whatever happens.
+    After `start` (or inside `with`) `ip`, `port`, `address` and `url` are those of the first device,
+    `addresses` has a pair (ip, port) for each and `process` is the running program. Wireless models stream
+    over a port of their own: `data_port`, and `data_ports` for each device; None on other models. `start`
+    raises RuntimeError with the program's message when it does not start. The program ends with this
+    process, whatever happens.
     """
 
     def __init__(
@@ -111,6 +111,11 @@ class VirtualDevice:
     @property
     def address(self) -> tuple[str, int]:
         return self.addresses[0]
+
+    @property
+    def url(self) -> str:
+        """What `connect` of a USB or serial model takes: "tcp://127.0.0.1:4007"."""
+        return f"tcp://{self.ip}:{self.port}"
 
     @property
     def log(self) -> str:
