@@ -1,6 +1,7 @@
 #include "virtual/models.h"
 
 #include "virtual/ai_firmware.h"
+#include "virtual/dio_firmware.h"
 #include "virtual/network_firmware.h"
 #include "virtual/wireless_firmware.h"
 
@@ -42,7 +43,9 @@ ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
           .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAi<kEightChannels>}};
 }
 
+// `modules`: those beside digital input and output, which all of them have.
 ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
+  modules.push_back(make<DioFirmware>);
   return {.product = product,
           .wireless = false,
           .serial_prefix = serial_prefix,
@@ -50,10 +53,19 @@ ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeM
           .modules = std::move(modules)};
 }
 
-ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
-  ModelRow row = cordlog(product, serial_prefix, std::move(modules));
+ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
+  ModelRow row = cordlog(product, serial_prefix, {makeAi<kChosenChannels>});
   row.analog_inputs = 8;
-  row.modules.push_back(makeAi<kChosenChannels>);
+  return row;
+}
+
+// Two ports of outputs that sink current, two of inputs.
+ModelRow cordlogWithSinks() {
+  ModelRow row = cordlog(ProductId::CordlogF1DSNK, "CS");
+  for (const auto& [port, pins] : kCordlogPins) {
+    row.fixed_pins.emplace(port, FixedPort(port < 2 ? PinMode::DO : PinMode::DI, pins));
+  }
+  row.free_pins.clear();
   return row;
 }
 
@@ -71,18 +83,18 @@ const std::vector<ModelRow>& modelRows() {
        .wireless = false,
        .serial_prefix = "FD",
        .fixed_pins = {{0, PinMode::DO}, {1, PinMode::DI}},
-       .modules = {make<NetworkFirmware>}},
+       .modules = {make<NetworkFirmware>, make<DioFirmware>}},
       {.product = ProductId::FeroxEXD,
        .wireless = false,
        .serial_prefix = "FX",
        .free_pins = {{0, 0xFF}, {1, 0xFF}, {2, 0xFF}, {3, 0xFF}},
-       .modules = {make<NetworkFirmware>}},
+       .modules = {make<NetworkFirmware>, make<DioFirmware>}},
       cordlog(ProductId::CordlogF1D, "CD"),
       cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA"),
       cordlog(ProductId::CordlogF1TD, "CT"),
       cordlog(ProductId::CordlogF1CD, "CC"),
       cordlog(ProductId::CordlogF1RD, "CR"),
-      cordlog(ProductId::CordlogF1DSNK, "CS"),
+      cordlogWithSinks(),
       cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
       wirelessAnalogInput(ProductId::SkylogF4A, "SF"),

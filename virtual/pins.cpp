@@ -7,8 +7,6 @@
 namespace qvx::bench {
 namespace {
 
-constexpr PinMask kAllPins = (1U << kPinsPerPort) - 1;
-
 // None for what is no pin.
 template <class Pin>
 constexpr PinMask bit(Pin pin) {
@@ -22,9 +20,11 @@ std::string nameOf(const char* kind, const Terminal& terminal) {
 }  // namespace
 
 Pins::Pins(const FixedPins& fixed, const FreePins& free, const std::vector<Wire>& wires) {
-  for (const auto& [port, mode] : fixed) {
-    ports_[port] = {.fixed = true, .pins = kAllPins};
-    ports_[port].modes.fill(mode);
+  for (const auto& [number, row] : fixed) {
+    Port& port = ports_[number] = {.fixed = true, .pins = row.pins};
+    for (std::size_t pin = 0; pin < kPinsPerPort; ++pin) {
+      port.modes[pin] = (row.pins & bit(pin)) != 0 ? row.mode : PinMode::Disabled;
+    }
   }
   for (const auto& [port, pins] : free) {
     ports_[port] = {.fixed = false, .pins = pins};
@@ -79,6 +79,14 @@ const Pins::Port* Pins::find(int port) const {
 Pins::Port* Pins::find(int port) {
   const auto found = ports_.find(port);
   return found == ports_.end() ? nullptr : &found->second;
+}
+
+std::vector<int> Pins::ports() const {
+  std::vector<int> numbers;
+  for (const auto& [number, port] : ports_) {
+    numbers.push_back(number);
+  }
+  return numbers;
 }
 
 PinMask Pins::pinsOf(int port) const {

@@ -19,7 +19,12 @@ enum class PinMode : std::uint8_t { Disabled, Idle, DI, DO, UART, I2C, SPI, CAN,
 using PinMask = std::uint16_t;
 
 // Ports whose pins have one function for good.
-using FixedPins = std::map<int, PinMode>;
+struct FixedPort {
+  FixedPort(PinMode mode_, PinMask pins_ = 0xFF) : mode(mode_), pins(pins_) {}
+  PinMode mode;
+  PinMask pins;
+};
+using FixedPins = std::map<int, FixedPort>;
 // Ports whose pins are idle until a function takes them, and the pins that they have.
 using FreePins = std::map<int, PinMask>;
 
@@ -32,10 +37,11 @@ class Pins {
   // no such output or input, and when two wires lead to one input.
   Pins(const FixedPins& fixed, const FreePins& free, const std::vector<Wire>& wires);
 
+  std::vector<int> ports() const;
   bool hasPort(int port) const { return ports_.contains(port); }
   // The pins of a port; none when there is no such port.
   PinMask pinsOf(int port) const;
-  // The ports whose pins a function may take.
+  // Whether functions may take and release its pins.
   bool isFree(int port) const;
   PinMode mode(int port, int pin) const;
   // The pins of a port that have this mode.

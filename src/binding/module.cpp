@@ -28,5 +28,6 @@ PYBIND11_MODULE(pyqvx, module) {
   bindNetwork(module);
   bindDiscovery(module);
   bindAnalog(module);
+  bindDigital(module);
   bindModels(module);
 }

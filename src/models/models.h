@@ -19,7 +19,7 @@ class Model : public virtual Handle,
               public CoroutineFace<Operations>... {
  public:
   explicit Model(bool verbose = true) : Model(verbose, productConfiguration(Product)) {}
-  ~Model() override { this->close(); }
+  ~Model() override { Handle::close(); }
 
  private:
   // A virtual base is constructed here and nowhere else: what the faces are given goes unused.
@@ -37,15 +37,15 @@ using WirelessAnalogInput = Model<Product, WifiDevice, SystemOperations, SystemA
 using SkylogE3A = WirelessAnalogInput<ProductId::SkylogE3A>;
 using SkylogF4A = WirelessAnalogInput<ProductId::SkylogF4A>;
 using FeroxA = Model<ProductId::FeroxA, ETHDevice, SystemOperations, NetworkOperations, AIOperations>;
-using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations>;
-using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations>;
+using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
+using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 
-using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations>;
-using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, AIOperations>;
-using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations>;
-using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations>;
-using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations>;
-using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations>;
-using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations>;
+using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, AIOperations, DIOOperations>;
+using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, DIOOperations>;
 
 }  // namespace qvx

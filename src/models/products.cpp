@@ -23,21 +23,31 @@ AIConfiguration eightChannels(double max_rate, bool variable = false) {
           .variable = variable};
 }
 
+const std::vector<int> kEightPins{0, 1, 2, 3, 4, 5, 6, 7};
+
+// Each pin is an input or an output, by choice.
+DIOConfiguration eitherWay(const PinMap& pins) {
+  return {.inputs = pins, .outputs = pins};
+}
+
+const DIOConfiguration kCordlogPins =
+    eitherWay({{0, kEightPins}, {1, {0, 1, 2, 3, 4, 5}}, {2, {0, 1, 2, 3, 6, 7}}, {3, {0, 1, 2, 3, 4, 5}}});
+
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
   static const std::vector<Product> table{
       {ProductId::SkylogE3A, {.ai = eightChannels(10000)}},
       {ProductId::SkylogF4A, {.ai = eightChannels(20000)}},
       {ProductId::FeroxA, {.ai = eightChannels(20000)}},
-      {ProductId::FeroxD, {}},
-      {ProductId::FeroxEXD, {}},
-      {ProductId::CordlogF1D, {}},
-      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true)}},
-      {ProductId::CordlogF1TD, {}},
-      {ProductId::CordlogF1CD, {}},
-      {ProductId::CordlogF1RD, {}},
-      {ProductId::CordlogF1DSNK, {}},
-      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true)}},
+      {ProductId::FeroxD, {.dio = {.inputs = {{1, kEightPins}}, .outputs = {{0, kEightPins}}}}},
+      {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
+      {ProductId::CordlogF1D, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},
+      {ProductId::CordlogF1TD, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1CD, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1RD, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},
   };
   return table;
 }

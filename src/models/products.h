@@ -3,6 +3,7 @@
 
 #include "core/product.h"
 #include "modules/analog/ai.h"
+#include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
 #include "modules/system/system_analog.h"
@@ -12,9 +13,11 @@ namespace qvx {
 
 // Every module is constructed from its link and from the part of this that concerns it.
 struct ProductConfiguration {
-  AIConfiguration ai;
+  AIConfiguration ai{};
+  DIOConfiguration dio{};
 
   operator const AIConfiguration&() const { return ai; }
+  operator const DIOConfiguration&() const { return dio; }
   operator SystemConfiguration() const { return {}; }
   operator SystemAnalogConfiguration() const { return {}; }
   operator NetworkConfiguration() const { return {}; }

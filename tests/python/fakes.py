@@ -116,7 +116,7 @@ def connected(transport, make=pyqvx.FeroxA, at_once=True):
     if isinstance(device, pyqvx.USBDevice):  # makes a client of its own when it connects
         with socket.create_server(("127.0.0.1", 0)) as server:
             device.connect(f"tcp://127.0.0.1:{server.getsockname()[1]}")
-            device.client_cmd.disconnect()
+            transport.peer, _ = server.accept()  # stays open until nobody reads there any more
         device.client_cmd = transport
     else:
         device.client_cmd = transport

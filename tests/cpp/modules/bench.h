@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modules/analog/ai.h"
+#include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
 #include "modules/system/system_analog.h"
@@ -32,6 +33,9 @@ struct Bench {
   NetworkOperations network{Link(device), {}};
   WifiOperations wifi{Link(device), {}};
   AIOperations ai;
+  DIOOperations dio{Link(device),
+                    {.inputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {4, {0, 1}}},
+                     .outputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {5, {6, 7}}}}};
 
   explicit Bench(ProductId product = ProductId::FeroxA,
                  AIConfiguration configuration = {.ports = {{0, {0, 1}}}, .num_channels = 2})
@@ -64,6 +68,8 @@ inline std::string show(std::uint32_t value) {
 inline std::string show(const std::string& value) {
   return value;
 }
+template <class Value>
+std::string show(const std::vector<Value>& values);
 inline std::string show(double value) {
   std::ostringstream text;
   text << value;
