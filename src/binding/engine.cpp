@@ -149,6 +149,17 @@ void bindEngine(py::module_& module) {
           "client_udp", [](const Packet_based& self) { return objectOf(self.clientUdp()); },
           [](Packet_based& self, const py::object& client) { self.setClientUdp(transportOf(client)); },
           "-> object\n\nWhere broadcasts go.")
+      .def_property(
+          "resend", [](const Packet_based& self) { return self.resend.load(); },
+          [](Packet_based& self, const py::object& on) {
+            if (!PyBool_Check(on.ptr())) {
+              fail(ErrorId::InputTypeNotCorrectError, "resend is True or False");
+            }
+            self.resend = on.cast<bool>();
+          },
+          "-> bool\n\nWhether operations send a command again when its reply is late, True at first. A device carries "
+          "out each command that it receives: on a slow connection a toggle is then done twice. With False they send "
+          "once and wait as long.")
       .def_property_readonly(
           "data_pool_echo", [](Packet_based& self) -> ReplyPool& { return self.data_pool_echo; },
           py::return_value_policy::reference_internal, "-> ReplyPool\n\nReplies to commands.")

@@ -86,8 +86,9 @@ std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double
 
 std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_out, double timeout) {
   const double attempt = Fiber::current() != nullptr ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
+  const int most = resend ? NUM_RETRIES : 1;
   double elapsed = 0;
-  for (int attempts = 0; attempts < NUM_RETRIES && elapsed < timeout; ++attempts) {
+  for (int attempts = 0; attempts < most && elapsed < timeout; ++attempts) {
     // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
     const double wait = Fiber::current() != nullptr ? std::min(attempt, timeout - elapsed) : attempt;
     if (auto reply = echoPacket(cmd, data_out, wait)) {

@@ -8,6 +8,7 @@
 #include "protocol/process.h"
 #include "transport/transport.h"
 
+#include <atomic>
 #include <memory>
 
 namespace qvx {
@@ -30,6 +31,9 @@ class Packet_based {
   std::shared_ptr<Transport> clientUdp() const;
   void setClientUdp(std::shared_ptr<Transport> client);
 
+  // Whether echoPacketWithRetry may send a command more than once: a device carries out each one that it receives.
+  std::atomic<bool> resend{true};
+
   ReplyPool data_pool_echo;
   StreamPool data_pool_strm;
   BroadcastPool data_pool_bcst;
@@ -39,8 +43,8 @@ class Packet_based {
   // Sends once and waits at most `timeout` seconds; nothing when no reply came. `timeout` 0 waits without end; in a
   // coroutine, not at all.
   std::optional<Bytes> echoPacket(int cmd, ByteView data_out, double timeout);
-  // Sends up to NUM_RETRIES times at short intervals (0.01 s; RETRY_TIMEOUT in a coroutine), then waits for the rest of
-  // `timeout`; nothing when no reply came.
+  // Sends up to NUM_RETRIES times, once without `resend`, at short intervals (0.01 s; RETRY_TIMEOUT in a coroutine),
+  // then waits for the rest of `timeout`; nothing when no reply came.
   std::optional<Bytes> echoPacketWithRetry(int cmd, ByteView data_out, double timeout);
   std::optional<Bytes> getReplyFromPool(int key, double timeout);
   // Waits for `num_samples` items, however long that takes, and takes them; -1 takes what is there.

@@ -129,6 +129,7 @@ TEST(Engine, ACoroutineWithoutTimeGivesUpAtOnce) {
   const auto loop = makeLoop();
   for (const double timeout : {0.0, -1.0}) {
     Engine engine;
+    engine.resend = row.resend;
     std::optional<Bytes> reply{Bytes{}};
     loop->runBody([&] { reply = engine.echoPacket(kEcho, {}, timeout); });
     EXPECT_EQ(reply, std::nullopt) << timeout;
@@ -140,14 +141,16 @@ struct Retry {
   bool coroutine;
   double timeout;
   std::size_t packets;
+  bool resend = true;
 };
 
 TEST(Engine, SendsAgainAndThenWaitsForTheRest) {
   const auto loop = makeLoop();
   // Blocking attempts are 0.01 s apart, those of a coroutine RETRY_TIMEOUT = 1 s.
   const std::vector<Retry> rows{
-      {false, -1, 0}, {false, 0, 0}, {false, 0.005, 1}, {false, 0.015, 2}, {false, 0.1, 3},
-      {true, -1, 0},  {true, 0, 0},  {true, 0.1, 1},    {true, 1.1, 2},
+      {false, -1, 0},  {false, 0, 0},        {false, 0.005, 1},      {false, 0.015, 2},
+      {false, 0.1, 3}, {true, -1, 0},        {true, 0, 0},           {true, 0.1, 1},
+      {true, 1.1, 2},  {false, 0, 0, false}, {false, 0.1, 1, false}, {true, 1.1, 1, false},
   };
   for (const auto& row : rows) {
     Engine engine;
