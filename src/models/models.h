@@ -53,7 +53,7 @@ using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, D
 using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, DIOOperations>;
 using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, DIOOperations>;
 using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, AOStreamingOperations,
-                           DIOOperations>;
+using CordlogF1AOD =
+    Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, AOStreamingOperations, DIOOperations>;
 
 }  // namespace qvx
