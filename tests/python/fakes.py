@@ -86,7 +86,7 @@ class FakeTransport:
         if self.failure is not None:
             raise self.failure
         try:
-            return [self.arriving.get(timeout=0.02)]
+            return [self.arriving.get(timeout=0.004)]
         except queue.Empty:
             return []
 
