@@ -23,6 +23,13 @@ TimePoint sampleTime(TimePoint start, std::uint64_t number, double rate) {
   return start + std::chrono::ceil<TimePoint::duration>(offset);
 }
 
+// The low bytes of a code, most significant first.
+void appendValue(Bytes& out, std::int32_t code, std::size_t size) {
+  for (std::size_t byte = size; byte-- > 0;) {
+    out.push_back(static_cast<std::uint8_t>(code >> (8 * byte)));
+  }
+}
+
 }  // namespace
 
 std::uint64_t AiFirmware::Port::capacity() const {
@@ -42,16 +49,18 @@ std::span<const AiFirmware::Row> AiFirmware::rows() {
       {CLOSE_AI, 1, &A::closePort},
       {OPEN_AI_STREAMING, 1, &A::openStreaming},
       {CLOSE_AI_STREAMING, 1, &A::closeStreaming},
-      {START_AI_STREAMING, 1, &A::startStreaming},
-      {START_AI_STREAMING_VARIABLE, 1, &A::startStreaming},
+      {START_AI_STREAMING, 1, &A::startStreaming, 16},
+      {START_AI_STREAMING_VARIABLE, 1, &A::startStreaming, 16},
+      {AI_START_STREAMING_24BIT, 1, &A::startStreaming, 24},
       {SET_AI_MODE, 2, &A::setMode},
       {SET_AI_NUM_SAMPLES, 5, &A::setNumSamples},
       {SET_AI_SAMPLING_RATE, 5, &A::setRate},
       {SET_AI_ENABLED_CS, 2, &A::setChannels},
       {AI_SET_TRIG_MODE, 2, &A::setTrigger},
-      {READ_AI_ON_DEMAND, 1, &A::readOnDemand},
-      {READ_AI_ON_DEMAND_VARIABLE, 1, &A::readOnDemand},
-      {AI_GET_DATA, 1, &A::readOnDemand},
+      {READ_AI_ON_DEMAND, 1, &A::readOnDemand, 16},
+      {READ_AI_ON_DEMAND_VARIABLE, 1, &A::readOnDemand, 16},
+      {AI_GET_DATA, 1, &A::readOnDemand, 16},
+      {READAI24BIT, 1, &A::readOnDemand, 24},
       {GET_AI_COUNTERS, 1, &A::counters},
       {CHECK_BUFFER_STATUS, 1, &A::bufferStatus},
       {AI_RESET_BUFFER, 1, &A::resetBuffer},
@@ -62,6 +71,10 @@ std::span<const AiFirmware::Row> AiFirmware::rows() {
 
 void AiFirmware::addCommands(CommandTable& table) {
   for (const Row& row : rows()) {
+    if (row.bits != kAnyBits &&
+        std::none_of(ports_.begin(), ports_.end(), [&](const Port& port) { return port.row->bits == row.bits; })) {
+      continue;
+    }
     const CommandRow<AiFirmware> command{row.code, row.length, row.length, ReplyForm::EchoStatus,
                                          &AiFirmware::dispatch};
     table.add<AiFirmware>(*this, {&command, 1});
@@ -186,7 +199,7 @@ Answer AiFirmware::readOnDemand(Port& port, const Request& request) {
   const double seconds = secondsBetween(board_.switched_on, request.now);
   Bytes sample;
   for (std::size_t channel = 0; channel < port.channels; ++channel) {
-    appendBig(sample, board_.inputs[channel]->at(seconds));
+    appendValue(sample, codeOfVolts(board_.inputs[channel]->at(seconds), port.row->bits), port.valueSize());
   }
   return sample;
 }
@@ -237,15 +250,14 @@ void AiFirmware::acquire(Port& port, TimePoint now) {
 }
 
 Bytes AiFirmware::packet(const Port& port, std::size_t samples) const {
-  Bytes out(1 + samples * port.sampleSize());
-  out[0] = static_cast<std::uint8_t>(port.row->port);
-  for (std::size_t channel = 0; channel < port.channels; ++channel) {
-    const Source& source = *board_.inputs[channel];
-    std::size_t at = 1 + channel * 2;
-    for (std::size_t i = 0; i < samples; ++i, at += port.sampleSize()) {
-      const auto code = static_cast<std::uint16_t>(source.sample(port.stream.sent + i, port.rate));
-      out[at] = static_cast<std::uint8_t>(code >> 8);
-      out[at + 1] = static_cast<std::uint8_t>(code);
+  const Stream& stream = port.stream;
+  const double start = secondsBetween(board_.switched_on, stream.start);
+  Bytes out{static_cast<std::uint8_t>(port.row->port)};
+  out.reserve(1 + samples * port.sampleSize());
+  for (std::size_t i = 0; i < samples; ++i) {
+    for (std::size_t channel = 0; channel < port.channels; ++channel) {
+      const double volts = board_.inputs[channel]->sample(stream.sent + i, port.rate, start);
+      appendValue(out, codeOfVolts(volts, port.row->bits), port.valueSize());
     }
   }
   return out;

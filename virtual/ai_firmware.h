@@ -1,4 +1,4 @@
-// Analog input: reading on demand and streaming, 16 bits.
+// Analog input: reading on demand and streaming, with 16 or 24 bits.
 #pragma once
 
 #include "virtual/board.h"
@@ -15,6 +15,7 @@ struct AiPortRow {
   bool selectable_channels;  // SET_AI_ENABLED_CS sets their number; else it accepts `channels` alone
   bool always_open;          // needs no OPEN_AI
   double max_rate;           // samples per second
+  int bits = 16;             // or 24, with commands of their own
 };
 
 class AiFirmware final : public Module {
@@ -65,13 +66,16 @@ class AiFirmware final : public Module {
     Counters counters;
 
     bool busy() const { return stream.run != Run::Stopped; }
-    std::size_t sampleSize() const { return channels * 2; }
+    std::size_t valueSize() const { return static_cast<std::size_t>(row->bits) / 8; }
+    std::size_t sampleSize() const { return channels * valueSize(); }
     std::uint64_t capacity() const;
   };
+  static constexpr int kAnyBits = 0;
   struct Row {
     int code;
     std::size_t length;  // of the payload
     Answer (AiFirmware::*run)(Port&, const Request&);
+    int bits = kAnyBits;  // of the ports that know it
   };
   static std::span<const Row> rows();
 

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "virtual/firmware.h"
+#include "virtual/output.h"
 #include "virtual/pins.h"
 #include "virtual/rtc.h"
 #include "virtual/source.h"
 
 #include <array>
 #include <string>
-#include <vector>
 
 namespace qvx::bench {
 
@@ -28,10 +28,10 @@ struct Board {
   std::string model;        // class name, "FeroxA"
   std::string driver_name;  // as the firmware calls itself, "Ferox-A"
   bool wireless = false;
-  Pins pins;                // the ports that are not here follow their slots
-  std::vector<Wire> wires;  // of the analog ones, which are for the analog modules to keep
-  Inputs inputs;            // by analog channel
-  bool unpaced = false;     // streams run as fast as the client takes them
+  Pins pins;      // the ports that are not here follow their slots
+  Inputs inputs;  // by analog channel
+  Outputs outputs;
+  bool unpaced = false;  // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <stdexcept>
 #include <utility>
 
 namespace qvx::bench {
@@ -27,27 +26,18 @@ Addresses defaultAddresses(const DeviceSetup& setup) {
           .mac = {0x02, 'Q', 'V', product, static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)}};
 }
 
-void checkAnalogWires(const std::vector<Wire>& wires, const ModelRow& model) {
-  for (const Wire& wire : wires) {
-    const auto is = [](int channel, std::size_t channels) { return static_cast<std::size_t>(channel) < channels; };
-    if (wire.kind == Terminal::Kind::Analog &&
-        !(is(wire.from.pin, model.analog_outputs) && is(wire.to.pin, model.analog_inputs))) {
-      throw std::invalid_argument("wire from analog output " + std::to_string(wire.from.pin) + " to input " +
-                                  std::to_string(wire.to.pin) + ": the device has " +
-                                  std::to_string(model.analog_outputs) + " and " + std::to_string(model.analog_inputs));
-    }
-  }
-}
-
 Board makeBoard(const DeviceSetup& setup, TimePoint now) {
   const ModelRow& model = *setup.model;
-  checkAnalogWires(setup.wires, model);
+  Outputs outputs(model.analog_outputs);
+  std::generate(outputs.begin(), outputs.end(), [] { return std::make_shared<OutputLine>(); });
+  Inputs inputs = makeInputs(setup.sources, model.analog_inputs, setup.seed + setup.index);
+  connect(setup.wires, outputs, now, inputs);
   return {.model = std::string(model.name()),
           .driver_name = std::string(productLabel(model.product)),
           .wireless = model.wireless,
           .pins = Pins(model.fixed_pins, model.free_pins, setup.wires),
-          .wires = setup.wires,
-          .inputs = makeInputs(setup.sources, model.analog_inputs, setup.seed + setup.index),
+          .inputs = std::move(inputs),
+          .outputs = std::move(outputs),
           .unpaced = setup.unpaced,
           .switched_on = now,
           .seed = setup.seed + setup.index,

@@ -26,6 +26,7 @@ inline constexpr int kEeprom = 40;
 inline constexpr int kCore = 42;
 inline constexpr int kDio = 50;
 inline constexpr int kAi = 52;
+inline constexpr int kAo = 53;
 inline constexpr int kTcp = 71;
 inline constexpr int kParser = 80;
 }  // namespace status

@@ -1,6 +1,8 @@
 #include "virtual/models.h"
 
+#include "virtual/ai24_firmware.h"
 #include "virtual/ai_firmware.h"
+#include "virtual/ao_firmware.h"
 #include "virtual/dio_firmware.h"
 #include "virtual/network_firmware.h"
 #include "virtual/wireless_firmware.h"
@@ -21,6 +23,22 @@ constexpr AiPortRow kEightChannels[] = {
 constexpr AiPortRow kChosenChannels[] = {
     {.port = 0, .channels = 8, .selectable_channels = true, .always_open = false, .max_rate = kFastestRate}};
 
+constexpr AiPortRow kEightChannels24Bit[] = {{.port = 0,
+                                              .channels = 8,
+                                              .selectable_channels = false,
+                                              .always_open = true,
+                                              .max_rate = kFastestRate,
+                                              .bits = 24}};
+
+constexpr AoPortRow kGenerator[] = {
+    {.port = 0, .channels = 8, .generates = true, .always_open = true, .takes_pins = false}};
+constexpr AoPortRow kGeneratorOnPins[] = {
+    {.port = 0, .channels = 4, .generates = true, .always_open = false, .takes_pins = true}};
+constexpr AoPortRow kEightLevels[] = {
+    {.port = 0, .channels = 8, .generates = false, .always_open = false, .takes_pins = false}};
+constexpr AoPortRow kFourLevels[] = {
+    {.port = 0, .channels = 4, .generates = false, .always_open = false, .takes_pins = false}};
+
 // Four ports; some of the processor's pins are not led out.
 const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
 
@@ -34,6 +52,20 @@ std::unique_ptr<Module> makeAi(Board& board) {
   return std::make_unique<AiFirmware>(board, Ports);
 }
 
+template <auto& Ports>
+std::unique_ptr<Module> makeAo(Board& board) {
+  return std::make_unique<AoFirmware>(board, Ports);
+}
+
+ModelRow onDemandInput(ProductId product, const char* serial_prefix) {
+  return {.product = product,
+          .wireless = false,
+          .serial_prefix = serial_prefix,
+          .analog_inputs = 1,
+          .fixed_pins = {{0, PinMode::ADC}},
+          .modules = {make<NetworkFirmware>, make<Ai24Firmware>}};
+}
+
 ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
   return {.product = product,
           .wireless = true,
@@ -41,6 +73,18 @@ ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
           .analog_inputs = 8,
           .fixed_pins = {{0, PinMode::ADC}},
           .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAi<kEightChannels>}};
+}
+
+ModelRow withFourOutputs(ModelRow row, MakeModule outputs) {
+  row.analog_outputs = 4;
+  row.modules.push_back(outputs);
+  return row;
+}
+
+ModelRow withDigitalPort(ModelRow row) {
+  row.free_pins = {{1, 0xFF}};
+  row.modules.push_back(make<DioFirmware>);
+  return row;
 }
 
 // `modules`: those beside digital input and output, which all of them have.
@@ -79,6 +123,20 @@ const std::vector<ModelRow>& modelRows() {
        .analog_inputs = 8,
        .fixed_pins = {{0, PinMode::ADC}},
        .modules = {make<NetworkFirmware>, makeAi<kEightChannelsAlwaysOpen>}},
+      {.product = ProductId::FeroxA2,
+       .wireless = false,
+       .serial_prefix = "FB",
+       .analog_inputs = 8,
+       .fixed_pins = {{0, PinMode::ADC}},
+       .modules = {make<NetworkFirmware>, makeAi<kEightChannels24Bit>}},
+      onDemandInput(ProductId::FeroxI, "FI"),
+      onDemandInput(ProductId::FeroxIA, "FJ"),
+      {.product = ProductId::FeroxO,
+       .wireless = false,
+       .serial_prefix = "FO",
+       .analog_outputs = 8,
+       .fixed_pins = {{0, PinMode::Disabled}},
+       .modules = {make<NetworkFirmware>, makeAo<kGenerator>}},
       {.product = ProductId::FeroxD,
        .wireless = false,
        .serial_prefix = "FD",
@@ -95,8 +153,16 @@ const std::vector<ModelRow>& modelRows() {
       cordlog(ProductId::CordlogF1CD, "CC"),
       cordlog(ProductId::CordlogF1RD, "CR"),
       cordlogWithSinks(),
-      cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"),
+      withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
+      wirelessAnalogInput(ProductId::SkylogE3AH, "SH"),
+      {.product = ProductId::SkylogE3AO,
+       .wireless = true,
+       .serial_prefix = "SO",
+       .analog_outputs = 8,
+       .fixed_pins = {{0, PinMode::Disabled}},
+       .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAo<kEightLevels>}},
+      withDigitalPort(withFourOutputs(wirelessAnalogInput(ProductId::SkylogE3AOD, "SD"), makeAo<kFourLevels>)),
       wirelessAnalogInput(ProductId::SkylogF4A, "SF"),
   };
   return rows;

@@ -250,7 +250,7 @@ void describe(CLI::App& app, Given& given) {
   app.add_flag("--quiet", given.quiet, "nothing but errors on standard error");
   app.add_flag("--verbose", given.verbose, "every packet on standard error")->excludes("--quiet");
   app.add_flag("--die-with-parent", given.die_with_parent, "end when the process that started this one ends");
-  app.footer("Sources (without one a channel measures 0 V; volts clip at +-10):\n" + describeSources() +
+  app.footer("Sources (without one a channel measures 0 V; volts clip at the input's range):\n" + describeSources() +
              "In ramp, sine and square channel c of n is c/n of a period ahead; CHANNEL= names one channel.\n\n"
              "A wireless model takes a second port, for the data that it streams: 1336 beside 7, else the next one.\n"
              "Prints 'ready MODEL PLACE' for each device and then 'ready', where PLACE is 'ADDRESS:PORT "

@@ -21,11 +21,11 @@ struct Place {
 
 class Constant final : public Source {
  public:
-  explicit Constant(double volts) : code_(codeOfVolts(volts)) {}
-  std::int16_t at(double) const override { return code_; }
+  explicit Constant(double volts) : volts_(volts) {}
+  double at(double) const override { return volts_; }
 
  private:
-  std::int16_t code_;
+  double volts_;
 };
 
 // offset + amplitude * shape(phase), phase in 0..1, shifted by channel/channels of a period.
@@ -38,9 +38,9 @@ class Periodic final : public Source {
         offset_(offset),
         shift_(static_cast<double>(place.channel) / static_cast<double>(place.channels)) {}
 
-  std::int16_t at(double seconds) const override {
+  double at(double seconds) const override {
     const double turns = seconds * frequency_ + shift_;
-    return codeOfVolts(offset_ + amplitude_ * Shape{}(turns - std::floor(turns)));
+    return offset_ + amplitude_ * Shape{}(turns - std::floor(turns));
   }
 
  private:
@@ -65,27 +65,25 @@ class Noise final : public Source {
  public:
   Noise(double amplitude, const Place& place)
       : amplitude_(amplitude), seed_(mixBits(place.seed) ^ mixBits(~place.channel)) {}
-  std::int16_t at(double seconds) const override { return value(static_cast<std::uint64_t>(seconds * 1e6)); }
-  std::int16_t sample(std::uint64_t number, double) const override { return value(number); }
+  double at(double seconds) const override { return value(static_cast<std::uint64_t>(seconds * 1e6)); }
+  double sample(std::uint64_t number, double, double) const override { return value(number); }
 
  private:
-  std::int16_t value(std::uint64_t number) const {
-    return codeOfVolts(amplitude_ * (2 * unitInterval(mixBits(seed_ ^ number)) - 1));
-  }
+  double value(std::uint64_t number) const { return amplitude_ * (2 * unitInterval(mixBits(seed_ ^ number)) - 1); }
   double amplitude_;
   std::uint64_t seed_;
 };
 
-// A stream plays frame after frame at whatever rate is set; read on demand, the file runs at its own rate.
+// The file's full scale is 10 V. A stream plays frame after frame at whatever rate is set; read on demand, the file
+// runs at its own rate.
 class Recording final : public Source {
  public:
   Recording(std::shared_ptr<const WavFile> wav, std::size_t channel) : wav_(std::move(wav)), channel_(channel) {}
-  std::int16_t at(double seconds) const override {
-    return wav_->at(static_cast<std::uint64_t>(seconds * wav_->rate()), channel_);
-  }
-  std::int16_t sample(std::uint64_t number, double) const override { return wav_->at(number, channel_); }
+  double at(double seconds) const override { return frame(static_cast<std::uint64_t>(seconds * wav_->rate())); }
+  double sample(std::uint64_t number, double, double) const override { return frame(number); }
 
  private:
+  double frame(std::uint64_t number) const { return wav_->at(number, channel_) * (10.0 / 32768); }
   std::shared_ptr<const WavFile> wav_;
   std::size_t channel_;
 };
@@ -181,8 +179,9 @@ std::vector<double> parseValues(std::string_view rest, bool given, std::vector<d
 
 }  // namespace
 
-std::int16_t codeOfVolts(double volts) {
-  return static_cast<std::int16_t>(std::lrint(std::clamp(volts * (32768.0 / 10.0), -32768.0, 32767.0)));
+std::int32_t codeOfVolts(double volts, int bits) {
+  const double full = std::ldexp(1, bits - 1);
+  return static_cast<std::int32_t>(std::lrint(std::clamp(volts * (full / 10), -full, full - 1)));
 }
 
 SourceSpec SourceSpec::parse(const std::string& text) {

@@ -14,16 +14,17 @@
 
 namespace qvx::bench {
 
-// Volts to the converter's code: 10 V = 32768, clipped to 16 bits.
-std::int16_t codeOfVolts(double volts);
+// A converter's code: of `bits` bits for +-10 V (10 V = 2 to the power of bits - 1), clipped.
+std::int32_t codeOfVolts(double volts, int bits = 16);
 
 class Source {
  public:
   virtual ~Source() = default;
-  // The code read on demand, `seconds` after the device was switched on.
-  virtual std::int16_t at(double seconds) const = 0;
-  // The code of sample `number` (from 0) of a stream of `rate` samples per second.
-  virtual std::int16_t sample(std::uint64_t number, double rate) const {
+  // Volts, `seconds` after the device was switched on.
+  virtual double at(double seconds) const = 0;
+  // Volts at sample `number` (from 0) of a stream of `rate` samples per second that began at `start`, in seconds after
+  // the device was switched on. A signal of its own begins with the stream, so that a run can be replayed.
+  virtual double sample(std::uint64_t number, double rate, double /*start*/) const {
     return at(static_cast<double>(number) / rate);
   }
 };

@@ -1,6 +1,6 @@
 #include "binding/modules.h"
 #include "binding/operations.h"
-#include "modules/analog/ai.h"
+#include "modules/analog/ai24.h"
 
 #include <pybind11/stl.h>
 
@@ -79,6 +79,21 @@ void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based)
            "_AI_free() -> None\n\nEnds the decoder thread.");
 }
 
+// What both streaming kinds read with.
+template <class Ops>
+void bindReads(Ops& operations) {
+  operations
+      .request("AI_readOnDemand", &AIBased::AI_readOnDemand, "port: int", "list[float]",
+               "One sample now: volts of each channel.")
+      .plain("AI_readStreaming", &AIBased::AI_readStreaming, "port: int, num_samples: int, delay: float",
+             "list[list[float]]",
+             "At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. "
+             "Waits at most `delay` seconds for them and returns what is there; never raises for lack of data.")
+      .plain("AI_readStreamingArray", &AIBased::AI_readStreamingArray, "port: int, num_samples: int, delay: float",
+             "numpy.ndarray",
+             "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy.");
+}
+
 }  // namespace
 
 void bindAnalog(py::module_& module) {
@@ -113,6 +128,7 @@ void bindAnalog(py::module_& module) {
                  py::class_<AIModule_async, AIBased, std::shared_ptr<AIModule_async>>(
                      module, "AIModule_async", "16-bit analog input as coroutines."),
                  CoroutineTimeout::None);
+  bindReads(ops);
   ops.request(
          "AI_enableChannel", &M::AI_enableChannel, "port: int, channel: int", "int",
          "How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises "
@@ -124,15 +140,6 @@ void bindAnalog(py::module_& module) {
                "What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and "
                "interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. "
                "Returns 0.")
-      .request("AI_readOnDemand", &M::AI_readOnDemand, "port: int", "list[float]",
-               "One sample now: volts of each channel.")
-      .plain("AI_readStreaming", &M::AI_readStreaming, "port: int, num_samples: int, delay: float", "list[list[float]]",
-             "At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. "
-             "Waits at "
-             "most `delay` seconds for them and returns what is there; never raises for lack of data.")
-      .plain("AI_readStreamingArray", &M::AI_readStreamingArray, "port: int, num_samples: int, delay: float",
-             "numpy.ndarray",
-             "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy.")
       .request("_AI_getDataRTC", &M::_AI_getDataRTC, "port: int", "list[float]",
                "The sample taken at the clock's last trigger.")
       .request("_AI_getCounter", &M::_AI_getCounter, "port: int", "list[int]",
@@ -141,6 +148,22 @@ void bindAnalog(py::module_& module) {
                "Empties the device's buffer. Returns 0.")
       .request("_AI_readBufferStatus", &M::_AI_readBufferStatus, "port: int", "list[int]",
                "The device's buffer: samples waiting, capacity.");
+
+  Operations streaming24(
+      py::class_<AI24BitStreamingModule, AIBased, std::shared_ptr<AI24BitStreamingModule>>(
+          module, "AI24BitStreamingModule", "24-bit analog input with streaming. Volts are not rounded."),
+      py::class_<AI24BitStreamingModule_async, AIBased, std::shared_ptr<AI24BitStreamingModule_async>>(
+          module, "AI24BitStreamingModule_async", "24-bit analog input with streaming as coroutines."),
+      CoroutineTimeout::None);
+  bindReads(streaming24);
+
+  Operations(py::class_<AI24BitModule, AIUnion, std::shared_ptr<AI24BitModule>>(module, "AI24BitModule",
+                                                                                "24-bit analog input, read on demand."),
+             py::class_<AI24BitModule_async, AIUnion, std::shared_ptr<AI24BitModule_async>>(
+                 module, "AI24BitModule_async", "24-bit analog input, read on demand, as coroutines."),
+             CoroutineTimeout::None)
+      .request("AI_readOnDemand", &AI24BitOperations::AI_readOnDemand, "port: int", "list[float]",
+               "One sample now: volts of each channel, rounded to three decimals.");
 }
 
 }  // namespace qvx::binding

@@ -28,6 +28,7 @@ PYBIND11_MODULE(pyqvx, module) {
   bindNetwork(module);
   bindDiscovery(module);
   bindAnalog(module);
+  bindAnalogOutput(module);
   bindDigital(module);
   bindModels(module);
 }

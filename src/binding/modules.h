@@ -9,6 +9,7 @@ void bindSystem(py::module_& module);
 void bindNetwork(py::module_& module);
 void bindDiscovery(py::module_& module);
 void bindAnalog(py::module_& module);
+void bindAnalogOutput(py::module_& module);
 void bindDigital(py::module_& module);
 void bindModels(py::module_& module);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modules/analog/ai.h"
+#include "modules/analog/ao.h"
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -35,6 +36,18 @@ struct type_caster<qvx::SampleArray> {
   PYBIND11_TYPE_CASTER(qvx::SampleArray, const_name("numpy.ndarray"));
   static handle cast(qvx::SampleArray samples, return_value_policy /*policy*/, handle /*parent*/) {
     return qvx::binding::makeSampleArray(std::move(samples)).release();
+  }
+};
+
+// [mode, rate]
+template <>
+struct type_caster<qvx::AOSettings> {
+  PYBIND11_TYPE_CASTER(qvx::AOSettings, const_name("list"));
+  static handle cast(const qvx::AOSettings& settings, return_value_policy /*policy*/, handle /*parent*/) {
+    list values;
+    values.append(settings.mode);
+    values.append(settings.sampling_rate);
+    return values.release();
   }
 };
 

@@ -127,12 +127,16 @@ int checkedRange(const Argument& value, std::string_view what, std::int64_t low,
   return static_cast<int>(number);
 }
 
-Bytes checkedByteList(const Argument& value, std::string_view what) {
+const std::vector<Argument>& checkedList(const Argument& value, std::string_view what) {
   if (value.kind() != Argument::Kind::List) {
     refuseType(value, what, "list");
   }
+  return value.items();
+}
+
+Bytes checkedByteList(const Argument& value, std::string_view what) {
   Bytes bytes;
-  bytes.reserve(value.items().size());
+  bytes.reserve(checkedList(value, what).size());
   for (const Argument& item : value.items()) {
     const bool fits = item.isInt() && item.asInt() >= 0 && item.asInt() <= 255;
     if (!fits) {

@@ -56,6 +56,8 @@ const std::string& checkedText(const Argument& value, std::string_view what);
 // An int in low..high, else the class `out_of_range` with its default message.
 int checkedRange(const Argument& value, std::string_view what, std::int64_t low, std::int64_t high,
                  ErrorId out_of_range = ErrorId::InputDataNotInRangeError);
+// The items of a list.
+const std::vector<Argument>& checkedList(const Argument& value, std::string_view what);
 // A list of ints 0..255; an item outside raises InputDataNotInRangeError.
 Bytes checkedByteList(const Argument& value, std::string_view what);
 // Seconds to wait. Not a number raises InputTypeNotCorrectError, NaN InputDataNotInRangeError.

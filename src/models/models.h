@@ -30,13 +30,20 @@ class Model : public virtual Handle,
         CoroutineFace<Operations>(Link(*this), configuration)... {}
 };
 
-template <ProductId Product>
-using WirelessAnalogInput = Model<Product, WifiDevice, SystemOperations, SystemAnalogOperations, NetworkOperations,
-                                  WifiOperations, AIOperations>;
+template <ProductId Product, class... Operations>
+using Skylog = Model<Product, WifiDevice, SystemOperations, SystemAnalogOperations, NetworkOperations, WifiOperations,
+                     Operations...>;
 
-using SkylogE3A = WirelessAnalogInput<ProductId::SkylogE3A>;
-using SkylogF4A = WirelessAnalogInput<ProductId::SkylogF4A>;
+using SkylogE3A = Skylog<ProductId::SkylogE3A, AIOperations>;
+using SkylogE3AH = Skylog<ProductId::SkylogE3AH, AIOperations>;
+using SkylogE3AO = Skylog<ProductId::SkylogE3AO, AOOperations>;
+using SkylogE3AOD = Skylog<ProductId::SkylogE3AOD, AIOperations, AOOperations, DIOOperations>;
+using SkylogF4A = Skylog<ProductId::SkylogF4A, AIOperations>;
 using FeroxA = Model<ProductId::FeroxA, ETHDevice, SystemOperations, NetworkOperations, AIOperations>;
+using FeroxA2 = Model<ProductId::FeroxA2, ETHDevice, SystemOperations, NetworkOperations, AI24BitStreamingOperations>;
+using FeroxI = Model<ProductId::FeroxI, ETHDevice, SystemOperations, NetworkOperations, AI24BitOperations>;
+using FeroxIA = Model<ProductId::FeroxIA, ETHDevice, SystemOperations, NetworkOperations, AI24BitOperations>;
+using FeroxO = Model<ProductId::FeroxO, ETHDevice, SystemOperations, NetworkOperations, AOStreamingOperations>;
 using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 
@@ -46,6 +53,7 @@ using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, D
 using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, DIOOperations>;
 using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, DIOOperations>;
 using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, DIOOperations>;
+using CordlogF1AOD =
+    Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, AOStreamingOperations, DIOOperations>;
 
 }  // namespace qvx

@@ -32,13 +32,38 @@ DIOConfiguration eitherWay(const PinMap& pins) {
 
 const DIOConfiguration kCordlogPins =
     eitherWay({{0, kEightPins}, {1, {0, 1, 2, 3, 4, 5}}, {2, {0, 1, 2, 3, 6, 7}}, {3, {0, 1, 2, 3, 4, 5}}});
+AIConfiguration eightChannels24Bit() {
+  AIConfiguration configuration = eightChannels(10000);
+  configuration.ratio = 10.0 / (1 << 23);
+  return configuration;
+}
+
+// Each reading tells its own range.
+AIConfiguration onDemandInput() {
+  return {.ports = {{0, {0}}}, .ratio = 25.0 / (1 << 23), .num_channels = 1};
+}
+
+AOConfiguration eightOutputs() {
+  return {.ports = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}}};
+}
+
+AOConfiguration fourOutputs() {
+  return {.ports = {{0, {0, 1, 2, 3}}}, .channels = 4};
+}
 
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
   static const std::vector<Product> table{
       {ProductId::SkylogE3A, {.ai = eightChannels(10000)}},
+      {ProductId::SkylogE3AH, {.ai = eightChannels(10000)}},
+      {ProductId::SkylogE3AO, {.ao = eightOutputs()}},
+      {ProductId::SkylogE3AOD, {.ai = eightChannels(10000), .ao = fourOutputs(), .dio = eitherWay({{1, kEightPins}})}},
       {ProductId::SkylogF4A, {.ai = eightChannels(20000)}},
       {ProductId::FeroxA, {.ai = eightChannels(20000)}},
+      {ProductId::FeroxA2, {.ai = eightChannels24Bit()}},
+      {ProductId::FeroxI, {.ai = onDemandInput()}},
+      {ProductId::FeroxIA, {.ai = onDemandInput()}},
+      {ProductId::FeroxO, {.ao = eightOutputs()}},
       {ProductId::FeroxD, {.dio = {.inputs = {{1, kEightPins}}, .outputs = {{0, kEightPins}}}}},
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
       {ProductId::CordlogF1D, {.dio = kCordlogPins}},
@@ -47,7 +72,7 @@ const std::vector<Product>& products() {
       {ProductId::CordlogF1CD, {.dio = kCordlogPins}},
       {ProductId::CordlogF1RD, {.dio = kCordlogPins}},
       {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},
+      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins}},
   };
   return table;
 }

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "core/product.h"
-#include "modules/analog/ai.h"
+#include "modules/analog/ai24.h"
+#include "modules/analog/ao.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -14,9 +15,11 @@ namespace qvx {
 // Every module is constructed from its link and from the part of this that concerns it.
 struct ProductConfiguration {
   AIConfiguration ai{};
+  AOConfiguration ao{};
   DIOConfiguration dio{};
 
   operator const AIConfiguration&() const { return ai; }
+  operator const AOConfiguration&() const { return ao; }
   operator const DIOConfiguration&() const { return dio; }
   operator SystemConfiguration() const { return {}; }
   operator SystemAnalogConfiguration() const { return {}; }

@@ -63,6 +63,7 @@ class FakeTransport:
         self.connects: list[tuple[str, int]] = []
         self.arriving: queue.SimpleQueue = queue.SimpleQueue()
         self.failure: Exception | None = None
+        self.peer: socket.socket | None = None
         self.pool = None  # where replies are filed at once; None: they go through the receive thread
 
     def sendPacket(self, packet):
@@ -85,7 +86,7 @@ class FakeTransport:
         if self.failure is not None:
             raise self.failure
         try:
-            return [self.arriving.get(timeout=0.02)]
+            return [self.arriving.get(timeout=0.004)]
         except queue.Empty:
             return []
 
@@ -116,8 +117,10 @@ def connected(transport, make=pyqvx.FeroxA, at_once=True):
     if isinstance(device, pyqvx.USBDevice):  # makes a client of its own when it connects
         with socket.create_server(("127.0.0.1", 0)) as server:
             device.connect(f"tcp://127.0.0.1:{server.getsockname()[1]}")
-            transport.peer, _ = server.accept()  # stays open until nobody reads there any more
+            # Kept open: the read of the client that the handle made must end with a byte, not with a loss.
+            transport.peer, _ = server.accept()
         device.client_cmd = transport
+        transport.peer.send(b"\0")
     else:
         device.client_cmd = transport
         if isinstance(device, pyqvx.WifiDevice):

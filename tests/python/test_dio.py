@@ -1,4 +1,4 @@
-"""Digital lines against a virtual device whose outputs are wired to its inputs: every operation in both forms."""
+"""Digital lines against a virtual device whose outputs are wired to its inputs: operations in both forms."""
 
 import asyncio
 import re

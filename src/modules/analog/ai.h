@@ -1,4 +1,5 @@
-// Analog input: what all kinds of it share (AIUnion, AIBased) and the 16-bit kind (AIModule).
+// Analog input: what all kinds of it share (AIUnion), what the streaming kinds share (AIBased), and the 16-bit kind
+// (AIModule). The 24-bit kinds are in ai24.h.
 //
 // While streaming, the device pushes raw blocks that the receive thread files in the handle's streaming pool; the
 // decoder thread of this module turns them into volts and files them in a bounded signal queue for each port, from
@@ -52,8 +53,8 @@ class AIUnion {
   const double ai_max_rate;
   std::atomic<int> ai_num_channels;
 
-  virtual int AI_open(const Argument& port, const Argument& timeout) = 0;
-  virtual int AI_close(const Argument& port, const Argument& timeout) = 0;
+  int AI_open(const Argument& port, const Argument& timeout);
+  int AI_close(const Argument& port, const Argument& timeout);
 
   // Returns the port number; anything else than a port of the product raises AIPortNotAvaliableError.
   int _checkAIPort(const Argument& port) const;
@@ -64,13 +65,20 @@ class AIUnion {
   // Sends [port, fields...] and returns the status that follows the port in the reply.
   int setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const;
   Reply request(int cmd, const Bytes& payload, const Argument& timeout) const;
+  // The way of streamed samples is opened and closed here.
+  virtual void openGate() {}
+  virtual void closeGate() {}
 
   Link link_;
+
+ private:
+  void openOrClose(bool open, const Argument& port, const Argument& timeout);
 };
 
 class AIBased : public AIUnion {
  public:
-  AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd);
+  // `value_size`: bytes of one channel's value in replies and in streamed blocks.
+  AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd, std::size_t value_size);
   ~AIBased() override;
 
   const int ai_echo_cmd;
@@ -80,14 +88,17 @@ class AIBased : public AIUnion {
   bool aiOpenFlag() const { return decoder_->opened(); }
   std::vector<int> chipSelects(int port) const;
 
-  int AI_open(const Argument& port, const Argument& timeout) override;
-  int AI_close(const Argument& port, const Argument& timeout) override;
   int AI_openStreaming(const Argument& port, const Argument& timeout);
   int AI_startStreaming(const Argument& port);
   int AI_closeStreaming(const Argument& port, const Argument& timeout);
   int AI_setMode(const Argument& port, const Argument& mode, const Argument& timeout);
   int AI_setNumSamples(const Argument& port, const Argument& num_samples, const Argument& timeout);
   int AI_setSamplingRate(const Argument& port, const Argument& sampling_rate, const Argument& timeout);
+  std::vector<double> AI_readOnDemand(const Argument& port, const Argument& timeout);
+  // At most `num_samples` samples (-1: all that are there), waiting for them at most `delay` seconds.
+  Samples AI_readStreaming(const Argument& port, const Argument& num_samples, const Argument& delay);
+  // The same as samples x channels values; a change of the number of channels ends it early.
+  SampleArray AI_readStreamingArray(const Argument& port, const Argument& num_samples, const Argument& delay);
 
   static int _checkAIMode(const Argument& mode);
   static int _checkAIChannel(const Argument& channel);
@@ -109,16 +120,22 @@ class AIBased : public AIUnion {
   // The port of a slot argument: on the LUMA product slots count from 1, elsewhere a slot is a port.
   int portOfSlot(const Argument& slot) const;
   int indexOfPort(int port) const;
-  // Decodes one raw block into volts, channel by channel; an incomplete sample at its end is no sample.
-  virtual void decode(const Bytes& block, std::size_t channels, std::vector<double>& volts) const = 0;
+  // Turns raw values, channel by channel and sample after sample, into as many volts.
+  virtual void decode(ByteView raw, std::span<double> volts) const = 0;
   // The decoder thread may run decode() from here on: the last thing a subclass's constructor does.
   void startDecoder();
   void setChipSelects(int port, std::vector<int> chips);
+  // Asks for one sample; reply: port, status, a value for each channel.
+  std::vector<double> readSample(int cmd, int port, const Argument& timeout) const;
 
+ private:
+  void openGate() override { decoder_->open(); }
+  void closeGate() override { decoder_->close(); }
+  void decodeBlock(std::size_t index, const Bytes& block);
   std::size_t rowsWanted(const Argument& num_samples) const;
   Samples take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform);
 
- private:
+  const std::size_t value_size_;
   std::vector<std::shared_ptr<SampleQueue>> signal_;
   mutable std::mutex chips_mutex_;  // guards chip_select_
   std::map<int, std::vector<int>> chip_select_{{0, {0}}, {1, {0}}, {3, {0}}};
@@ -136,24 +153,16 @@ class AIOperations : public AIBased {
   int AI_enableChannel(const Argument& port, const Argument& channel, const Argument& timeout);
   int AI_enableCS(const Argument& slot, const Argument& chip_select, const Argument& timeout);
   int AI_setTriggerMode(const Argument& port, const Argument& mode, const Argument& timeout);
-  std::vector<double> AI_readOnDemand(const Argument& port, const Argument& timeout);
-  // At most `num_samples` samples (-1: all that are there), waiting for them at most `delay` seconds.
-  Samples AI_readStreaming(const Argument& port, const Argument& num_samples, const Argument& delay);
-  // The same as samples x channels values; a change of the number of channels ends it early.
-  SampleArray AI_readStreamingArray(const Argument& port, const Argument& num_samples, const Argument& delay);
   std::vector<double> _AI_getDataRTC(const Argument& port, const Argument& timeout);
   std::vector<std::uint32_t> _AI_getCounter(const Argument& port, const Argument& timeout);
   int _AI_clearBufferStatus(const Argument& port, const Argument& timeout);
   std::vector<std::uint32_t> _AI_readBufferStatus(const Argument& port, const Argument& timeout);
 
  protected:
-  void decode(const Bytes& block, std::size_t channels, std::vector<double>& volts) const override;
+  void decode(ByteView raw, std::span<double> volts) const override;
 
  private:
-  std::vector<double> readSample(int cmd, int port, const Argument& timeout) const;
   std::vector<std::uint32_t> readCounters(int cmd, const Argument& port, const Argument& timeout) const;
-
-  std::vector<double> volts_of_code_;  // by raw 16-bit code
 };
 
 using AIModule = BlockingFace<AIOperations>;

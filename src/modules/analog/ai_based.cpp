@@ -25,6 +25,23 @@ constexpr std::array kRateLimits{
     RateLimit{ProductId::CordlogF1AOD, {16000, 8000, 6300, 4000, 3200, 2600, 2200, 2000}},
 };
 
+// What AI_open and AI_close do, beyond checking their arguments.
+enum class Opening : std::uint8_t { Nothing, Gate, Command };
+
+Opening openingOf(ProductId product) {
+  switch (product) {
+    case ProductId::FeroxI:
+    case ProductId::FeroxIA:
+      return Opening::Nothing;
+    case ProductId::FeroxA:
+    case ProductId::FeroxA2:
+    case ProductId::LUMA:
+      return Opening::Gate;
+    default:
+      return Opening::Command;
+  }
+}
+
 }  // namespace
 
 AIUnion::AIUnion(Link link, AIConfiguration configuration)
@@ -58,8 +75,39 @@ int AIUnion::setting(int cmd, int port, const Bytes& fields, const Argument& tim
   return request(cmd, payload(u8(port), fields), timeout).status(1);
 }
 
-AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd)
-    : AIUnion(link, std::move(configuration)), ai_echo_cmd(echo_cmd), ai_strm_cmd(strm_cmd) {
+void AIUnion::openOrClose(bool open, const Argument& port, const Argument& timeout) {
+  const int number = _checkAIPort(port);
+  checkedTimeout(timeout);
+  const Opening opening = openingOf(link_.product());
+  if (opening == Opening::Nothing) {
+    return;
+  }
+  std::optional<Reply> reply;
+  if (opening == Opening::Command) {
+    reply = request(open ? OPEN_AI : CLOSE_AI, payload(u8(number)), timeout);
+  }
+  if (open) {
+    openGate();
+  } else {
+    closeGate();
+  }
+  if (reply) {
+    reply->status(1);
+  }
+}
+
+int AIUnion::AI_open(const Argument& port, const Argument& timeout) {
+  openOrClose(true, port, timeout);
+  return 0;
+}
+
+int AIUnion::AI_close(const Argument& port, const Argument& timeout) {
+  openOrClose(false, port, timeout);
+  return 0;
+}
+
+AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd, std::size_t value_size)
+    : AIUnion(link, std::move(configuration)), ai_echo_cmd(echo_cmd), ai_strm_cmd(strm_cmd), value_size_(value_size) {
   for (std::size_t i = 0; i < ai_dict.size(); ++i) {
     signal_.push_back(std::make_shared<SampleQueue>(QUEUE_SIZE_MAX));
   }
@@ -74,15 +122,21 @@ void AIBased::startDecoder() {
   for (const auto& [port, pins] : ai_dict) {
     raw.push_back(link_.rawQueue(ai_strm_cmd, port));
   }
-  decoder_ = std::make_unique<StreamDecoder>("qvx-ai", std::move(raw), [this](std::size_t index, const Bytes& block) {
-    const auto channels = static_cast<std::size_t>(ai_num_channels.load());
-    volts_.clear();
-    decode(block, channels, volts_);
-    if (signal_[index]->put(volts_, channels) != 0) {
-      overflow_.dropped();
-    }
-  });
+  decoder_ = std::make_unique<StreamDecoder>(
+      "qvx-ai", std::move(raw), [this](std::size_t index, const Bytes& block) { decodeBlock(index, block); });
   link_.onClose([this] { _AI_free(); });
+}
+
+// An incomplete sample at the end of a block is no sample; neither is the lone status with which a device acknowledges
+// or refuses a start.
+void AIBased::decodeBlock(std::size_t index, const Bytes& block) {
+  const auto channels = static_cast<std::size_t>(ai_num_channels.load());
+  const std::size_t samples = block.size() / (value_size_ * channels);
+  volts_.resize(samples * channels);
+  decode(block, volts_);
+  if (signal_[index]->put(volts_, channels) != 0) {
+    overflow_.dropped();
+  }
 }
 
 void AIBased::_AI_free() {
@@ -119,50 +173,6 @@ std::vector<int> AIBased::chipSelects(int port) const {
 void AIBased::setChipSelects(int port, std::vector<int> chips) {
   const std::lock_guard lock(chips_mutex_);
   chip_select_[port] = std::move(chips);
-}
-
-int AIBased::AI_open(const Argument& port, const Argument& timeout) {
-  checkedTimeout(timeout);
-  checkedTimeout(timeout);
-  switch (link_.product()) {
-    case ProductId::FeroxI:
-    case ProductId::FeroxIA:
-      return 0;
-    case ProductId::FeroxA:
-    case ProductId::FeroxA2:
-    case ProductId::LUMA:
-      _checkAIPort(port);
-      decoder_->open();
-      return 0;
-    default:
-      break;
-  }
-  const int number = _checkAIPort(port);
-  const Reply reply = request(OPEN_AI, payload(u8(number)), timeout);
-  decoder_->open();
-  return reply.status(1);
-}
-
-int AIBased::AI_close(const Argument& port, const Argument& timeout) {
-  checkedTimeout(timeout);
-  checkedTimeout(timeout);
-  switch (link_.product()) {
-    case ProductId::FeroxI:
-    case ProductId::FeroxIA:
-      return 0;
-    case ProductId::FeroxA:
-    case ProductId::FeroxA2:
-    case ProductId::LUMA:
-      _checkAIPort(port);
-      decoder_->close();
-      return 0;
-    default:
-      break;
-  }
-  const int number = _checkAIPort(port);
-  const Reply reply = request(CLOSE_AI, payload(u8(number)), timeout);
-  decoder_->close();
-  return reply.status(1);
 }
 
 int AIBased::AI_openStreaming(const Argument& port, const Argument& timeout) {
@@ -217,6 +227,30 @@ int AIBased::AI_setSamplingRate(const Argument& port, const Argument& sampling_r
   return setting(SET_AI_SAMPLING_RATE, number, payload(f32(rate)), timeout);
 }
 
+std::vector<double> AIBased::readSample(int cmd, int port, const Argument& timeout) const {
+  const Reply reply = request(cmd, payload(u8(port)), timeout);
+  reply.status(1);
+  std::vector<double> sample(static_cast<std::size_t>(ai_num_channels.load()));
+  decode(reply.field(2, sample.size() * value_size_), sample);
+  return sample;
+}
+
+std::vector<double> AIBased::AI_readOnDemand(const Argument& port, const Argument& timeout) {
+  return readSample(ai_echo_cmd, portOfSlot(port), timeout);
+}
+
+Samples AIBased::AI_readStreaming(const Argument& port, const Argument& num_samples, const Argument& delay) {
+  return take(port, num_samples, delay, false);
+}
+
+SampleArray AIBased::AI_readStreamingArray(const Argument& port, const Argument& num_samples, const Argument& delay) {
+  Samples samples = take(port, num_samples, delay, true);
+  if (samples.empty()) {
+    return {static_cast<std::size_t>(ai_num_channels.load()), {}};
+  }
+  return {samples.front().width, std::move(samples.front().values)};
+}
+
 int AIBased::_checkAIMode(const Argument& mode) {
   return checkedRange(mode, "mode", 0, 2, ErrorId::AIModeNotAvaliableError);
 }
@@ -230,11 +264,8 @@ int AIBased::_checkAITriggerMode(const Argument& mode) {
 }
 
 std::vector<int> AIBased::_checkAIChipSelect(const Argument& chip_select) {
-  if (chip_select.kind() != Argument::Kind::List) {
-    fail(ErrorId::InputTypeNotCorrectError, "chip_select takes a list of ints, not " + chip_select.typeName());
-  }
   std::vector<int> chips;
-  for (const Argument& chip : chip_select.items()) {
+  for (const Argument& chip : checkedList(chip_select, "chip_select")) {
     chips.push_back(checkedRange(chip, "chip_select", 0, 2, ErrorId::AICSNotAvaliableError));
   }
   if (chips.empty()) {

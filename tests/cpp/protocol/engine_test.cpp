@@ -129,7 +129,6 @@ TEST(Engine, ACoroutineWithoutTimeGivesUpAtOnce) {
   const auto loop = makeLoop();
   for (const double timeout : {0.0, -1.0}) {
     Engine engine;
-    engine.resend = row.resend;
     std::optional<Bytes> reply{Bytes{}};
     loop->runBody([&] { reply = engine.echoPacket(kEcho, {}, timeout); });
     EXPECT_EQ(reply, std::nullopt) << timeout;
@@ -154,6 +153,7 @@ TEST(Engine, SendsAgainAndThenWaitsForTheRest) {
   };
   for (const auto& row : rows) {
     Engine engine;
+    engine.resend = row.resend;
     std::optional<Bytes> reply{Bytes{}};
     const auto call = [&] { reply = engine.echoPacketWithRetry(kEcho, {}, row.timeout); };
     const double seconds = secondsOf([&] { row.coroutine ? loop->runBody(call) : call(); });

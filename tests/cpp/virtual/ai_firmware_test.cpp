@@ -29,7 +29,7 @@ class AiFirmwareTest : public BenchTest {
   }
   void expectSamples(const std::vector<std::int16_t>& codes, double rate, std::uint64_t first = 0) {
     for (std::size_t i = 0; i < codes.size(); ++i) {
-      ASSERT_EQ(codes[i], source_[i % 8]->sample(first + i / 8, rate)) << "value " << i;
+      ASSERT_EQ(codes[i], codeOfVolts(source_[i % 8]->sample(first + i / 8, rate, 0))) << "value " << i;
     }
   }
   Bytes countersReply(unsigned acquired, unsigned packets, unsigned lost) {
@@ -44,7 +44,7 @@ TEST_F(AiFirmwareTest, ReadsOnDemandWhatTheSourceSays) {
   for (const int code : {READ_AI_ON_DEMAND, READ_AI_ON_DEMAND_VARIABLE, AI_GET_DATA}) {
     Bytes expected{0, 0};
     for (const auto& channel : source_) {
-      appendBig(expected, channel->at(1.3));
+      appendBig(expected, static_cast<std::int16_t>(codeOfVolts(channel->at(1.3))));
     }
     EXPECT_EQ(ask(code, {0}), expected);
   }

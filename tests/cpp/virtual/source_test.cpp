@@ -31,20 +31,29 @@ TEST(Source, ValuesAtKnownMoments) {
       {"sine:1:1e-3", 0, 250, 3277},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(inputsOf({c.text})[c.channel]->at(c.seconds), c.code) << c.text << " channel " << c.channel;
+    EXPECT_EQ(codeOfVolts(inputsOf({c.text})[c.channel]->at(c.seconds)), c.code) << c.text << " channel " << c.channel;
   }
+}
+
+TEST(Source, CodesOfTwoWidths) {
+  for (const int code : {-8388608, -8388607, -1, 0, 1, 4194304, 8388607}) {
+    EXPECT_EQ(codeOfVolts(code * 10.0 / 8388608, 24), code);
+    EXPECT_EQ(codeOfVolts(code / 256 * 10.0 / 32768), code / 256);
+  }
+  EXPECT_EQ(codeOfVolts(10, 24), 8388607);
+  EXPECT_EQ(codeOfVolts(-11, 24), -8388608);
 }
 
 TEST(Source, ASampleOfAStreamIsTheSignalAtItsTime) {
   const auto inputs = inputsOf({"sine:5:50"});
-  EXPECT_EQ(inputs[0]->sample(5, 1000), inputs[0]->at(0.005));
+  EXPECT_EQ(inputs[0]->sample(5, 1000, 77), inputs[0]->at(0.005));
 }
 
 TEST(Source, OneChannelGoesBeforeAllWhateverTheOrder) {
   for (const auto& texts : {std::vector<std::string>{"1=constant:1", "constant:2"}, {"constant:2", "1=constant:1"}}) {
     const auto inputs = inputsOf(texts);
-    EXPECT_EQ(inputs[1]->at(0), 3277);
-    EXPECT_EQ(inputs[0]->at(0), 6554);
+    EXPECT_EQ(inputs[1]->at(0), 1);
+    EXPECT_EQ(inputs[0]->at(0), 2);
   }
 }
 
@@ -55,15 +64,15 @@ TEST(Source, NoiseFollowsItsSeedAndStaysInRange) {
   int differs = 0;
   double sum = 0;
   for (std::uint64_t n = 0; n < 10000; ++n) {
-    const int code = first[0]->sample(n, 1000);
-    EXPECT_LE(std::abs(code), 6554);
-    EXPECT_EQ(code, again[0]->sample(n, 1));
-    differs +=
-        static_cast<int>(code != other[0]->sample(n, 1000)) + static_cast<int>(code != first[1]->sample(n, 1000));
-    sum += code;
+    const double volts = first[0]->sample(n, 1000, 0);
+    EXPECT_LE(std::abs(volts), 2);
+    EXPECT_EQ(volts, again[0]->sample(n, 1, 5));
+    differs += static_cast<int>(volts != other[0]->sample(n, 1000, 0)) +
+               static_cast<int>(volts != first[1]->sample(n, 1000, 0));
+    sum += volts;
   }
   EXPECT_GT(differs, 19900);
-  EXPECT_LT(std::abs(sum / 10000), 200);  // the mean's standard deviation is 38
+  EXPECT_LT(std::abs(sum / 10000), 0.06);  // the mean's standard deviation is 0.0115
 }
 
 TEST(Source, RefusesWhatItCannotMean) {

@@ -1,0 +1,94 @@
+"""24-bit analog input against virtual devices, and its decoder against numpy."""
+
+import asyncio
+
+import numpy
+import pytest
+from fakes import PATIENCE_S, FakeTransport, connect_to, connected, fence
+
+import pyqvx
+
+CHANNELS = 8
+
+
+def call(device, form, name, *args):
+    fence(device)
+    if form == "blocking":
+        return getattr(device, name)(*args)
+
+    async def main():
+        return await getattr(device, name + "_async")(*args)
+
+    return asyncio.run(main())
+
+
+FORMS = pytest.mark.parametrize("form", ["blocking", "coroutine"])
+
+
+@FORMS
+def test_read_on_demand(bench, form):
+    place = bench(
+        model="FeroxA2", source=[f"{c}=constant:{v}" for c, v in enumerate((-11, -1e-5, 0, 1e-6, 5, 11))]
+    )
+    with pyqvx.FeroxA2(verbose=False) as device:
+        connect_to(device, place)
+        sample = call(device, form, "AI_readOnDemand", 0)
+        assert sample == pytest.approx([-10, -1e-5, 0, 1e-6, 5, 10 - 10 / 2**23, 0, 0], abs=6e-7)
+        assert all(volts * 2**23 / 10 == int(volts * 2**23 / 10) for volts in sample)
+
+
+@FORMS
+@pytest.mark.parametrize("cls", [pyqvx.FeroxI, pyqvx.FeroxIA])
+@pytest.mark.parametrize("volts", [-60, -50, -25, -12.3456, 0, 0.0004, 24.9994, 25, 42.1234, 60])
+def test_each_reading_has_its_range(bench, form, cls, volts):
+    place = bench(model=cls.__name__, source=f"constant:{volts}")
+    with cls(verbose=False) as device:
+        connect_to(device, place)
+        assert call(device, form, "AI_open", 0) == 0
+        sample = call(device, form, "AI_readOnDemand", 0)
+        assert sample == [round(max(-50, min(volts, 50)), 3)]
+        assert call(device, form, "AI_close", 0) == 0
+        assert not hasattr(device, "AI_openStreaming")
+
+
+@FORMS
+def test_every_sample_of_a_stream_equals_its_source(bench, form):
+    place = bench(model="FeroxA2", source=["sine:9:3", "1=ramp:-1:1:2"])
+    with pyqvx.FeroxA2(verbose=False) as device:
+        connect_to(device, place)
+        count, rate = 3000, 10000
+        for name, *args in [
+            ("AI_open",),
+            ("AI_setMode", 1),
+            ("AI_setNumSamples", count),
+            ("AI_setSamplingRate", rate),
+        ]:
+            assert call(device, form, name, 0, *args) == 0
+        assert call(device, form, "AI_openStreaming", 0) == 0
+        assert call(device, form, "AI_startStreaming", 0) == 0
+        samples = numpy.array(call(device, form, "AI_readStreaming", 0, 1000, PATIENCE_S))
+        samples = numpy.concatenate(
+            [samples, call(device, form, "AI_readStreamingArray", 0, 2000, PATIENCE_S)]
+        )
+        time_s = numpy.arange(count) / rate
+        assert samples.shape == (count, CHANNELS)
+        assert numpy.abs(samples[:, 0] - 9 * numpy.sin(2 * numpy.pi * 3 * time_s)).max() < 1e-6
+        assert numpy.abs(samples[:, 2] - 9 * numpy.sin(2 * numpy.pi * (3 * time_s + 2 / 8))).max() < 1e-6
+        assert numpy.abs(samples[:, 1] + 1 - 2 * ((2 * time_s + 1 / 8) % 1)).max() < 1e-6
+        assert call(device, form, "AI_readStreaming", 0, 1, 0.02) == []
+        assert call(device, form, "AI_closeStreaming", 0) == 0
+        assert call(device, form, "AI_close", 0) == 0 and not device.ai_open_flag
+
+
+def test_decoding_equals_numpys():
+    device = connected(FakeTransport(default=b"\0\0"), pyqvx.FeroxA2)
+    device.AI_open(0)
+    raw = numpy.random.default_rng(1).integers(0, 256, 3 * CHANNELS * 5000, dtype=numpy.uint8)
+    codes = numpy.zeros((len(raw) // 3, 4), numpy.uint8)
+    codes[:, :3] = raw.reshape(-1, 3)
+    expected = ((codes.view(">i4")[:, 0] >> 8) * device.ai_ratio).reshape(-1, CHANNELS)
+    device.ai_data_queue_list[0].put(b"\0")  # a start, acknowledged
+    for block in raw.reshape(10, -1):
+        device.ai_data_queue_list[0].put(block.tobytes())
+    assert numpy.array_equal(device.AI_readStreamingArray(0, 5000, PATIENCE_S), expected)
+    device.close()
