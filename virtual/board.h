@@ -47,6 +47,7 @@ struct Board {
   Addresses next_addresses;  // from the next restart on
   // Volatile.
   bool in_bootloader = false;
+  std::uint32_t rings = 0;  // how often it was made to ring
   Effect effect = Effect::None;
 };
 

@@ -46,7 +46,7 @@ Board makeBoard(const DeviceSetup& setup, TimePoint now) {
 }  // namespace
 
 Device::Device(const DeviceSetup& setup, TimePoint now)
-    : board_(makeBoard(setup, now)), faults_(setup.faults, setup.seed + setup.index) {
+    : board_(makeBoard(setup, now)), faults_(setup.faults, setup.seed + setup.index), broadcasts_(board_, commands_) {
   modules_.push_back(std::make_unique<SystemFirmware>(board_));
   for (const MakeModule make : setup.model->modules) {
     modules_.push_back(make(board_));
@@ -61,6 +61,19 @@ void Device::handle(const Frame& frame, Outlet& outlet, TimePoint now) {
     return;
   }
   commands_.handle({frame.code, frame.payload, outlet, now}, faults_.forcedStatus(frame.code));
+  takeEffect(now);
+}
+
+std::optional<Bytes> Device::answerBroadcast(const Frame& frame, TimePoint now) {
+  if (reboot_pending_) {
+    return std::nullopt;
+  }
+  auto answer = broadcasts_.answer(frame, faults_.forcedStatus(frame.code), now);
+  takeEffect(now);
+  return answer;
+}
+
+void Device::takeEffect(TimePoint now) {
   const Effect effect = std::exchange(board_.effect, Effect::None);
   if (effect == Effect::FactoryReset) {
     board_.clock.stopAlarm(now);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "virtual/board.h"
+#include "virtual/broadcast_firmware.h"
 #include "virtual/faults.h"
 #include "virtual/models.h"
 
@@ -31,6 +32,8 @@ class Device {
 
   // Runs a request; the reply goes to `outlet`. Nothing is done any more once a reboot is pending.
   void handle(const Frame& frame, Outlet& outlet, TimePoint now);
+  // The payload of its answer to a request that was broadcast, if it answers at all.
+  std::optional<Bytes> answerBroadcast(const Frame& frame, TimePoint now);
   void tick(TimePoint now);
   TimePoint due(TimePoint now);
   // `outlet` is about to vanish.
@@ -45,11 +48,14 @@ class Device {
 
  private:
   void restartModules();
+  // Does what the last command has asked of the device as a whole.
+  void takeEffect(TimePoint now);
 
   Board board_;
   Faults faults_;
   std::vector<std::unique_ptr<Module>> modules_;
   CommandTable commands_;
+  BroadcastFirmware broadcasts_;
   bool reboot_pending_ = false;
 };
 

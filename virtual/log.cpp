@@ -11,7 +11,7 @@ void Log::event(const std::string& device, const std::string& text) const {
   }
 }
 
-void Log::frame(const std::string& device, const char* direction, int code, ByteView payload) const {
+void Log::frame(const std::string& device, const std::string& direction, int code, ByteView payload) const {
   if (level_ != LogLevel::Verbose) {
     return;
   }
@@ -23,7 +23,7 @@ void Log::frame(const std::string& device, const char* direction, int code, Byte
   if (payload.size() > kShown) {
     bytes += " ... (" + std::to_string(payload.size()) + " bytes)";
   }
-  std::fprintf(stderr, "%s %s %d:%s\n", device.c_str(), direction, code, bytes.c_str());
+  std::fprintf(stderr, "%s %s %d:%s\n", device.c_str(), direction.c_str(), code, bytes.c_str());
 }
 
 }  // namespace qvx::bench

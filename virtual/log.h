@@ -15,7 +15,7 @@ class Log {
   // Connections that come and go; unless quiet.
   void event(const std::string& device, const std::string& text) const;
   // Frames, when verbose; `direction` is "<-" for a request, "->" for a packet sent.
-  void frame(const std::string& device, const char* direction, int code, ByteView payload) const;
+  void frame(const std::string& device, const std::string& direction, int code, ByteView payload) const;
 
  private:
   LogLevel level_;

@@ -1,10 +1,15 @@
 // qvx-virtual: devices without hardware. Exit status 0 after SIGTERM or SIGINT, 2 for a wrong command line, 1 for
 // anything else.
 
+#include "virtual/discovery_port.h"
 #include "virtual/event_loop.h"
 #include "virtual/options.h"
 #include "virtual/process.h"
+#include "virtual/pty_port.h"
 #include "virtual/tcp_port.h"
+#include "virtual/usbip_port.h"
+
+#include "core/constants.h"
 
 #include <algorithm>
 #include <csignal>
@@ -19,9 +24,11 @@
 namespace qvx::bench {
 namespace {
 
-std::string explainListenFailure(const std::system_error& error, const Endpoint& endpoint) {
-  std::string text = std::string("cannot listen at ") + error.what();
-  if (error.code() == std::errc::permission_denied && endpoint.port < 1024) {
+std::string explainFailure(const std::system_error& error, const Options& options) {
+  const bool privileged = options.road == Road::Network && options.endpoints[0].port < 1024;
+  std::string text =
+      (options.road == Road::SerialLine ? "cannot use " : "cannot listen at ") + std::string(error.what());
+  if (error.code() == std::errc::permission_denied && privileged) {
     text +=
         "\nPorts below 1024 need rights. Give another port (--listen 127.0.0.1:7007, or port 0 for any free one), or "
         "let the program use them:\n  sudo setcap cap_net_bind_service=+ep \"$(command -v qvx-virtual)\"";
@@ -32,16 +39,40 @@ std::string explainListenFailure(const std::system_error& error, const Endpoint&
 struct Bench {
   EventLoop loop;
   std::vector<std::unique_ptr<Device>> devices;
-  std::vector<std::unique_ptr<TcpPort>> ports;  // after the devices that they serve
+  std::vector<std::unique_ptr<Port>> ports;  // after the devices that they serve
 
   void open(const Options& options, const Log& log) {
-    for (std::size_t i = 0; i < options.devices.size(); ++i) {
-      devices.push_back(std::make_unique<Device>(options.devices[i], steady_clock::now()));
-      try {
-        ports.push_back(std::make_unique<TcpPort>(loop, *devices.back(), log, options.endpoints[i]));
-      } catch (const std::system_error& error) {
-        throw std::runtime_error(explainListenFailure(error, options.endpoints[i]));
+    for (const DeviceSetup& setup : options.devices) {
+      devices.push_back(std::make_unique<Device>(setup, steady_clock::now()));
+    }
+    try {
+      openPorts(options, log);
+    } catch (const std::system_error& error) {
+      throw std::runtime_error(explainFailure(error, options));
+    }
+  }
+
+  void openPorts(const Options& options, const Log& log) {
+    if (options.road == Road::Usb) {
+      std::vector<Device*> served;
+      for (const auto& device : devices) {
+        served.push_back(device.get());
       }
+      ports.push_back(std::make_unique<UsbipPort>(loop, log, options.endpoints[0], served));
+      return;
+    }
+    std::vector<DiscoveryPort::Member> members;
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+      if (options.road == Road::SerialLine) {
+        ports.push_back(std::make_unique<PtyPort>(loop, *devices[i], log));
+      } else {
+        ports.push_back(std::make_unique<TcpPort>(loop, *devices[i], log, options.endpoints[i]));
+        members.push_back({*devices[i], *ports[i], options.endpoints[i]});
+      }
+    }
+    if (options.discovery) {
+      ports.push_back(std::make_unique<DiscoveryPort>(loop, log, DiscoveryPort::UdpPorts{UDP_SEND_PORT, UDP_RECV_PORT},
+                                                      std::move(members)));
     }
   }
 
@@ -68,11 +99,11 @@ int runBench(const Options& options, int parent) {
   Bench bench;
   const StopRequests stop(bench.loop, options.die_with_parent ? parent : 0);
   bench.open(options, log);
-  for (std::size_t i = 0; i < bench.ports.size(); ++i) {
-    const TcpPort& port = *bench.ports[i];
-    const auto data = port.dataEndpoint();
-    std::printf("ready %s %s%s\n", bench.devices[i]->board().model.c_str(), port.endpoint().text().c_str(),
-                data ? (" " + data->text()).c_str() : "");
+  std::size_t device = 0;
+  for (const auto& port : bench.ports) {
+    for (const std::string& place : port->places()) {
+      std::printf("ready %s %s\n", bench.devices[device++]->board().model.c_str(), place.c_str());
+    }
   }
   std::printf("ready\n");
   std::fflush(stdout);

@@ -16,6 +16,7 @@ namespace qvx::bench {
 namespace {
 
 constexpr std::size_t kMostDevices = 1000;
+constexpr int kUsbipPort = 3240;
 constexpr std::size_t kSerialLength = 8;
 constexpr std::size_t kLongestAlias = 64;
 
@@ -25,6 +26,9 @@ struct Given {
   std::vector<std::string> listen;
   std::size_t count = 1;
   bool expose = false;
+  bool discovery = false;
+  bool pty = false;
+  std::optional<std::string> usbip;
   std::vector<std::string> aliases;
   std::vector<std::string> serials;
   std::vector<std::string> sources;
@@ -46,30 +50,39 @@ std::optional<int> parseInt(std::string_view text, int low, int high) {
   return whole && value >= low && value <= high ? std::optional(value) : std::nullopt;
 }
 
-Endpoint parseEndpoint(const std::string& text) {
+// `option`, for messages: what it is the value of.
+Endpoint parseEndpoint(const std::string& option, const std::string& text, int default_port) {
   const std::size_t colon = text.find(':');
   in_addr address{};
   if (inet_pton(AF_INET, text.substr(0, colon).c_str(), &address) != 1) {
-    throw UsageError("--listen " + text + ": not an IPv4 address such as 127.0.0.2 or 127.0.0.2:7007");
+    throw UsageError(option + " " + text + ": not an IPv4 address such as 127.0.0.2 or 127.0.0.2:7007");
   }
-  Endpoint endpoint{ntohl(address.s_addr), TCP_CMD_PORT};
+  Endpoint endpoint{ntohl(address.s_addr), static_cast<std::uint16_t>(default_port)};
   if (colon != std::string::npos) {
     const auto port = parseInt(std::string_view(text).substr(colon + 1), 0, 65535);
     if (!port) {
-      throw UsageError("--listen " + text + ": the port must be 0 to 65535");
+      throw UsageError(option + " " + text + ": the port must be 0 to 65535");
     }
     endpoint.port = static_cast<std::uint16_t>(*port);
   }
   return endpoint;
 }
 
+void refuseExposed(const std::string& option, const Endpoint& endpoint) {
+  if (!endpoint.loopback()) {
+    throw UsageError(option + " " + endpoint.text() +
+                     " is not a loopback address: anybody on the network could use the device; add --expose if that "
+                     "is wanted");
+  }
+}
+
 std::vector<Endpoint> listEndpoints(const Given& given) {
   std::vector<Endpoint> endpoints;
   for (const std::string& text : given.listen) {
-    endpoints.push_back(parseEndpoint(text));
+    endpoints.push_back(parseEndpoint("--listen", text, TCP_CMD_PORT));
   }
   if (endpoints.empty()) {
-    endpoints.push_back(parseEndpoint("127.0.0.1"));
+    endpoints.push_back(parseEndpoint("--listen", "127.0.0.1", TCP_CMD_PORT));
   }
   if (given.count > 1 && endpoints.size() > 1) {
     throw UsageError("--count goes with a single --listen, the first of the addresses");
@@ -80,13 +93,20 @@ std::vector<Endpoint> listEndpoints(const Given& given) {
     endpoints.push_back(next);
   }
   for (const Endpoint& endpoint : endpoints) {
-    if (!endpoint.loopback() && !given.expose) {
-      throw UsageError("--listen " + endpoint.text() +
-                       " is not a loopback address: anybody on the network could use "
-                       "the device; add --expose if that is wanted");
+    if (!given.expose) {
+      refuseExposed("--listen", endpoint);
     }
   }
   return endpoints;
+}
+
+Endpoint usbipEndpoint(const Given& given) {
+  const std::string text = given.usbip->empty() ? "127.0.0.1" : *given.usbip;
+  const Endpoint endpoint = parseEndpoint("--usbip", text, kUsbipPort);
+  if (!given.expose) {
+    refuseExposed("--usbip", endpoint);
+  }
+  return endpoint;
 }
 
 void parseStatus(const std::string& text, FaultOptions& faults) {
@@ -181,6 +201,16 @@ void describe(CLI::App& app, Given& given) {
       ->type_name("N")
       ->check(CLI::Range(std::size_t{1}, kMostDevices));
   app.add_flag("--expose", given.expose, "allow addresses that other machines can reach");
+  auto* const discovery = app.add_flag("--discovery", given.discovery, "answer UDP discovery, on port 61557");
+  auto* const pty = app.add_flag("--pty", given.pty, "be on a serial line, a pseudo-terminal, instead of the network");
+  app.add_option("--usbip", given.usbip,
+                 "be on USB instead: serve USB/IP, for 'usbip attach' (default 127.0.0.1:3240; port 0: any free one)")
+      ->type_name("[ADDRESS[:PORT]]")
+      ->expected(0, 1)
+      ->excludes(pty)
+      ->excludes(discovery)
+      ->excludes("--listen");
+  pty->excludes(discovery)->excludes("--listen");
   list("--alias", given.aliases, "TEXT", "alias; again for the next device");
   list("--serial", given.serials, "TEXT", "serial number, 8 characters; again for the next device");
   list("--source", given.sources, "[CHANNEL=]KIND[:VALUE...]", "what the analog inputs measure; see below");
@@ -217,14 +247,14 @@ void describe(CLI::App& app, Given& given) {
   app.footer("Sources (without one a channel measures 0 V; volts clip at +-10):\n" + describeSources() +
              "In ramp, sine and square channel c of n is c/n of a period ahead; CHANNEL= names one channel.\n\n"
              "A wireless model takes a second port, for the data that it streams: 1336 beside 7, else the next one.\n"
-             "Prints 'ready MODEL ADDRESS:PORT [ADDRESS:DATAPORT]' for each device and then 'ready'. Ends with SIGTERM "
-             "or SIGINT.");
+             "Prints 'ready MODEL PLACE' for each device and then 'ready', where PLACE is 'ADDRESS:PORT "
+             "[ADDRESS:DATAPORT]', '/dev/pts/N', or 'ADDRESS:PORT BUS_ID'. Ends with SIGTERM or SIGINT.");
 }
 
 }  // namespace
 
 Options parseOptions(int argc, const char* const* argv) {
-  CLI::App app("qvx-virtual: answers on the network as QVX devices do", "qvx-virtual");
+  CLI::App app("qvx-virtual: answers as QVX devices do", "qvx-virtual");
   Given given;
   describe(app, given);
   Options options;
@@ -240,9 +270,18 @@ Options parseOptions(int argc, const char* const* argv) {
     throw UsageError(error.what());
   }
   try {
-    options.endpoints = listEndpoints(given);
-    options.devices = listDevices(given, options.endpoints.size());
-    for (std::size_t i = 0; i < options.devices.size(); ++i) {
+    options.discovery = given.discovery;
+    if (given.pty) {
+      options.road = Road::SerialLine;
+    } else if (given.usbip) {
+      options.road = Road::Usb;
+      options.endpoints = {usbipEndpoint(given)};
+    } else {
+      options.endpoints = listEndpoints(given);
+    }
+    const bool networked = options.road == Road::Network;
+    options.devices = listDevices(given, networked ? options.endpoints.size() : given.count);
+    for (std::size_t i = 0; networked && i < options.devices.size(); ++i) {
       options.devices[i].address = options.endpoints[i].address;
     }
   } catch (const std::invalid_argument& error) {

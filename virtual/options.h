@@ -2,8 +2,8 @@
 #pragma once
 
 #include "virtual/device.h"
+#include "virtual/endpoint.h"
 #include "virtual/log.h"
-#include "virtual/tcp_port.h"
 
 #include <stdexcept>
 #include <string>
@@ -11,8 +11,13 @@
 
 namespace qvx::bench {
 
+// How the devices are reached.
+enum class Road : std::uint8_t { Network, SerialLine, Usb };
+
 struct Options {
-  std::vector<Endpoint> endpoints;  // one per device
+  Road road = Road::Network;
+  std::vector<Endpoint> endpoints;  // on the network one per device, for USB one for all, for serial lines none
+  bool discovery = false;
   std::vector<DeviceSetup> devices;
   LogLevel log = LogLevel::Normal;
   bool die_with_parent = false;

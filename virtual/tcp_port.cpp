@@ -1,14 +1,10 @@
 #include "virtual/tcp_port.h"
 
-#include "core/constants.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -16,55 +12,11 @@
 namespace qvx::bench {
 namespace {
 
-constexpr std::chrono::milliseconds kRebootTime{200};
 constexpr std::chrono::milliseconds kAcceptPause{100};  // after running out of descriptors
 constexpr std::size_t kMostConnections = 64;
 constexpr int kFreePairAttempts = 50;
 
-sockaddr_in socketAddress(const Endpoint& endpoint) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(endpoint.address);
-  address.sin_port = htons(endpoint.port);
-  return address;
-}
-
-void setOption(int fd, int level, int option, int value) {
-  setsockopt(fd, level, option, &value, sizeof value);
-}
-
-Descriptor openListener(const Endpoint& endpoint) {
-  Descriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  const sockaddr_in address = socketAddress(endpoint);
-  if (listener) {
-    setOption(listener.get(), SOL_SOCKET, SO_REUSEADDR, 1);
-  }
-  if (!listener || bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0 ||
-      listen(listener.get(), SOMAXCONN) < 0) {
-    throw std::system_error(errno, std::generic_category(), endpoint.text());
-  }
-  return listener;
-}
-
 }  // namespace
-
-std::string Endpoint::text() const {
-  std::string out;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    out += std::to_string((address >> shift) & 0xFFU) + (shift > 0 ? "." : ":");
-  }
-  return out + std::to_string(port);
-}
-
-std::optional<Endpoint> Endpoint::data() const {
-  if (port == TCP_CMD_PORT) {
-    return Endpoint{address, TCP_DATA_PORT};
-  }
-  if (port == UINT16_MAX) {
-    return std::nullopt;
-  }
-  return Endpoint{address, static_cast<std::uint16_t>(port + 1)};
-}
 
 class TcpPort::Connection final : public EventHandler {
  public:
@@ -106,7 +58,7 @@ class TcpPort::Connection final : public EventHandler {
   }
 
   void ready(std::uint32_t events, TimePoint now) override {
-    owner_.touched_ = true;
+    owner_.touch();
     if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0) {
       read(now);
     }
@@ -164,15 +116,6 @@ class TcpPort::Connection final : public EventHandler {
   bool over_ = false;
 };
 
-TcpPort::Listener::Listener(const Endpoint& wanted) : socket(openListener(wanted)), endpoint(wanted) {
-  sockaddr_in bound{};
-  socklen_t size = sizeof bound;
-  if (getsockname(socket.get(), reinterpret_cast<sockaddr*>(&bound), &size) == 0) {
-    endpoint.port = ntohs(bound.sin_port);
-  }
-  name = endpoint.text();
-}
-
 // Both ports, or none. When any port will do, one is chosen whose data port is free too.
 TcpPort::Listeners TcpPort::openListeners(const Endpoint& endpoint, bool with_data) {
   for (int attempts = 1;; ++attempts) {
@@ -209,8 +152,8 @@ TcpPort::~TcpPort() {
   }
 }
 
-std::optional<Endpoint> TcpPort::dataEndpoint() const {
-  return data_.socket ? std::optional(data_.endpoint) : std::nullopt;
+std::vector<std::string> TcpPort::places() const {
+  return {command_.name + (data_.socket ? " " + data_.name : "")};
 }
 
 void TcpPort::listen(Listeners listeners) {
@@ -234,7 +177,7 @@ void TcpPort::watchListeners(std::uint32_t events) {
 }
 
 void TcpPort::ready(std::uint32_t, TimePoint now) {
-  touched_ = true;
+  touch();
   if (paused_until_ == kNever && !accept()) {
     pause(now + kAcceptPause);
   }
@@ -263,9 +206,8 @@ bool TcpPort::acceptFrom(const Listener& listener) {
       log_.event(listener.name, "refuses a connection: " + std::to_string(kMostConnections) + " are open");
       continue;
     }
-    setOption(socket.get(), IPPROTO_TCP, TCP_NODELAY, 1);
-    connections_.push_back(
-        std::make_unique<Connection>(*this, listener, std::move(socket), ntohl(peer.sin_addr.s_addr)));
+    setSocketOption(socket.get(), IPPROTO_TCP, TCP_NODELAY, 1);
+    connections_.push_back(std::make_unique<Connection>(*this, listener, std::move(socket), endpointOf(peer).address));
     log_.event(listener.name, "connected");
   }
 }

@@ -3,6 +3,9 @@
     with VirtualDevice("FeroxA", source="sine:5:50") as bench:
         device.connect(bench.ip, bench.port)
 
+    with VirtualDevice("FeroxA", pty=True) as bench:
+        uart_device.connect(bench.path)
+
 Needs nothing but the program qvx-virtual, which is looked for in the environment variable QVX_VIRTUAL, beside
 this file, in the scripts of this Python environment and on the PATH.
 """
@@ -65,30 +68,36 @@ class VirtualDevice:
     """One virtual device, or several with `count`, in a process of their own, as a context manager.
 
     model: class name of the product.
-    listen: address and port of the first device; by default a free port of 127.0.0.1.
+    listen: address and port of the first device; by default a free port of 127.0.0.1. Not with `pty`, a
+        serial line, and `usbip`, True for the usual address or "ADDRESS:PORT".
     options: those of qvx-virtual, with underscores for hyphens: source="sine:5:50", drop=0.1, silent=True,
         source=["ramp", "3=constant:1"], status={177: 52}.
 
     After `start` (or inside `with`) `ip`, `port` and `address` are those of the first device, `addresses` has
     a pair (ip, port) for each and `process` is the running program. Wireless models stream over a port of
-    their own: `data_port`, and `data_ports` for each device; None on other models. `start` raises
-    RuntimeError with the program's message when it does not start. The program ends with this process,
-    whatever happens.
+    their own: `data_port`, and `data_ports` for each device; None on other models. With `pty` there is
+    instead `path`, the terminal to open, and `paths`; with `usbip` `bus_ids` beside `addresses`, which are
+    all the same. `start` raises RuntimeError with the program's message when it does not start. The program
+    ends with this process, whatever happens.
     """
 
     def __init__(
         self,
         model: str = "FeroxA",
         *,
-        listen: str | Iterable[str] = "127.0.0.1:0",
+        listen: str | Iterable[str] | None = None,
         **options: object,
     ) -> None:
+        if listen is None and not options.get("pty") and not options.get("usbip"):
+            listen = "127.0.0.1:0"
         self._options: dict[str, object] = {"model": model, "listen": listen}
         self._options.update(options)
         self._errors: IO[bytes] | None = None
         self._process: subprocess.Popen[bytes] | None = None
         self.addresses: list[tuple[str, int]] = []
         self.data_ports: list[int | None] = []
+        self.paths: list[str] = []
+        self.bus_ids: list[str] = []
 
     @property
     def process(self) -> subprocess.Popen[bytes]:
@@ -103,6 +112,10 @@ class VirtualDevice:
     @property
     def port(self) -> int:
         return self.addresses[0][1]
+
+    @property
+    def path(self) -> str:
+        return self.paths[0]
 
     @property
     def data_port(self) -> int | None:
@@ -184,8 +197,12 @@ class VirtualDevice:
                     )
                 received += block
         for line in received.decode().splitlines():
-            words = line.split()
-            if len(words) >= 3:
-                ip, _, port = words[2].rpartition(":")
+            _, *place = line.split()[1:] or [""]
+            if place and place[0].startswith("/"):
+                self.paths.append(place[0])
+            elif place:
+                ip, _, port = place[0].rpartition(":")
                 self.addresses.append((ip, int(port)))
-                self.data_ports.append(int(words[3].rpartition(":")[2]) if len(words) > 3 else None)
+                _, colon, data_port = place[-1].rpartition(":") if len(place) > 1 else ("", "", "")
+                self.data_ports.append(int(data_port) if colon else None)
+                self.bus_ids += [] if colon else place[1:]
