@@ -241,11 +241,16 @@ void UsbipSession::advance(TimePoint now) {
   }
   session_->advance(now);
   while (!out_.empty() && session_->wantsInput()) {
-    const Transfer transfer = std::move(out_.front());
-    out_.pop_front();
-    out_bytes_ -= transfer.bytes.size();
-    session_->receive(transfer.bytes, now);
-    complete(transfer.number, 0, transfer.bytes.size(), {});
+    Transfer& transfer = out_.front();
+    const ByteView rest = ByteView(transfer.bytes).subspan(transfer.taken);
+    const ByteView piece = rest.first(std::min(rest.size(), kPiece));
+    session_->receive(piece, now);
+    transfer.taken += piece.size();
+    if (transfer.taken == transfer.bytes.size()) {
+      complete(transfer.number, 0, transfer.taken, {});
+      out_bytes_ -= transfer.taken;
+      out_.pop_front();
+    }
   }
   // A packet that is not full ends a transfer.
   while (!in_.empty() && output_.size() < kBacklog) {

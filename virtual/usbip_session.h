@@ -52,11 +52,14 @@ class UsbipSession {
   // Beyond what the host's controller would keep in flight, for one device.
   static constexpr std::size_t kMostWaiting = 4096;
   static constexpr std::size_t kMostBytesWaiting = 4 << 20;
+  // What the device takes at once: replies may be much longer than their requests.
+  static constexpr std::size_t kPiece = 4096;
 
   struct Transfer {
     std::uint32_t number;
     std::size_t length;  // of an IN transfer: how much the client takes
     Bytes bytes;
+    std::size_t taken = 0;  // of an OUT transfer: bytes that the device has
   };
 
   // Each handles one message at the start of `bytes` and returns its size; 0 when it is not complete yet.
