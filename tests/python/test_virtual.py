@@ -291,6 +291,7 @@ def test_hostile_bytes() -> None:
         (["--listen", "192.0.2.1:0"], "--expose"),
         (["--listen", "127.255.255.255:0", "--count", "2"], "--expose"),
         (["--listen", "127.0.0.1:0", "--listen", "127.0.0.2:0", "--count", "2"], "--count"),
+        (["--discovery", "--listen", "0.0.0.0:0", "--expose"], "--discovery"),
         (["--usbip", "192.0.2.1"], "--expose"),
         (["--usbip", "here"], "IPv4"),
         (["--usbip", "127.0.0.1:65536"], "65535"),
