@@ -1,5 +1,5 @@
 # The commands of a checkout. Each does its own set-up on Debian 12 and is quick when there is nothing to do.
-#   build test demo bench        lint format asan tsan fuzz        stubs check-stubs check-wheel clean
+#   build test demo bench        lint format asan tsan fuzz        stubs check-stubs check-usb check-wheel clean
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
 MAKEFLAGS += --no-print-directory
@@ -12,7 +12,7 @@ FUZZ_SECONDS ?= 20
 
 configure = if ! [ build/$(1)/build.ninja -nt CMakePresets.json ]; then cmake --preset $(1); touch build/$(1)/build.ninja; fi
 
-.PHONY: all build test demo bench lint format asan tsan fuzz stubs check-stubs check-wheel clean
+.PHONY: all build test demo bench lint format asan tsan fuzz stubs check-stubs check-usb check-wheel clean
 all: build
 
 # Leaves .venv/bin/python able to import pyqvx, and .venv/bin/qvx-virtual.
@@ -64,6 +64,11 @@ stubs: build
 	@$(PYTHON) tools/make_stubs.py
 check-stubs: build
 	@$(PYTHON) tools/make_stubs.py --check
+
+# The module and the virtual bench on a real kernel's USB, in a virtual machine.
+check-usb: build
+	@tools/install-packages usb-kernel
+	@/usr/bin/python3.11 tools/usb_kernel.py
 
 check-wheel:
 	@tools/install-packages build

@@ -101,6 +101,15 @@ std::vector<Endpoint> listEndpoints(const Given& given) {
   return endpoints;
 }
 
+// What a device says of itself must be of use to whoever asks.
+void refuseUnnamed(const Options& options) {
+  for (const Endpoint& endpoint : options.endpoints) {
+    if (options.discovery && endpoint.address == 0) {
+      throw UsageError("--discovery tells others a device's address: give that instead of --listen " + endpoint.text());
+    }
+  }
+}
+
 Endpoint usbipEndpoint(const Given& given) {
   const std::string text = given.usbip->empty() ? "127.0.0.1" : *given.usbip;
   const Endpoint endpoint = parseEndpoint("--usbip", text, kUsbipPort);
@@ -284,6 +293,7 @@ Options parseOptions(int argc, const char* const* argv) {
       options.endpoints = {usbipEndpoint(given)};
     } else {
       options.endpoints = listEndpoints(given);
+      refuseUnnamed(options);
     }
     const bool networked = options.road == Road::Network;
     options.devices = listDevices(given, networked ? options.endpoints.size() : given.count);

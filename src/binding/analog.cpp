@@ -75,7 +75,7 @@ void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based)
           "_ckeckAISamplingRate(port: int, rate: int) -> None\n\nRaises AIRateNotVaildError above the product's limit.")
       .def("_AI_changePortToIndex", &AIBased::_AI_changePortToIndex, py::arg("port"),
            "_AI_changePortToIndex(port: int) -> int\n\nThe place of the port in the lists of queues.")
-      .def("_AI_free", &AIBased::_AI_free, py::call_guard<py::gil_scoped_release>(),
+      .def("_AI_free", &AIBased::_AI_free, py::call_guard<Unlocked>(),
            "_AI_free() -> None\n\nEnds the decoder thread.");
 }
 

@@ -9,6 +9,31 @@ namespace py = pybind11;
 
 namespace qvx::binding {
 
+// While it lives the thread runs without the interpreter's lock. A thread that comes back when the interpreter is
+// ending would be ended in the middle of C++; it sleeps instead until the process is gone.
+class Unlocked {
+ public:
+  Unlocked() : state_(PyEval_SaveThread()) {}
+  ~Unlocked();
+  Unlocked(const Unlocked&) = delete;
+  Unlocked& operator=(const Unlocked&) = delete;
+
+ private:
+  PyThreadState* state_;
+};
+
+// While it lives the thread, of Python or not, holds the interpreter's lock; with the same care.
+class Locked {
+ public:
+  Locked();
+  ~Locked() { PyGILState_Release(state_); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+
+ private:
+  PyGILState_STATE state_;
+};
+
 // Each adds its names to the module. bindErrors comes first: the others raise its classes.
 void bindErrors(py::module_& module);
 void bindConstants(py::module_& module);

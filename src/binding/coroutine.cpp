@@ -87,7 +87,7 @@ void cancelBody(State& state) {
     const Running running(state);
     stopWaiting(state, *fiber);
     fiber->cancel();
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     fiber->resume();
   }
   const auto body = std::move(state.body);
@@ -109,7 +109,7 @@ PySendResult step(State& state, PyObject** result) {
   bool finished = false;
   {
     const Running running(state);
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     finished = state.fiber->resume();
   }
   if (!finished) {

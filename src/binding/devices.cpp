@@ -22,7 +22,7 @@ std::vector<std::weak_ptr<Device>>& liveDevices() {
 }
 
 void closeUnlocked(Device& device) {
-  const py::gil_scoped_release unlocked;
+  const Unlocked unlocked;
   device.close();
 }
 
@@ -161,7 +161,7 @@ void bindDevices(py::module_& module) {
       .def(
           "connect",
           [](NetworkDevice& self, const Argument& ip_addr, const Argument& port) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             return self.connect(ip_addr, port);
           },
           Signature("ip_addr: str, port: int = 7"),
@@ -182,7 +182,7 @@ void bindDevices(py::module_& module) {
       .def(
           "disconnect",
           [](NetworkDevice& self) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             self.disconnect();
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")

@@ -55,14 +55,14 @@ template <class Class, class... Args>
 std::shared_ptr<Class> makeDevice(Args&&... args) {
   Class* made = nullptr;
   {
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     made = new Class(std::forward<Args>(args)...);
   }
   std::shared_ptr<Class> device(made, [](Class* gone) {
     if (!retireDevice(*gone)) {
       return;
     }
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     if (Worker::isCurrentThread()) {
       // The last reference went on a thread of the driver, perhaps this device's own, which cannot wait for its own
       // end.

@@ -24,7 +24,7 @@ void bindClient(py::module_& module) {
         [](UDPClient& self, const Argument& ip_addr, const Argument& port) {
           const std::string& address = checkedText(ip_addr, "ip_addr");
           const int number = checkedRange(port, "port", 0, 65535);
-          const py::gil_scoped_release released;
+          const Unlocked released;
           return self.bind(address, number);
         },
         py::arg("ip_addr"), py::arg("port"),
@@ -37,7 +37,7 @@ void bindClient(py::module_& module) {
       "sendBcstPacket",
       [](UDPClient& self, const py::object& packet) {
         const Bytes bytes = bytesOf(packet);
-        const py::gil_scoped_release released;
+        const Unlocked released;
         self.sendBcstPacket(bytes);
       },
       py::arg("packet"),
@@ -81,7 +81,7 @@ BroadcastOperations::Progress progressOf(const py::object& progress) {
     return nullptr;
   }
   return [function = py::handle(progress)](const DeviceRecord& record) {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     function(record);
   };
 }
@@ -125,7 +125,7 @@ void bindFind(BlockingClass& blocking, CoroutineClass& coroutine) {
       "Broadcast_findDevices",
       [](BroadcastModule& self, const Argument& expected, const Argument& timeout, const py::object& progress) {
         checkProgress(progress);
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         return self.Broadcast_findDevices(expected, timeout, progressOf(progress));
       },
       Signature(kFindSignature), docstring("Broadcast_findDevices", kFindSignature, "list[DeviceRecord]", kFindDoc));
@@ -167,7 +167,7 @@ void bindHandle(py::module_& module) {
   cls.def(py::init([](bool verbose) { return makeDevice<Discovery>(verbose); }), py::arg("verbose") = true,
           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
           "standard output.")
-      .def("connect", &Discovery::connect, py::call_guard<py::gil_scoped_release>(),
+      .def("connect", &Discovery::connect, py::call_guard<Unlocked>(),
            "connect() -> bool\n\nListens for answers on UDP port 6667 of all addresses. Raises NetworkConnectionError.")
       .def(
           "connect_async",
@@ -180,7 +180,7 @@ void bindHandle(py::module_& module) {
       .def(
           "disconnect",
           [](Discovery& self) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             self.disconnect();
           },
           "disconnect() -> None\n\nStops listening; connect() may follow. Safe to repeat.");

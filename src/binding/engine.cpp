@@ -69,7 +69,7 @@ class ForeignQueueBody final : public CoroutineBody {
   std::int64_t size() const {
     std::int64_t count = 0;
     Fiber::outside([&] {
-      const py::gil_scoped_acquire locked;
+      const Locked locked;
       count = queue_.attr("qsize")().cast<std::int64_t>();
     });
     return count;
@@ -102,7 +102,7 @@ void defineRequest(py::class_<Packet, Packet_based, std::shared_ptr<Packet>>& bl
         const double seconds = checkedTimeout(timeout);
         std::optional<Bytes> reply;
         {
-          const py::gil_scoped_release unlocked;
+          const Unlocked unlocked;
           reply = (self.*request)(code, data, seconds);
         }
         if (!reply) {
@@ -187,7 +187,7 @@ void bindEngine(py::module_& module) {
       [](Packet_based& self, const Argument& cmd, const py::object& data_out) {
         const int code = commandCode(cmd);
         const Bytes data = bytesOf(data_out);
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         self.sendPacketWithoutReply(code, data);
       },
       py::arg("cmd"), py::arg("data_out"),
@@ -211,7 +211,7 @@ void bindEngine(py::module_& module) {
         const double seconds = checkedTimeout(timeout);
         std::optional<Bytes> reply;
         {
-          const py::gil_scoped_release unlocked;
+          const Unlocked unlocked;
           reply = self.getReplyFromPool(key, seconds);
         }
         if (!reply) {
@@ -245,7 +245,7 @@ void bindEngine(py::module_& module) {
           const auto raw = queue.cast<std::shared_ptr<RawQueue>>();
           std::vector<Bytes> items;
           {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             items = self.getStreamingFromPool(*raw, count);
           }
           return makeList(items);
@@ -254,7 +254,7 @@ void bindEngine(py::module_& module) {
           const auto samples = queue.cast<std::shared_ptr<SampleQueue>>();
           Samples taken;
           {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             if (count > -1) {
               samples->waitForSize(static_cast<std::size_t>(count), std::nullopt);
             }
@@ -264,7 +264,7 @@ void bindEngine(py::module_& module) {
         }
         ForeignQueueBody body(queue, count, seconds);
         {
-          const py::gil_scoped_release unlocked;
+          const Unlocked unlocked;
           body.run();
         }
         return body.result();
@@ -319,7 +319,7 @@ void bindEngine(py::module_& module) {
       [](Packet_based& self, const Argument& cmd, const py::object& data_out) {
         const int code = commandCode(cmd);
         const Bytes data = bytesOf(data_out);
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         return self.broadcastPacket(code, data);
       },
       py::arg("cmd"), py::arg("data_out"),

@@ -3,11 +3,27 @@
 #include "binding/bindings.h"
 #include "protocol/fiber.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <utility>
 
 namespace qvx::binding {
 
 namespace {
+
+// CPython ends a thread that asks for the lock of an ending interpreter, by an exception that no code of ours is ready
+// for.
+template <class Take>
+auto takeLock(Take take) noexcept {
+  try {
+    return take();
+  } catch (const abi::__forced_unwind&) {
+    for (;;) {
+      ::pause();
+    }
+  }
+}
 
 // The core's window on the interpreter. Lives as long as the process; any thread, each call takes the interpreter's
 // lock for itself. An exception of Python propagates on a thread that runs Python; elsewhere nobody could receive it,
@@ -47,7 +63,7 @@ class InterpreterHost : public Host {
   bool interruptible() override { return PyThread_get_thread_ident() == main_thread_; }
 
   void checkInterrupt() override {
-    const py::gil_scoped_acquire lock;
+    const Locked lock;
     if (PyErr_CheckSignals() != 0) {
       throw py::error_already_set();
     }
@@ -63,7 +79,7 @@ class InterpreterHost : public Host {
     // A coroutine's stack is too small for Python.
     Fiber::outside([&work] {
       const bool runs_python = PyGILState_GetThisThreadState() != nullptr;
-      const py::gil_scoped_acquire lock;
+      const Locked lock;
       try {
         work();
       } catch (py::error_already_set& error) {
@@ -80,6 +96,12 @@ class InterpreterHost : public Host {
 };
 
 }  // namespace
+
+Unlocked::~Unlocked() {
+  takeLock([this] { PyEval_RestoreThread(state_); });
+}
+
+Locked::Locked() : state_(takeLock([] { return PyGILState_Ensure(); })) {}
 
 void installHost(py::module_& /*module*/) {
   const py::object main = py::module_::import("threading").attr("main_thread")();

@@ -107,7 +107,7 @@ class Operations {
         name,
         [body](typename Blocking::type& self, const Each<I>&... args) {
           prepareResult(static_cast<Result*>(nullptr));
-          const py::gil_scoped_release unlocked;
+          const Unlocked unlocked;
           return (static_cast<Owner&>(self).*body)(args...);
         },
         Signature(signature), docstring(name, signature, result, doc));

@@ -153,7 +153,7 @@ void bindRawQueue(py::module_& module) {
             const Deadline deadline = blockingDeadline(block, timeout);
             std::optional<Bytes> item;
             {
-              const py::gil_scoped_release unlocked;
+              const Unlocked unlocked;
               while (!(item = queue.take()) && queue.waitForSize(1, deadline)) {
               }
             }
@@ -196,7 +196,7 @@ void bindSampleQueue(py::module_& module) {
             const Deadline deadline = blockingDeadline(block, timeout);
             Samples taken;
             {
-              const py::gil_scoped_release unlocked;
+              const Unlocked unlocked;
               while ((taken = queue.take(1)).empty() && queue.waitForSize(1, deadline)) {
               }
             }
@@ -301,7 +301,7 @@ void bindAnswerSet(py::module_& module) {
 
 void bindGate(py::module_& module) {
   const auto acquire = [](Gate& gate, bool blocking, double timeout) {
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     return gate.acquire(blocking ? (timeout < 0 ? Deadline() : deadlineAfter(timeout)) : deadlineAfter(0));
   };
   const auto release = [](Gate& gate) {
@@ -324,7 +324,7 @@ void bindWorker(py::module_& module) {
       .def(
           "join",
           [](Worker& worker, const std::optional<double>& timeout) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             worker.join(timeout ? deadlineAfter(*timeout) : Deadline());
           },
           py::arg("timeout") = py::none(),

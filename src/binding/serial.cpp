@@ -23,7 +23,7 @@ void bindClient(py::module_& module) {
             const std::string& name = checkedText(port, "port");
             const int rate = checkedRange(baudrate, "baudrate", 1, std::numeric_limits<int>::max(),
                                           ErrorId::UARTBaudRateNotSupportError);
-            const py::gil_scoped_release released;
+            const Unlocked released;
             return self.connect(name, rate);
           },
           py::arg("port"), py::arg("baudrate"),
@@ -48,7 +48,7 @@ void bindHandle(py::module_& module) {
       .def(
           "connect",
           [](UARTDevice& self, const Argument& port) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             return self.connect(port);
           },
           py::arg("port"),
@@ -68,7 +68,7 @@ void bindHandle(py::module_& module) {
       .def(
           "disconnect",
           [](UARTDevice& self) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             self.disconnect();
           },
           "disconnect() -> None\n\nCloses the port; connect() may follow. Safe to repeat.")

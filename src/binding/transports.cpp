@@ -23,7 +23,7 @@ class PythonTransport final : public Transport {
  public:
   explicit PythonTransport(py::object object) : object_(std::move(object)) {}
   ~PythonTransport() override {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     object_ = py::object();
   }
 
@@ -33,19 +33,19 @@ class PythonTransport final : public Transport {
   void sendBcstPacket(ByteView frame) override { send("sendBcstPacket", frame); }
 
   bool connect(const std::string& address, int number) override {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     object_.attr("connect")(address, number);
     return true;
   }
 
   void disconnect() override {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     object_.attr("disconnect")();
   }
 
   // Runs on the receive thread, where nobody catches a Python exception: it becomes a failure to report.
   std::vector<Frame> recvAndSplitPacket(std::size_t size) override {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     try {
       std::vector<Frame> frames;
       for (const py::handle pair : object_.attr("recvAndSplitPacket")(size)) {
@@ -65,7 +65,7 @@ class PythonTransport final : public Transport {
 
  private:
   void send(const char* method, ByteView frame) {
-    const py::gil_scoped_acquire locked;
+    const Locked locked;
     py::list bytes(frame.size());
     for (std::size_t i = 0; i < frame.size(); ++i) {
       bytes[i] = py::int_(frame[i]);
@@ -116,7 +116,7 @@ py::object objectOf(const std::shared_ptr<Transport>& transport) {
 }
 
 void bindTransports(py::module_& module) {
-  const auto unlocked = py::call_guard<py::gil_scoped_release>();
+  const auto unlocked = py::call_guard<Unlocked>();
   py::class_<Client, std::shared_ptr<Client>>(
       module, "Client", "A transport: moves bytes to and from one device and cuts frames out of what it receives.")
       .def(py::init<>(), "Client()\n\nA client without a medium: its stream can be filled and split.")
@@ -134,7 +134,7 @@ void bindTransports(py::module_& module) {
           "sendPacket",
           [](Client& self, const py::object& packet) {
             const Bytes bytes = bytesOf(packet);
-            const py::gil_scoped_release released;
+            const Unlocked released;
             self.sendPacket(bytes);
           },
           py::arg("packet"), "sendPacket(packet: list[int]) -> None\n\nWrites one whole frame.")
@@ -143,7 +143,7 @@ void bindTransports(py::module_& module) {
           [](Client& self, std::size_t size) {
             Bytes bytes;
             {
-              const py::gil_scoped_release released;
+              const Unlocked released;
               bytes = self.recvPacket(size);
             }
             return makeBytes(bytes);
@@ -155,7 +155,7 @@ void bindTransports(py::module_& module) {
           [](Client& self, std::size_t size) {
             std::vector<Frame> frames;
             {
-              const py::gil_scoped_release released;
+              const Unlocked released;
               frames = self.recvAndSplitPacket(size);
             }
             return makeFrames(frames);
@@ -179,7 +179,7 @@ void bindTransports(py::module_& module) {
           [](TCPClient& self, const Argument& ip_addr, const Argument& port) {
             const std::string& address = checkedText(ip_addr, "ip_addr");
             const int number = checkedRange(port, "port", 1, 65535);
-            const py::gil_scoped_release released;
+            const Unlocked released;
             return self.connect(address, number);
           },
           py::arg("ip_addr"), py::arg("port"),

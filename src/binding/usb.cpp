@@ -18,7 +18,7 @@ void bindClient(py::module_& module) {
   module.def(
       "getLibUSB1",
       [] {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         getLibUSB1();
       },
       "getLibUSB1() -> None\n\nLooks for a libusb-1.0.dll beside the module and in ../ext_lib. Where neither is there, "
@@ -27,7 +27,7 @@ void bindClient(py::module_& module) {
   py::class_<USBClient, Client, std::shared_ptr<USBClient>>(module, "USBClient", "A device's bulk endpoints over USB.")
       .def(py::init([](const Argument& serial_num) {
              const std::string& serial = checkedText(serial_num, "serial_num");
-             const py::gil_scoped_release unlocked;
+             const Unlocked unlocked;
              return std::make_shared<USBClient>(serial);
            }),
            py::arg("serial_num"),
@@ -57,7 +57,7 @@ void bindHandle(py::module_& module) {
       .def(
           "connect",
           [](USBDevice& self, const Argument& serial_num) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             return self.connect(serial_num);
           },
           Signature("serial_num: str = \"default\""),
@@ -79,7 +79,7 @@ void bindHandle(py::module_& module) {
       .def(
           "disconnect",
           [](USBDevice& self) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             self.disconnect();
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
@@ -97,7 +97,7 @@ void bindUsb(py::module_& module) {
   const py::object engine = module.attr("Packet_based");
   engine.attr("_getAllUSBDevices") = py::cpp_function(
       [](const Packet_based&) {
-        const py::gil_scoped_release unlocked;
+        const Unlocked unlocked;
         return listUSB();
       },
       py::name("_getAllUSBDevices"), py::is_method(engine),

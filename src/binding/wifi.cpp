@@ -25,7 +25,7 @@ void bindWifi(py::module_& module) {
           "connect",
           [](WifiDevice& self, const Argument& ip_addr, const Argument& port, std::optional<bool> verbose,
              const Argument& cmd_port) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             return self.connect(ip_addr, port, cmd_port, verbose);
           },
           Signature(kConnect),
@@ -47,7 +47,7 @@ void bindWifi(py::module_& module) {
       .def(
           "disconnect",
           [](WifiDevice& self, std::optional<bool> verbose) {
-            const py::gil_scoped_release unlocked;
+            const Unlocked unlocked;
             self.disconnect(verbose);
           },
           py::arg("verbose") = py::none(),

@@ -1,5 +1,5 @@
-// Hostile bytes at a device: the frame reader, every command and the faults. The input's first byte sets the size of
-// the pieces; between two of them time passes and the client reads.
+// Hostile bytes at a device: the frame reader, every command, broadcasts and the faults. The input's first byte sets
+// the size of the pieces; between two of them time passes and the client reads. Each piece is a datagram as well.
 
 #include "virtual/session.h"
 
@@ -22,7 +22,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Session session(device, log, "fuzz");
   const std::size_t piece = 1 + (data[0] & 0x1F);
   for (std::size_t at = 1; at < size; at += piece) {
-    session.receive({data + at, std::min(piece, size - at)}, now);
+    const qvx::ByteView bytes{data + at, std::min(piece, size - at)};
+    FrameReader datagram;
+    datagram.feed(bytes, now);
+    if (const auto request = datagram.next(now)) {
+      device.answerBroadcast(*request, now);
+    }
+    session.receive(bytes, now);
     now += std::chrono::milliseconds(7);
     device.tick(now);
     session.advance(now);

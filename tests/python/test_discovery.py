@@ -84,6 +84,14 @@ def test_every_device_is_found_once_and_says_who_it_is(bench, finder):
         finder.Broadcast_findDevices(timeout=PATIENCE_S, progress=lambda record: 1 / 0)
 
 
+def test_a_hundred_devices_in_one_program_are_all_found(bench, finder):
+    bench(listen="127.0.0.1:4007", count=100, discovery=True)
+    found = finder.Broadcast_findDevices(expected=100, timeout=PATIENCE_S)
+    assert {(record.ip, record.serial) for record in found} == {
+        (f"127.0.0.{number}", f"FA{number:06}") for number in range(1, 101)
+    }
+
+
 def test_orders_reach_the_device_with_the_mac_address_alone(bench, finder):
     place = bench(listen="127.0.0.1:4007", count=2, discovery=True)
 

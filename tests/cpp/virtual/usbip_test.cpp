@@ -56,7 +56,7 @@ class UsbipSessionTest : public BenchTest {
   }
   Bytes taken() {
     session_->advance(now_);
-    const Bytes bytes(session_->output().begin(), session_->output().end());
+    Bytes bytes(session_->output().begin(), session_->output().end());
     session_->written(bytes.size());
     return bytes;
   }
