@@ -32,7 +32,7 @@ void bindModels(py::module_& module) {
   Binder<SkylogE3AO>::bind(module, "Skylog-E3-AO: 8 channels of analog output, +-10 V, over Wi-Fi.");
   Binder<SkylogE3AOD>::bind(module,
                             "Skylog-E3-AOD: 8 channels of 16-bit analog input, up to 10 kHz, 4 of analog output, "
-                            "+-10 V, and 8 digital lines, over Wi-Fi.");
+                            "+-10 V, 8 digital outputs (port 1) and 8 inputs (port 2), over Wi-Fi.");
   Binder<SkylogF4A>::bind(module, "Skylog-F4-A: 8 channels of 16-bit analog input, +-10 V, up to 20 kHz, over Wi-Fi.");
   Binder<FeroxA>::bind(module, "Ferox-A: 8 channels of 16-bit analog input, +-10 V, over Ethernet.");
   Binder<FeroxA2>::bind(module, "Ferox-A2: 8 channels of 24-bit analog input, +-10 V, up to 10 kHz, over Ethernet.");
