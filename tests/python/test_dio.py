@@ -167,7 +167,7 @@ def test_opening_by_model(cls, form):
 @pytest.mark.parametrize(("resend", "times"), [(True, 3), (False, 1)])
 def test_a_slow_link_toggles_again_unless_told_otherwise(bench, resend, times):
     # Slower than any machine is; 50 ms would do.
-    place = bench(model="FeroxD", delay=400, verbose=True)
+    place = bench(model="FeroxD", delay=800, verbose=True)
     with pyqvx.FeroxD(verbose=False) as device:
         connect_to(device, place)
         assert device.resend is True
