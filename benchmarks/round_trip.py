@@ -10,9 +10,12 @@ from typing import NamedTuple
 
 import pyqvx
 from measure import Row, compare, compared, connected
+from qvx_virtual import VirtualDevice
 
 # 0x02, length u16 BE, GET_SERIAL_NUMBER, 0x0D 0x0A
 REQUEST = b"\x02\x00\x01\x7a\r\n"
+# 0x02, length u16 BE, TOGGLE_AND_WRITE_DO, port, mask u16 BE, 0x0D 0x0A
+TOGGLE = b"\x02\x00\x04\xee\x00\x00\x08\r\n"
 
 
 class Cost(NamedTuple):
@@ -22,25 +25,68 @@ class Cost(NamedTuple):
     cpu: float
 
 
-def blocking(rounds: int, repeats: int) -> Row:
-    """Sys_getSerialNumber against sendall and recv of the same packets on a connection of its own."""
-    with connected() as (device, bench), socket.create_connection(bench.address) as raw:
+def against_socket(
+    what: str,
+    address: tuple[str, int],
+    operation: Callable[[], object],
+    request: bytes,
+    rounds: int,
+    repeats: int,
+    limit: float | None = None,
+) -> Row:
+    """An operation against sendall and recv of the same packets on a connection of its own."""
+    with socket.create_connection(address) as raw:
         raw.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
 
         def ours() -> float:
             began = time.perf_counter()
             for _ in range(repeats):
-                device.Sys_getSerialNumber()
+                operation()
             return (time.perf_counter() - began) / repeats
 
         def reference() -> float:
             began = time.perf_counter()
             for _ in range(repeats):
-                raw.sendall(REQUEST)
+                raw.sendall(request)
                 raw.recv(4096)
             return (time.perf_counter() - began) / repeats
 
-        return compare("blocking round trip / raw socket", ours, reference, rounds, 1.6)
+        return compare(what, ours, reference, rounds, limit)
+
+
+def blocking(rounds: int, repeats: int) -> Row:
+    with connected() as (device, bench):
+        return against_socket(
+            "blocking round trip / raw socket",
+            bench.address,
+            device.Sys_getSerialNumber,
+            REQUEST,
+            rounds,
+            repeats,
+            1.6,
+        )
+
+
+def toggling(rounds: int, repeats: int) -> list[Row]:
+    """One digital line, inverted as fast as it can be, each time with the reply that it is."""
+    with VirtualDevice("FeroxD") as bench, pyqvx.FeroxD(verbose=False) as device:
+        device.connect(*bench.address)
+        device.resend = False
+        toggles = 0
+        elapsed = 0.0
+
+        def toggle() -> None:
+            nonlocal toggles, elapsed
+            began = time.perf_counter()
+            device.DO_togglePins(0, 3)
+            elapsed += time.perf_counter() - began
+            toggles += 1
+
+        row = against_socket(
+            "toggle of a digital line / raw socket", bench.address, toggle, TOGGLE, rounds, repeats
+        )
+        rate = toggles / elapsed
+        return [row, Row("toggles of a digital line in a second", f"{rate:,.0f}", rate, None)]
 
 
 async def awaited_pairs(
@@ -71,8 +117,8 @@ async def awaited_pairs(
 def awaited(rounds: int, repeats: int) -> list[Row]:
     """Sys_getSerialNumber_async against asyncio's streams: write, then read a packet by its length.
 
-    Ours has one thread more between the device and the loop, which costs time where cores are busy or asleep,
-    and does less work, which shows as processor time of the whole process.
+    Ours has one thread more between the device and the loop: two more switches between threads, which the
+    processor time of the whole process counts too, and which cost most where cores are busy or asleep.
     """
     with connected() as (device, bench):
         pairs = asyncio.run(awaited_pairs(device, bench.address, rounds, repeats))

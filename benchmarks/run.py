@@ -70,6 +70,7 @@ def main() -> int:
 
     measurements: list[Callable[[], list[Row]]] = [
         lambda: [round_trip.blocking(rounds, 100 if quick else 500)],
+        lambda: round_trip.toggling(rounds, 100 if quick else 500),
         lambda: round_trip.awaited(rounds, 100 if quick else 500),
         lambda: streaming(20 if quick else 201),
         lambda: idle(1 if quick else 10),

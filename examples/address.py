@@ -5,7 +5,9 @@ from __future__ import annotations
 import argparse
 from collections.abc import Iterator
 from contextlib import contextmanager
+from typing import Any
 
+import pyqvx
 from qvx_virtual import VirtualDevice
 
 DEVICE_PORT = 7
@@ -19,20 +21,30 @@ def parse_address(text: str) -> tuple[str, int]:
         raise argparse.ArgumentTypeError(f"{port} is not a port") from None
 
 
+def parse_serial_number(text: str) -> tuple[str]:
+    return (text,)
+
+
 @contextmanager
 def devices_to_use(
-    description: str | None, virtual: int = 1, source: str | list[str] = "sine"
-) -> Iterator[list[tuple[str, int]]]:
-    """Addresses as (ip, port). With --virtual that many virtual devices run meanwhile and
-    measure `source`."""
+    description: str | None, virtual: int = 1, model: str = "FeroxA", **options: Any
+) -> Iterator[list[Any]]:
+    """What `connect` of each device takes. With --virtual that many virtual devices run meanwhile, with the
+    options of qvx-virtual."""
+    usb = issubclass(getattr(pyqvx, model), pyqvx.USBDevice)
     parser = argparse.ArgumentParser(description=description)
-    parser.add_argument("address", nargs="*", type=parse_address, metavar="IP[:PORT]", help="a FeroxA")
+    if usb:
+        parser.add_argument(
+            "device", nargs="*", type=parse_serial_number, metavar="SERIAL-NUMBER", help=f"a {model}"
+        )
+    else:
+        parser.add_argument("device", nargs="*", type=parse_address, metavar="IP[:PORT]", help=f"a {model}")
     parser.add_argument("--virtual", action="store_true", help="use virtual devices instead of real ones")
     chosen = parser.parse_args()
-    if chosen.virtual == bool(chosen.address):
-        parser.error("give either the address of a device or --virtual")
+    if chosen.virtual == bool(chosen.device):
+        parser.error("give either a device or --virtual")
     if not chosen.virtual:
-        yield chosen.address
+        yield chosen.device
         return
-    with VirtualDevice("FeroxA", count=virtual, source=source) as bench:
-        yield bench.addresses
+    with VirtualDevice(model, count=virtual, **options) as bench:
+        yield [(f"tcp://{ip}:{port}",) if usb else (ip, port) for ip, port in bench.addresses]

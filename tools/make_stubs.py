@@ -46,6 +46,7 @@ SPECIAL = {
     "__delitem__": "(key: Any, /) -> None",
     "__call__": "(*args: Any, **kwargs: Any) -> Any",
 }
+ADOPTED = "(*args: Any, **kwargs: Any) -> Any"
 ASYNC_SPECIAL = {"__aenter__", "__aexit__"}
 HEADER = '''"""Types of pyqvx: made from the built module by tools/make_stubs.py."""
 # mypy: disable-error-code="override,misc"
@@ -191,6 +192,9 @@ class StubWriter:
         if match := SIGNATURE.match(first):
             signature = first[match.end(1) :]
             doc = rest.strip()
+        elif getattr(function, "__module__", "") in ("collections.abc", "_collections_abc"):
+            signature = ADOPTED
+            doc = ""
         elif name in SPECIAL:
             signature = SPECIAL[name]
             doc = ""

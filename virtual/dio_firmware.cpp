@@ -7,7 +7,7 @@
 namespace qvx::bench {
 namespace {
 
-Bytes words(PinMask first, PinMask second, PinMask third) {
+Bytes threeWords(PinMask first, PinMask second, PinMask third) {
   return payload(u16(first), u16(second), u16(third));
 }
 
@@ -126,9 +126,9 @@ Answer DioFirmware::setCurrent(Port& port, const Words& words) {
   return status;
 }
 
-Answer DioFirmware::current(Port& port, const Words& given) {
-  const PinMask mask = given[0];
-  return words((inputs(port) | outputs(port)) & mask, outputs(port) & mask, port.state & mask);
+Answer DioFirmware::current(Port& port, const Words& words) {
+  const PinMask mask = words[0];
+  return threeWords((inputs(port) | outputs(port)) & mask, outputs(port) & mask, port.state & mask);
 }
 
 Answer DioFirmware::setState(Port& port, const Words& words) {
@@ -188,7 +188,7 @@ Answer DioFirmware::writeOutputs(Port& port, const Words&) {
 }
 
 Answer DioFirmware::loadStartup(Port& port, const Words&) {
-  return words(port.startup.enabled, port.startup.direction, port.startup.state);
+  return threeWords(port.startup.enabled, port.startup.direction, port.startup.state);
 }
 
 Answer DioFirmware::saveStartup(Port& port, const Words& words) {

@@ -81,8 +81,9 @@ ModelRow withFourOutputs(ModelRow row, MakeModule outputs) {
   return row;
 }
 
-ModelRow withDigitalPort(ModelRow row) {
-  row.free_pins = {{1, 0xFF}};
+ModelRow withDigitalPorts(ModelRow row, int outputs, int inputs) {
+  row.fixed_pins.emplace(outputs, PinMode::DO);
+  row.fixed_pins.emplace(inputs, PinMode::DI);
   row.modules.push_back(make<DioFirmware>);
   return row;
 }
@@ -162,7 +163,7 @@ const std::vector<ModelRow>& modelRows() {
        .analog_outputs = 8,
        .fixed_pins = {{0, PinMode::Disabled}},
        .modules = {make<NetworkFirmware>, make<WirelessFirmware>, makeAo<kEightLevels>}},
-      withDigitalPort(withFourOutputs(wirelessAnalogInput(ProductId::SkylogE3AOD, "SD"), makeAo<kFourLevels>)),
+      withDigitalPorts(withFourOutputs(wirelessAnalogInput(ProductId::SkylogE3AOD, "SD"), makeAo<kFourLevels>), 1, 2),
       wirelessAnalogInput(ProductId::SkylogF4A, "SF"),
   };
   return rows;

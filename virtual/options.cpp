@@ -246,6 +246,7 @@ void describe(CLI::App& app, Given& given) {
   app.add_flag("--silent", given.silent, "receive everything, send nothing")->group("Faults");
   app.add_option("--silent-after", given.faults.silent_after, "fall silent when the device has sent N packets")
       ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{0}, UINT64_MAX))
       ->group("Faults");
   app.add_option("--reset-after", given.faults.reset_after, "reset each connection when it has carried N packets")
       ->type_name("N")

@@ -63,8 +63,8 @@ class Pins {
 
  private:
   struct Port {
-    bool fixed;
-    PinMask pins;
+    bool fixed = false;
+    PinMask pins = 0;
     PinMask driven = 0;
     std::array<PinMode, kPinsPerPort> modes{};
   };

@@ -94,8 +94,10 @@ class TcpPort::Connection final : public EventHandler {
   void read(TimePoint now) {
     auto& buffer = owner_.input_;
     const auto count = recv(socket_.get(), buffer.data(), buffer.size(), 0);
-    if (count > 0 && !for_data_) {  // a device takes no requests where it sends data
-      session_.receive(ByteView(buffer).first(static_cast<std::size_t>(count)), now);
+    if (count > 0) {
+      if (!for_data_) {  // a device takes no requests where it sends data
+        session_.receive(ByteView(buffer).first(static_cast<std::size_t>(count)), now);
+      }
     } else if (count == 0) {
       session_.finish();  // the client may still be reading
     } else if (errno != EAGAIN && errno != EINTR) {

@@ -6,6 +6,22 @@
 #include "binding/pools.h"
 #include "binding/transports.h"
 
+namespace {
+
+// An object whose __init__ has not run has no C++ object yet, and pybind11 would call methods on memory that is none.
+void requireInit(const py::module_& module) {
+  for (const auto& [name, value] : module.attr("__dict__").cast<py::dict>()) {
+    auto* type = reinterpret_cast<PyTypeObject*>(value.ptr());
+    if (auto* info = PyType_Check(value.ptr()) != 0 ? py::detail::get_type_info(type) : nullptr) {
+      info->operator_new = [](std::size_t) -> void* {
+        throw py::type_error("this object has not been initialised: call super().__init__() first");
+      };
+    }
+  }
+}
+
+}  // namespace
+
 PYBIND11_MODULE(pyqvx, module) {
   using namespace qvx::binding;
   py::options options;
@@ -31,4 +47,5 @@ PYBIND11_MODULE(pyqvx, module) {
   bindAnalogOutput(module);
   bindDigital(module);
   bindModels(module);
+  requireInit(module);
 }

@@ -26,6 +26,27 @@ Deadline blockingDeadline(bool block, const std::optional<double>& timeout) {
   return deadlineAfter(*timeout);
 }
 
+py::object owned(PyObject* object) {
+  if (object == nullptr) {
+    throw py::error_already_set();
+  }
+  return py::reinterpret_steal<py::object>(object);
+}
+
+// Whether it offers memory in items of that size; others are sequences of numbers.
+bool isBuffer(const py::handle& value, py::ssize_t item_size) {
+  Py_buffer view;
+  if (PyObject_CheckBuffer(value.ptr()) == 0) {
+    return false;
+  }
+  if (PyObject_GetBuffer(value.ptr(), &view, PyBUF_FULL_RO) != 0) {
+    throw py::error_already_set();
+  }
+  const bool fits = view.itemsize == item_size;
+  PyBuffer_Release(&view);
+  return fits;
+}
+
 [[noreturn]] void throwQueue(const char* name) {
   throwPython(py::module_::import("queue").attr(name)());
 }
@@ -293,7 +314,9 @@ void bindAnswerSet(py::module_& module) {
         return "AnswerSet(" + py::repr(snapshot(answers)).cast<std::string>() + ")";
       });
   // What comes of two sets is a plain one.
-  cls.def_static("_from_iterable", [](const py::iterable& answers) { return py::set(answers); });
+  cls.def_static(
+      "_from_iterable", [](const py::iterable& answers) { return py::set(answers); }, py::arg("answers"),
+      "_from_iterable(answers: Iterable[bytes]) -> set[bytes]");
   adopt(cls, "Set",
         {"__le__", "__lt__", "__ge__", "__gt__", "__and__", "__rand__", "__or__", "__ror__", "__sub__", "__rsub__",
          "__xor__", "__rxor__", "isdisjoint"});
@@ -341,15 +364,21 @@ py::bytes makeBytes(ByteView bytes) {
 }
 
 Bytes bytesOf(const py::handle& value) {
-  if (PyObject_CheckBuffer(value.ptr()) != 0) {
-    const auto text = py::reinterpret_steal<py::object>(PyBytes_FromObject(value.ptr()));
-    if (!text) {
-      throw py::error_already_set();
-    }
+  if (isBuffer(value, 1)) {
+    const auto text = owned(PyBytes_FromObject(value.ptr()));
     const auto* data = reinterpret_cast<const std::uint8_t*>(PyBytes_AS_STRING(text.ptr()));
     return {data, data + PyBytes_GET_SIZE(text.ptr())};
   }
-  return checkedByteList(makeArgument(value), "data");
+  if (PySequence_Check(value.ptr()) == 0 || PyUnicode_Check(value.ptr()) != 0) {
+    return checkedByteList(makeArgument(value), "data");
+  }
+  const auto items = owned(PySequence_List(value.ptr()));
+  py::list numbers;
+  for (const py::handle item : items) {  // whatever stands for an int, as numpy's do
+    numbers.append(PyIndex_Check(item.ptr()) != 0 ? owned(PyNumber_Index(item.ptr()))
+                                                  : py::reinterpret_borrow<py::object>(item));
+  }
+  return checkedByteList(makeArgument(numbers), "data");
 }
 
 void bindPools(py::module_& module) {

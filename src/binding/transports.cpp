@@ -108,6 +108,11 @@ std::shared_ptr<Transport> transportOf(const py::object& client) {
   return std::make_shared<PythonTransport>(client);
 }
 
+PyObject* applicationsObject(const std::shared_ptr<Transport>& transport) {
+  const auto* python = dynamic_cast<const PythonTransport*>(transport.get());
+  return python != nullptr ? python->object().ptr() : nullptr;
+}
+
 py::object objectOf(const std::shared_ptr<Transport>& transport) {
   if (const auto python = std::dynamic_pointer_cast<PythonTransport>(transport)) {
     return python->object();

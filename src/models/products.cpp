@@ -25,6 +25,10 @@ AIConfiguration eightChannels(double max_rate, bool variable = false) {
 
 const std::vector<int> kEightPins{0, 1, 2, 3, 4, 5, 6, 7};
 
+DIOConfiguration fixedDirections(int output_port, int input_port) {
+  return {.inputs = {{input_port, kEightPins}}, .outputs = {{output_port, kEightPins}}};
+}
+
 // Each pin is an input or an output, by choice.
 DIOConfiguration eitherWay(const PinMap& pins) {
   return {.inputs = pins, .outputs = pins};
@@ -57,14 +61,14 @@ const std::vector<Product>& products() {
       {ProductId::SkylogE3A, {.ai = eightChannels(10000)}},
       {ProductId::SkylogE3AH, {.ai = eightChannels(10000)}},
       {ProductId::SkylogE3AO, {.ao = eightOutputs()}},
-      {ProductId::SkylogE3AOD, {.ai = eightChannels(10000), .ao = fourOutputs(), .dio = eitherWay({{1, kEightPins}})}},
+      {ProductId::SkylogE3AOD, {.ai = eightChannels(10000), .ao = fourOutputs(), .dio = fixedDirections(1, 2)}},
       {ProductId::SkylogF4A, {.ai = eightChannels(20000)}},
       {ProductId::FeroxA, {.ai = eightChannels(20000)}},
       {ProductId::FeroxA2, {.ai = eightChannels24Bit()}},
       {ProductId::FeroxI, {.ai = onDemandInput()}},
       {ProductId::FeroxIA, {.ai = onDemandInput()}},
       {ProductId::FeroxO, {.ao = eightOutputs()}},
-      {ProductId::FeroxD, {.dio = {.inputs = {{1, kEightPins}}, .outputs = {{0, kEightPins}}}}},
+      {ProductId::FeroxD, {.dio = fixedDirections(0, 1)}},
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
       {ProductId::CordlogF1D, {.dio = kCordlogPins}},
       {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},

@@ -65,6 +65,7 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
     if (!abort_ && !device_.killed) {
       identifier_ = identifier;
       verbose_ = verbose;
+      device_.expectLossReport();
       state_ = State::Connected;
       gate_->release();
       changed_.notify(lock);
@@ -181,7 +182,7 @@ void Channel::lose(const Failure& failure) {
     state_ = State::Lost;
     gate_->tryAcquire();
   }
-  if (!device_.killed) {
+  if (device_.takeLossReport()) {
     host().printFailure(failure);
   }
 }

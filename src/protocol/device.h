@@ -45,6 +45,10 @@ class Device : public Packet, public Packet_async {
   // closed meanwhile.
   [[noreturn]] void failUnanswered() const;
 
+  // For the channels: whether the loss of the connection is still to be reported; a handle's channels are one.
+  bool takeLossReport() { return !killed && !loss_reported_.exchange(true); }
+  void expectLossReport() { loss_reported_ = false; }
+
   // Modules end their decoder threads here; called once, by close(), after the link is down.
   void onClose(std::function<void()> free) { on_close_.push_back(std::move(free)); }
 
@@ -67,6 +71,7 @@ class Device : public Packet, public Packet_async {
   const bool verbose_;
   const char* const handle_name_;
   std::atomic<bool> closed_{false};
+  std::atomic<bool> loss_reported_{false};
   std::mutex close_mutex_;  // guards closer_
   Condition close_changed_;
   std::optional<std::thread::id> closer_;  // who runs close()

@@ -1,10 +1,52 @@
 #include "protocol/pools.h"
 
+#include <algorithm>
+
 namespace qvx {
+
+// A waiter in the queue for as long as it waits. One that leaves with a reply in its hand, because it is cancelled,
+// leaves that to the others.
+class ReplyPool::Waiting {
+ public:
+  Waiting(ReplyPool& pool, std::unique_lock<std::mutex>& lock, Waiter& waiter)
+      : pool_(pool), lock_(lock), waiter_(waiter) {
+    pool_.waiters_.push_back(&waiter_);
+  }
+  ~Waiting() {
+    if (!lock_.owns_lock()) {
+      lock_.lock();
+    }
+    std::erase(pool_.waiters_, &waiter_);
+    if (std::uncaught_exceptions() > exceptions_ && waiter_.reply) {
+      pool_.file(waiter_.key, std::move(*waiter_.reply), false);
+      pool_.changed_.notify(lock_);
+    }
+  }
+  Waiting(const Waiting&) = delete;
+  Waiting& operator=(const Waiting&) = delete;
+
+ private:
+  ReplyPool& pool_;
+  std::unique_lock<std::mutex>& lock_;
+  Waiter& waiter_;
+  const int exceptions_ = std::uncaught_exceptions();
+};
+
+void ReplyPool::file(int key, Bytes reply, bool overwrite) {
+  const auto waiter =
+      std::find_if(waiters_.begin(), waiters_.end(), [key](const Waiter* w) { return w->key == key && !w->reply; });
+  if (waiter != waiters_.end()) {
+    (*waiter)->reply = std::move(reply);
+  } else if (overwrite) {
+    replies_.insert_or_assign(key, std::move(reply));
+  } else {
+    replies_.try_emplace(key, std::move(reply));
+  }
+}
 
 void ReplyPool::put(int key, Bytes reply) {
   std::unique_lock lock(mutex_);
-  replies_.insert_or_assign(key, std::move(reply));
+  file(key, std::move(reply), true);
   changed_.notify(lock);
 }
 
@@ -22,9 +64,15 @@ std::optional<Bytes> ReplyPool::peek(int key) const {
 
 std::optional<Bytes> ReplyPool::waitFor(int key, const Deadline& deadline) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, deadline, [&] { return closed_ || replies_.contains(key); });
-  auto entry = replies_.extract(key);
-  return entry ? std::optional(std::move(entry.mapped())) : std::nullopt;
+  if (auto entry = replies_.extract(key)) {
+    return std::move(entry.mapped());
+  }
+  Waiter waiter{key, std::nullopt};
+  {
+    const Waiting waiting(*this, lock, waiter);
+    changed_.wait(lock, deadline, [&] { return closed_ || waiter.reply; });
+  }
+  return std::move(waiter.reply);
 }
 
 void ReplyPool::waitInVain(const Deadline& deadline) {

@@ -17,7 +17,8 @@
 
 namespace qvx {
 
-// Replies to commands: at most one for each key, a newer one overwrites an older one.
+// Replies to commands: at most one for each key, a newer one overwrites an older one. A reply that is waited for goes
+// to who has waited longest.
 class ReplyPool {
  public:
   void put(int key, Bytes reply);
@@ -36,9 +37,17 @@ class ReplyPool {
   bool closed() const;
 
  private:
+  struct Waiter {
+    int key;
+    std::optional<Bytes> reply;
+  };
+  class Waiting;
+  void file(int key, Bytes reply, bool overwrite);
+
   mutable std::mutex mutex_;  // guards all below
   Condition changed_;
   std::map<int, Bytes> replies_;
+  std::vector<Waiter*> waiters_;  // in the order of their coming
   bool closed_ = false;
 };
 

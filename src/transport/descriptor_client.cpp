@@ -135,6 +135,9 @@ void DescriptorClient::disconnect() {
     link.swap(link_);
     connecting.swap(connecting_);
   }
+  if (generation_ != processGeneration()) {
+    return;  // a forked child lets go of its copy; ending the traffic is the parent's
+  }
   if (connecting) {
     connecting->end();  // not connected yet, so there is nothing to report
   }

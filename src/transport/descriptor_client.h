@@ -1,6 +1,7 @@
 // What the clients share whose medium is a file descriptor: read by one thread, written and closed by any.
 #pragma once
 
+#include "core/process.h"
 #include "transport/client.h"
 #include "transport/descriptor.h"
 #include "transport/turn.h"
@@ -121,6 +122,7 @@ class DescriptorClient : public Client {
 
   const Medium& medium_;
   const std::chrono::milliseconds send_limit_;
+  const unsigned generation_ = processGeneration();
   mutable std::mutex mutex_;  // guards what follows; the stream's mutex may be taken under it, nothing else
   std::shared_ptr<Link> link_;
   std::shared_ptr<Link> connecting_;

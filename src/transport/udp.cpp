@@ -2,6 +2,7 @@
 
 #include "core/constants.h"
 #include "core/errors.h"
+#include "transport/signals.h"
 #include "transport/splitter.h"
 
 #include <arpa/inet.h>
@@ -16,12 +17,15 @@
 #include <cstring>
 #include <memory>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace qvx {
 namespace {
 
 constexpr double kReadTimeoutS = 1;
+// How long a broadcast waits for the addresses of this host's name; its interfaces have nearly always the same ones.
+constexpr double kNameLimitS = 2;
 // A hundred devices answer every one of several requests within milliseconds. The system may allow less.
 constexpr int kReceiveBuffer = 1 << 20;
 // Every program on this machine that listens on all addresses, and nobody else.
@@ -92,7 +96,7 @@ std::string textOf(in_addr_t address) {
   return ::inet_ntop(AF_INET, &binary, text.data(), text.size());
 }
 
-std::vector<in_addr_t> lookUpOwnName() {
+std::vector<in_addr_t> addressesOfOwnName() {
   std::array<char, 256> name{};
   addrinfo hints{};
   hints.ai_family = AF_INET;
@@ -146,7 +150,7 @@ bool UDPClient::bind(const std::string& ip, int port) {
     abandon(link);
     failNetwork(target, reason);
   }
-  addressesOfName();
+  lookUpOwnName();
   setTimeout(kReadTimeoutS);
   if (!open(link)) {
     failNetwork(target, "ended by disconnect");
@@ -245,22 +249,44 @@ void UDPClient::sendPacket(ByteView) {
   fail(ErrorId::APINotSupportError, "A discovery client has no single device to send to; it broadcasts.");
 }
 
-// Two threads may both look it up, once.
-std::vector<in_addr_t> UDPClient::addressesOfName() {
-  {
-    const std::lock_guard lock(name_mutex_);
-    if (named_) {
-      return *named_;
-    }
-  }
-  auto addresses = lookUpOwnName();
+struct UDPClient::NameLookUp {
+  WakeUp done;
+  std::mutex mutex;  // guards addresses
+  std::vector<in_addr_t> addresses;
+};
+
+// Asked once, on a thread of its own, which outlives whoever does not want to wait for the answer.
+std::shared_ptr<UDPClient::NameLookUp> UDPClient::lookUpOwnName() {
   const std::lock_guard lock(name_mutex_);
-  named_ = addresses;
-  return addresses;
+  if (own_name_) {
+    return own_name_;
+  }
+  try {
+    const SignalsBlocked blocked;
+    auto look_up = std::make_shared<NameLookUp>();
+    std::thread([look_up] {
+      auto addresses = addressesOfOwnName();
+      {
+        const std::lock_guard done(look_up->mutex);
+        look_up->addresses = std::move(addresses);
+      }
+      look_up->done.signal();
+    }).detach();
+    own_name_ = look_up;
+  } catch (const std::system_error& error) {
+    failNetwork("Looking up this host's name", error.what());
+  }
+  return own_name_;
 }
 
 void UDPClient::sendBcstPacket(ByteView frame) {
-  std::vector<in_addr_t> addresses = addressesOfName();
+  std::vector<in_addr_t> addresses;
+  const auto look_up = lookUpOwnName();
+  std::array<pollfd, 1> done{pollfd{look_up->done.fd(), POLLIN, 0}};
+  if (waitReady(done, deadlineIn(kNameLimitS))) {
+    const std::lock_guard lock(look_up->mutex);
+    addresses = look_up->addresses;
+  }
   for (const in_addr_t address : addressesOfInterfaces()) {
     addresses.push_back(address);
   }

@@ -54,11 +54,13 @@ class UDPClient : public NetworkClient {
 
   Datagram receive(Link& link, std::size_t size);
   void relay(const Link& link, ByteView bytes);
-  std::vector<in_addr_t> addressesOfName();
+  // The answer to the question for the addresses of this host's name, which may take a resolver many seconds.
+  struct NameLookUp;
+  std::shared_ptr<NameLookUp> lookUpOwnName();
 
   Relay relay_;            // of the thread that reads
   std::mutex name_mutex_;  // guards what follows; innermost
-  std::optional<std::vector<in_addr_t>> named_;
+  std::shared_ptr<NameLookUp> own_name_;
 };
 
 }  // namespace qvx

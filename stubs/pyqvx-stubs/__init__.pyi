@@ -1,7 +1,7 @@
 """Types of pyqvx: made from the built module by tools/make_stubs.py."""
 # mypy: disable-error-code="override,misc"
 import numpy
-from collections.abc import Callable, Generator, Iterator
+from collections.abc import Callable, Generator, Iterable, Iterator
 from typing import Any, Self
 
 errAPINotSupport: int
@@ -1501,18 +1501,10 @@ class ReplyPool:
         """Takes the reply."""
     def items(self) -> list[tuple[int, bytes]]: ...
     def clear(self) -> None: ...
-    def values(self, *args: Any, **kwargs: Any) -> Any:
-        """D.values() -> an object providing a view on D's values"""
-    def popitem(self, *args: Any, **kwargs: Any) -> Any:
-        """D.popitem() -> (k, v), remove and return some (key, value) pair
-        as a 2-tuple; but raise KeyError if D is empty."""
-    def setdefault(self, *args: Any, **kwargs: Any) -> Any:
-        """D.setdefault(k[,d]) -> D.get(k,d), also set D[k]=d if k not in D"""
-    def update(self, *args: Any, **kwargs: Any) -> Any:
-        """D.update([E, ]**F) -> None.  Update D from mapping/iterable E and F.
-        If E present and has a .keys() method, does:     for k in E: D[k] = E[k]
-        If E present and lacks .keys() method, does:     for (k, v) in E: D[k] = v
-        In either case, this is followed by: for k, v in F.items(): D[k] = v"""
+    def values(self, *args: Any, **kwargs: Any) -> Any: ...
+    def popitem(self, *args: Any, **kwargs: Any) -> Any: ...
+    def setdefault(self, *args: Any, **kwargs: Any) -> Any: ...
+    def update(self, *args: Any, **kwargs: Any) -> Any: ...
 
 class RawQueue:
     """Streamed items as bytes, oldest first, unbounded: a queue.Queue. An item has no port byte."""
@@ -1565,9 +1557,8 @@ class AnswerSet:
     def add(self, answer: bytes) -> None: ...
     def clear(self) -> None: ...
     @staticmethod
-    def _from_iterable(*args: Any, **kwargs: Any) -> Any: ...
-    def isdisjoint(self, *args: Any, **kwargs: Any) -> Any:
-        """Return True if two sets have a null intersection."""
+    def _from_iterable(answers: Iterable[bytes]) -> set[bytes]: ...
+    def isdisjoint(self, *args: Any, **kwargs: Any) -> Any: ...
 
 class Gate:
     """A lock that parks a thread while its owner holds it."""
@@ -1602,8 +1593,7 @@ class StreamPool:
     def __iter__(self) -> Iterator[Any]: ...
     def keys(self) -> list: ...
     def items(self) -> list: ...
-    def values(self, *args: Any, **kwargs: Any) -> Any:
-        """D.values() -> an object providing a view on D's values"""
+    def values(self, *args: Any, **kwargs: Any) -> Any: ...
 
 class BroadcastPool:
     """Sets of answers by command code, made when they are first asked for."""
@@ -1616,8 +1606,7 @@ class BroadcastPool:
     def __iter__(self) -> Iterator[Any]: ...
     def keys(self) -> list: ...
     def items(self) -> list: ...
-    def values(self, *args: Any, **kwargs: Any) -> Any:
-        """D.values() -> an object providing a view on D's values"""
+    def values(self, *args: Any, **kwargs: Any) -> Any: ...
 
 class Client:
     """A transport: moves bytes to and from one device and cuts frames out of what it receives."""
@@ -1672,6 +1661,11 @@ class Packet_based:
         """Where broadcasts go."""
     @client_udp.setter
     def client_udp(self, value: object) -> None: ...
+    @property
+    def resend(self) -> bool:
+        """Whether operations send a command again when its reply is late, True at first. A device carries out each command that it receives: on a slow connection a toggle is then done twice. With False they send once and wait as long."""
+    @resend.setter
+    def resend(self, value: bool) -> None: ...
     @property
     def data_pool_echo(self) -> ReplyPool:
         """Replies to commands."""
@@ -1791,7 +1785,7 @@ class USBDevice(Device):
     """A device reached over USB."""
     def __init__(self, verbose: bool = True) -> None: ...
     def connect(self, serial_num: str = "default") -> bool:
-        """Connects to the device with this serial number, by default to the first one attached. Raises USBConnectionError."""
+        """Connects to the device with this serial number, by default to the first one attached. Raises USBConnectionError. "tcp://ADDRESS:PORT" connects to a virtual device instead; raises NetworkConnectionError."""
     async def connect_async(self, serial_num: str = "default") -> bool:
         """As connect, without blocking the event loop."""
     def disconnect(self) -> None:
@@ -1829,7 +1823,7 @@ class UARTDevice(Device):
     """A device reached over a serial line."""
     def __init__(self, baudrate: int = 115200, verbose: bool = True) -> None: ...
     def connect(self, port: str) -> bool:
-        """Opens a serial device file such as "/dev/ttyUSB0" for this handle alone. Raises UARTConnectionError."""
+        """Opens a serial device file such as "/dev/ttyUSB0" for this handle alone. Raises UARTConnectionError. "tcp://ADDRESS:PORT" connects to a virtual device instead; raises NetworkConnectionError."""
     async def connect_async(self, port: str) -> bool:
         """As connect, without blocking the event loop."""
     def disconnect(self) -> None:
@@ -2292,18 +2286,18 @@ class AIBased(AIUnion):
 
 class AIModule_async(AIBased):
     """16-bit analog input as coroutines."""
-    async def AI_enableChannel_async(self, port: int, channel: int) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
-    async def AI_enableCS_async(self, slot: int, chip_select: list[int]) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
-    async def AI_setTriggerMode_async(self, port: int, mode: int) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
         """One sample now: volts of each channel."""
     async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
         """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
         """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+    async def AI_enableChannel_async(self, port: int, channel: int) -> int:
+        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+    async def AI_enableCS_async(self, slot: int, chip_select: list[int]) -> int:
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+    async def AI_setTriggerMode_async(self, port: int, mode: int) -> int:
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
     async def _AI_getDataRTC_async(self, port: int) -> list[float]:
         """The sample taken at the clock's last trigger."""
     async def _AI_getCounter_async(self, port: int) -> list[int]:
@@ -2315,18 +2309,18 @@ class AIModule_async(AIBased):
 
 class AIModule(AIBased):
     """16-bit analog input."""
-    def AI_enableChannel(self, port: int, channel: int, timeout: float = 3) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
-    def AI_enableCS(self, slot: int, chip_select: list[int], timeout: float = 3) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
-    def AI_setTriggerMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
         """One sample now: volts of each channel."""
     def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
         """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
         """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+    def AI_enableChannel(self, port: int, channel: int, timeout: float = 3) -> int:
+        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+    def AI_enableCS(self, slot: int, chip_select: list[int], timeout: float = 3) -> int:
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+    def AI_setTriggerMode(self, port: int, mode: int, timeout: float = 3) -> int:
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
     def _AI_getDataRTC(self, port: int, timeout: float = 3) -> list[float]:
         """The sample taken at the clock's last trigger."""
     def _AI_getCounter(self, port: int, timeout: float = 3) -> list[int]:
@@ -2336,8 +2330,365 @@ class AIModule(AIBased):
     def _AI_readBufferStatus(self, port: int, timeout: float = 3) -> list[int]:
         """The device's buffer: samples waiting, capacity."""
 
+class AI24BitStreamingModule_async(AIBased):
+    """24-bit analog input with streaming as coroutines."""
+    async def AI_readOnDemand_async(self, port: int) -> list[float]:
+        """One sample now: volts of each channel."""
+    async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+    async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+
+class AI24BitStreamingModule(AIBased):
+    """24-bit analog input with streaming. Volts are not rounded."""
+    def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
+        """One sample now: volts of each channel."""
+    def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+    def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+
+class AI24BitModule_async(AIUnion):
+    """24-bit analog input, read on demand, as coroutines."""
+    async def AI_readOnDemand_async(self, port: int) -> list[float]:
+        """One sample now: volts of each channel, rounded to three decimals."""
+
+class AI24BitModule(AIUnion):
+    """24-bit analog input, read on demand."""
+    def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
+        """One sample now: volts of each channel, rounded to three decimals."""
+
+class AOBased:
+    """State and checks of analog output."""
+    @property
+    def ao_dict(self) -> dict[int, list[int]]:
+        """The AO ports: port number to its channels."""
+    @property
+    def ao_volt_min(self) -> float:
+        """The lowest output in volts."""
+    @property
+    def ao_volt_max(self) -> float:
+        """The highest output in volts."""
+    @property
+    def ao_channel(self) -> int:
+        """How many channels the product has."""
+    @property
+    def ao_rate(self) -> int:
+        """The product's highest sampling rate in Hz."""
+    def AO_getPort(self) -> list[int]:
+        """The AO ports of the product."""
+    async def AO_getPort_async(self) -> list[int]:
+        """The AO ports of the product."""
+    def _AO_getPinMapPort(self, port: int) -> list[int]:
+        """The channels of a port."""
+    async def _AO_getPinMapPort_async(self, port: int) -> list[int]:
+        """The channels of a port."""
+    def _checkAOPinState(self, port: int, timeout: float = 3) -> None:
+        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+    async def _checkAOPinState_async(self, port: int) -> None:
+        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+    def _checkAOPort(self, port: int) -> None:
+        """Raises AOPortNotAvaliableError."""
+    def _checkAOChannel(self, channel: int) -> None:
+        """0..7; else AOChannelNotAvaliableError."""
+    def _checkAOMode(self, mode: int) -> None:
+        """0, 1 or 2; else AOModeNotVaildError."""
+    def _checkAOForm(self, form: int) -> None:
+        """1, 2 or 3; else AOFormNotAvaliableError."""
+    def _checkAOSpan(self, span: int) -> None:
+        """0..4; else AOSpanNotVaildError."""
+    def _ckeckAOSamplingRate(self, rate: int) -> None:
+        """1..ao_rate in Hz; else AORateNotVaildError."""
+    def _checkAONumOfValues(self, n: int) -> bool:
+        """Whether one push can carry as many: at most 13."""
+
+class AOModule_async(AOBased):
+    """Analog output as coroutines."""
+    async def AO_open_async(self, port: int) -> int:
+        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+    async def AO_close_async(self, port: int) -> int:
+        """Closes analog output. Returns 0."""
+    async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+
+class AOModule(AOBased):
+    """Analog output."""
+    def AO_open(self, port: int, timeout: float = 3) -> int:
+        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+    def AO_close(self, port: int, timeout: float = 3) -> int:
+        """Closes analog output. Returns 0."""
+    def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+
+class AOStreamingModule_async(AOBased):
+    """Analog output with generation as coroutines."""
+    async def AO_open_async(self, port: int) -> int:
+        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+    async def AO_close_async(self, port: int) -> int:
+        """Closes analog output. Returns 0."""
+    async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    async def AO_openStreaming_async(self, port: int) -> list[int | float]:
+        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+    async def AO_startStreaming_async(self, port: int) -> int:
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+    async def AO_closeStreaming_async(self, port: int) -> int:
+        """Ends generation; the outputs stay where they are. Returns 0."""
+    async def _AO_stopStreaming_async(self, port: int) -> int:
+        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+    async def AO_setMode_async(self, port: int, mode: int) -> int:
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+    async def AO_setSamplingRate_async(self, port: int, sampling_rate: int) -> int:
+        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+    async def AO_setNumSamples_async(self, port: int, num_samples: int) -> int:
+        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+    async def AO_setEnableChannels_async(self, port: int, channel_list: list[int]) -> int:
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+    async def AO_setForm_async(self, port: int, channel: int, form: int) -> int:
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+    async def AO_setFormParam_async(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float) -> int:
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+    async def AO_getValues_async(self, port: int) -> list[float]:
+        """What each channel puts out, in volts."""
+    async def _AO_setSpan_async(self, port: int, span: int) -> int:
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+    async def _AO_getMode_async(self, port: int) -> int:
+        """The mode that is set."""
+    async def _AO_getState_async(self, port: int) -> int:
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+    async def _AO_getCounters_async(self, port: int) -> list[int]:
+        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+    async def _AO_initialBuffer_async(self, port: int) -> int:
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+    async def _AO_pushToBuffer_async(self, port: int, num_of_val: int, value_list: list[float]) -> int:
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+
+class AOStreamingModule(AOBased):
+    """Analog output with generation of waveforms."""
+    def AO_open(self, port: int, timeout: float = 3) -> int:
+        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+    def AO_close(self, port: int, timeout: float = 3) -> int:
+        """Closes analog output. Returns 0."""
+    def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+    def AO_openStreaming(self, port: int, timeout: float = 3) -> list[int | float]:
+        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+    def AO_startStreaming(self, port: int) -> int:
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+    def AO_closeStreaming(self, port: int, timeout: float = 3) -> int:
+        """Ends generation; the outputs stay where they are. Returns 0."""
+    def _AO_stopStreaming(self, port: int, timeout: float = 3) -> int:
+        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+    def AO_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+    def AO_setSamplingRate(self, port: int, sampling_rate: int, timeout: float = 3) -> int:
+        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+    def AO_setNumSamples(self, port: int, num_samples: int, timeout: float = 3) -> int:
+        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+    def AO_setEnableChannels(self, port: int, channel_list: list[int], timeout: float = 3) -> int:
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+    def AO_setForm(self, port: int, channel: int, form: int, timeout: float = 3) -> int:
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+    def AO_setFormParam(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float, timeout: float = 3) -> int:
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+    def AO_getValues(self, port: int, timeout: float = 3) -> list[float]:
+        """What each channel puts out, in volts."""
+    def _AO_setSpan(self, port: int, span: int, timeout: float = 3) -> int:
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+    def _AO_getMode(self, port: int, timeout: float = 3) -> int:
+        """The mode that is set."""
+    def _AO_getState(self, port: int, timeout: float = 3) -> int:
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+    def _AO_getCounters(self, port: int, timeout: float = 3) -> list[int]:
+        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+    def _AO_initialBuffer(self, port: int, timeout: float = 3) -> int:
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+    def _AO_pushToBuffer(self, port: int, num_of_val: int, value_list: list[float], timeout: float = 3) -> int:
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+
+class DIOBased:
+    """Pin tables and checks of digital input and output."""
+    @property
+    def di_dict(self) -> dict[int, list[int]]:
+        """The DI ports: port number to its pins."""
+    @property
+    def do_dict(self) -> dict[int, list[int]]:
+        """The DO ports: port number to its pins."""
+    @property
+    def dio_num_pins_per_port(self) -> int:
+        """How many states a list of a port's states has."""
+    def DI_getPinMap(self) -> dict[int, list[int]]:
+        """The DI ports: port number to its pins. Nothing is sent."""
+    def DO_getPinMap(self) -> dict[int, list[int]]:
+        """The DO ports: port number to its pins. Nothing is sent."""
+    def _getPinIndexInList(self, pin: list[int] | int) -> list[int]:
+        """A selection of pins, 0..15, as a list. Raises PinsNotExistError."""
+    def _getPinIndexInInt(self, pin: list[int] | int) -> int:
+        """A selection of pins, 0..15, as a mask, bit n for pin n. Raises PinsNotExistError."""
+    def _checkDIPort(self, port: int) -> None:
+        """Raises DIPortNotAvaliableError."""
+    def _checkDOPort(self, port: int) -> None:
+        """Raises DOPortNotAvaliableError."""
+    def _checkDIPortAndPin(self, port: int, pin: list[int] | int) -> None:
+        """Raises DIPortNotAvaliableError, PinsNotExistError."""
+    def _checkDOPortAndPin(self, port: int, pin: list[int] | int) -> None:
+        """Raises DOPortNotAvaliableError, PinsNotExistError."""
+
+class DIOModule_async(DIOBased):
+    """Digital input and output as coroutines."""
+    async def DI_openPins_async(self, port: int, pin: list[int] | int) -> int:
+        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+    async def DI_openPort_async(self, port: int) -> int:
+        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+    async def DO_openPins_async(self, port: int, pin: list[int] | int) -> int:
+        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+    async def DO_openPort_async(self, port: int) -> int:
+        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+    async def DI_closePins_async(self, port: int, pin: list[int] | int) -> int:
+        """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
+    async def DI_closePort_async(self, port: int) -> int:
+        """Closes all pins of a port. Raises DIPortNotAvaliableError. Returns 0."""
+    async def DO_closePins_async(self, port: int, pin: list[int] | int) -> int:
+        """Closes pins (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns 0."""
+    async def DO_closePort_async(self, port: int) -> int:
+        """Closes all pins of a port. Raises DOPortNotAvaliableError. Returns 0."""
+    async def DI_readPins_async(self, port: int, pin: list[int] | int) -> list[int]:
+        """The states of the chosen pins (a number or a list), 0 or 1, in their order. Raises DIPortNotAvaliableError, PinsNotExistError."""
+    async def DI_readPort_async(self, port: int) -> list[int]:
+        """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
+    async def DO_writePins_async(self, port: int, pin: list[int] | int, value: list[int] | int) -> list[int]:
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+    async def DO_writePort_async(self, port: int, value: list[int] | int) -> list[int]:
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+    async def DO_togglePins_async(self, port: int, pin: list[int] | int) -> list[int]:
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+    async def DO_togglePort_async(self, port: int) -> list[int]:
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+    async def DIO_loadStartup_async(self, port: int) -> list[list[int]]:
+        """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
+    async def _DIO_saveStartup_async(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+    async def _DIO_setPortIdle_async(self, port: int) -> int:
+        """Makes all pins of a port idle. Returns 0."""
+    async def _DIO_setPortDI_async(self, port: int) -> int:
+        """Makes all pins of a port inputs. Returns 0."""
+    async def _DIO_setPortDO_async(self, port: int) -> int:
+        """Makes all pins of a port outputs. Returns 0."""
+    async def _setDIOCurrent_async(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
+        """Configures the pins of `mask`; direction 1 is output. Returns 0."""
+    async def _getDIOCurrent_async(self, port: int, mask: int) -> list[list[int]]:
+        """The lists enabled, direction and state of the pins of `mask`."""
+    async def _setDIOState_async(self, port: int, mask: int, state: list[int] | int) -> int:
+        """Sets the state register of a port; its outputs follow with _writeDO. Returns 0."""
+    async def _getDIOState_async(self, port: int, mask: int) -> list[int]:
+        """The state register of a port."""
+    async def _toggleDIODirection_async(self, port: int, mask: int, state: list[int] | int) -> int:
+        """Inverts the direction of open pins; those that become outputs drive `state`. Returns 0."""
+    async def _readAndGetDI_async(self, port: int, mask: int) -> list[int]:
+        """The levels at the pins of `mask`."""
+    async def _setAndWriteDO_async(self, port: int, mask: int, state: list[int] | int) -> list[int]:
+        """Sets outputs; gives what all outputs of the port drive."""
+    async def _toggleAndWriteDO_async(self, port: int, mask: int) -> list[int]:
+        """Inverts outputs; gives what all outputs of the port drive."""
+    async def _readDI_async(self, port: int) -> int:
+        """Reads the inputs of a port into its state register. Returns 0."""
+    async def _writeDO_async(self, port: int) -> int:
+        """Makes the outputs of a port drive its state register. Returns 0."""
+    async def _closeDIOInPins_async(self, port: int, pin: list[int] | int) -> int:
+        """Closes pins, whatever their direction. Returns 0."""
+    async def _closeDIOInPort_async(self, port: int) -> int:
+        """Closes all pins of a port. Returns 0."""
+
+class DIOModule(DIOBased):
+    """Digital input and output."""
+    def DI_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
+        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+    def DI_openPort(self, port: int, timeout: float = 3) -> int:
+        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+    def DO_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
+        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+    def DO_openPort(self, port: int, timeout: float = 3) -> int:
+        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+    def DI_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
+        """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
+    def DI_closePort(self, port: int, timeout: float = 3) -> int:
+        """Closes all pins of a port. Raises DIPortNotAvaliableError. Returns 0."""
+    def DO_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
+        """Closes pins (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns 0."""
+    def DO_closePort(self, port: int, timeout: float = 3) -> int:
+        """Closes all pins of a port. Raises DOPortNotAvaliableError. Returns 0."""
+    def DI_readPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> list[int]:
+        """The states of the chosen pins (a number or a list), 0 or 1, in their order. Raises DIPortNotAvaliableError, PinsNotExistError."""
+    def DI_readPort(self, port: int, timeout: float = 3) -> list[int]:
+        """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
+    def DO_writePins(self, port: int, pin: list[int] | int, value: list[int] | int, timeout: float = 3) -> list[int]:
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+    def DO_writePort(self, port: int, value: list[int] | int, timeout: float = 3) -> list[int]:
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+    def DO_togglePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> list[int]:
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+    def DO_togglePort(self, port: int, timeout: float = 3) -> list[int]:
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+    def DIO_loadStartup(self, port: int, timeout: float = 3) -> list[list[int]]:
+        """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
+    def _DIO_saveStartup(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+    def _DIO_setPortIdle(self, port: int, timeout: float = 3) -> int:
+        """Makes all pins of a port idle. Returns 0."""
+    def _DIO_setPortDI(self, port: int, timeout: float = 3) -> int:
+        """Makes all pins of a port inputs. Returns 0."""
+    def _DIO_setPortDO(self, port: int, timeout: float = 3) -> int:
+        """Makes all pins of a port outputs. Returns 0."""
+    def _setDIOCurrent(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
+        """Configures the pins of `mask`; direction 1 is output. Returns 0."""
+    def _getDIOCurrent(self, port: int, mask: int, timeout: float = 3) -> list[list[int]]:
+        """The lists enabled, direction and state of the pins of `mask`."""
+    def _setDIOState(self, port: int, mask: int, state: list[int] | int, timeout: float = 3) -> int:
+        """Sets the state register of a port; its outputs follow with _writeDO. Returns 0."""
+    def _getDIOState(self, port: int, mask: int, timeout: float = 3) -> list[int]:
+        """The state register of a port."""
+    def _toggleDIODirection(self, port: int, mask: int, state: list[int] | int, timeout: float = 3) -> int:
+        """Inverts the direction of open pins; those that become outputs drive `state`. Returns 0."""
+    def _readAndGetDI(self, port: int, mask: int, timeout: float = 3) -> list[int]:
+        """The levels at the pins of `mask`."""
+    def _setAndWriteDO(self, port: int, mask: int, state: list[int] | int, timeout: float = 3) -> list[int]:
+        """Sets outputs; gives what all outputs of the port drive."""
+    def _toggleAndWriteDO(self, port: int, mask: int, timeout: float = 3) -> list[int]:
+        """Inverts outputs; gives what all outputs of the port drive."""
+    def _readDI(self, port: int, timeout: float = 3) -> int:
+        """Reads the inputs of a port into its state register. Returns 0."""
+    def _writeDO(self, port: int, timeout: float = 3) -> int:
+        """Makes the outputs of a port drive its state register. Returns 0."""
+    def _closeDIOInPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
+        """Closes pins, whatever their direction. Returns 0."""
+    def _closeDIOInPort(self, port: int, timeout: float = 3) -> int:
+        """Closes all pins of a port. Returns 0."""
+
 class SkylogE3A(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async):
     """Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class SkylogE3AH(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async):
+    """Skylog-E3-AH: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, and attitude, over Wi-Fi."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class SkylogE3AO(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AOModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AOModule_async):
+    """Skylog-E3-AO: 8 channels of analog output, +-10 V, over Wi-Fi."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class SkylogE3AOD(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, AOModule, DIOModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async, AOModule_async, DIOModule_async):
+    """Skylog-E3-AOD: 8 channels of 16-bit analog input, up to 10 kHz, 4 of analog output, +-10 V, 8 digital outputs (port 1) and 8 inputs (port 2), over Wi-Fi."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
@@ -2348,6 +2699,71 @@ class SkylogF4A(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, Wif
 
 class FeroxA(ETHDevice, SystemModule, NetworkModule, AIModule, SystemModule_async, NetworkModule_async, AIModule_async):
     """Ferox-A: 8 channels of 16-bit analog input, +-10 V, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxA2(ETHDevice, SystemModule, NetworkModule, AI24BitStreamingModule, SystemModule_async, NetworkModule_async, AI24BitStreamingModule_async):
+    """Ferox-A2: 8 channels of 24-bit analog input, +-10 V, up to 10 kHz, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxI(ETHDevice, SystemModule, NetworkModule, AI24BitModule, SystemModule_async, NetworkModule_async, AI24BitModule_async):
+    """Ferox-I: 24-bit analog input, +-25 or +-50 V, on demand, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxIA(ETHDevice, SystemModule, NetworkModule, AI24BitModule, SystemModule_async, NetworkModule_async, AI24BitModule_async):
+    """Ferox-IA: 24-bit analog input, +-25 or +-50 V, on demand, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxO(ETHDevice, SystemModule, NetworkModule, AOStreamingModule, SystemModule_async, NetworkModule_async, AOStreamingModule_async):
+    """Ferox-O: 8 channels of analog output with generation of waveforms, +-10 V, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxD(ETHDevice, SystemModule, NetworkModule, DIOModule, SystemModule_async, NetworkModule_async, DIOModule_async):
+    """Ferox-D: 8 digital outputs (port 0) and 8 digital inputs (port 1), over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class FeroxEXD(ETHDevice, SystemModule, NetworkModule, DIOModule, SystemModule_async, NetworkModule_async, DIOModule_async):
+    """Ferox-EX-D: 32 digital lines in 4 ports, input or output by choice, over Ethernet."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1D(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+    """Cordlog-F1-D: 26 digital lines in 4 ports, input or output by choice, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1AD(USBDevice, SystemModule, AIModule, DIOModule, SystemModule_async, AIModule_async, DIOModule_async):
+    """Cordlog-F1-AD: a Cordlog-F1-D with 8 channels of 16-bit analog input, +-10 V, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1TD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+    """Cordlog-F1-TD: a Cordlog-F1-D with thermocouple inputs, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1CD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+    """Cordlog-F1-CD: a Cordlog-F1-D with a CAN bus, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1RD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+    """Cordlog-F1-RD: a Cordlog-F1-D with resistance thermometer inputs, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1DSNK(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+    """Cordlog-F1-D-SNK: digital lines with current-sinking outputs, over USB."""
+    def __init__(self, verbose: bool = True) -> None:
+        """Live from construction; `verbose` False keeps its messages off standard output."""
+
+class CordlogF1AOD(USBDevice, SystemModule, AIModule, AOStreamingModule, DIOModule, SystemModule_async, AIModule_async, AOStreamingModule_async, DIOModule_async):
+    """Cordlog-F1-AOD: digital lines, 8 channels of 16-bit analog input and 4 of analog output with generation of waveforms, +-10 V, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 

@@ -1,5 +1,6 @@
-// Hostile bytes at a device: the frame reader, every command, broadcasts and the faults. The input's first byte sets
-// the size of the pieces; between two of them time passes and the client reads. Each piece is a datagram as well.
+// Hostile bytes at a device of any model: the frame reader, every command, broadcasts and the faults. The input's first
+// byte sets the size of the pieces, the second the model; between two pieces time passes and the client reads. Each piece
+// is a datagram as well.
 
 #include "virtual/session.h"
 
@@ -9,19 +10,19 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qvx::bench;
-  if (size == 0) {
+  if (size < 2) {
     return 0;
   }
   TimePoint now{std::chrono::hours(1)};
   DeviceSetup setup;
-  setup.model = findModel((data[0] & 0x20) != 0 ? "SkylogE3A" : "FeroxA");
+  setup.model = &modelRows()[data[1] % modelRows().size()];
   setup.faults.duplicate = (data[0] & 0x80) != 0 ? 0.5 : 0;
   setup.unpaced = (data[0] & 0x40) != 0;
   Device device(setup, now);
   const Log log(LogLevel::Quiet);
   Session session(device, log, "fuzz");
   const std::size_t piece = 1 + (data[0] & 0x1F);
-  for (std::size_t at = 1; at < size; at += piece) {
+  for (std::size_t at = 2; at < size; at += piece) {
     const qvx::ByteView bytes{data + at, std::min(piece, size - at)};
     FrameReader datagram;
     datagram.feed(bytes, now);

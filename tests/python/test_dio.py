@@ -10,7 +10,7 @@ import pyqvx
 
 CORDLOG = {0: [0, 1, 2, 3, 4, 5, 6, 7], 1: [0, 1, 2, 3, 4, 5], 2: [0, 1, 2, 3, 6, 7], 3: [0, 1, 2, 3, 4, 5]}
 DIO_MODELS = [cls for cls in models() if issubclass(cls, pyqvx.DIOModule)]
-FIXED = {pyqvx.FeroxD, pyqvx.CordlogF1DSNK}
+FIXED = {pyqvx.FeroxD, pyqvx.SkylogE3AOD, pyqvx.CordlogF1DSNK}
 
 
 @pytest.fixture(params=["blocking", "coroutine"])
@@ -89,7 +89,9 @@ def test_pins_have_one_direction_at_a_time(lines, form):
     assert device.Sys_getPinModeInPort(3)[1] == modes
 
 
-@pytest.mark.parametrize(("model", "outputs", "inputs"), [("FeroxD", 0, 1), ("CordlogF1DSNK", 1, 3)])
+@pytest.mark.parametrize(
+    ("model", "outputs", "inputs"), [("FeroxD", 0, 1), ("SkylogE3AOD", 1, 2), ("CordlogF1DSNK", 1, 3)]
+)
 def test_fixed_directions_need_no_opening(lines, form, model, outputs, inputs):
     call = form(lines(model, wire=f"do{outputs}=di{inputs}"))
     assert call("DO_openPort", outputs) == call("DI_openPort", inputs) == 0
@@ -165,7 +167,7 @@ def test_opening_by_model(cls, form):
 @pytest.mark.parametrize(("resend", "times"), [(True, 3), (False, 1)])
 def test_a_slow_link_toggles_again_unless_told_otherwise(bench, resend, times):
     # Slower than any machine is; 50 ms would do.
-    place = bench(model="FeroxD", delay=400, verbose=True)
+    place = bench(model="FeroxD", delay=800, verbose=True)
     with pyqvx.FeroxD(verbose=False) as device:
         connect_to(device, place)
         assert device.resend is True

@@ -1,5 +1,6 @@
 """The packet engine through its named methods, with pools that Python fills and transports that it brings."""
 
+import array
 import asyncio
 import collections.abc
 import queue
@@ -352,6 +353,23 @@ def test_bad_payloads_are_refused(bad):
         with pytest.raises((pyqvx.InputTypeNotCorrectError, pyqvx.InputDataNotInRangeError)):
             call()
     assert e.client_cmd.sent == []
+
+
+def test_payloads_are_sequences_of_byte_values():
+    numpy = pytest.importorskip("numpy")
+    goods = (
+        [1, 2],
+        (1, 2),
+        b"\1\2",
+        bytearray(b"\1\2"),
+        memoryview(b"\1\2"),
+        range(1, 3),
+        array.array("H", [1, 2]),
+    )
+    for good in (*goods, numpy.array([1, 2]), numpy.array([1, 2], dtype="u1"), [numpy.uint8(1), True + 1]):
+        assert engine()._preparePacket(ECHO, good)[4:-2] == [1, 2]
+    with pytest.raises(pyqvx.InputDataNotInRangeError):
+        engine()._preparePacket(ECHO, numpy.array([300]))
 
 
 def test_a_list_that_contains_itself_is_refused():

@@ -33,6 +33,14 @@ def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
             "stream_asyncio.py",
             r"(.* 5000 samples, AI0 from -5\.0000 to 5\.0000 V\n){3}15000 samples from 3 devices",
         ),
+        (
+            "digital_lines.py",
+            r"has 6 pins: DI.*\n\n.*\n# \. \. \. \. \. \. \.   # \. \.[^#]*\n(.*\n){6}(\. ){7}#   [^#]*\n",
+        ),
+        (
+            "digital_asyncio.py",
+            r"(FD00000[123]: output 2 arrives at \[3\]; output 3 arrives at \[2\]\n){3}$",
+        ),
     ],
 )
 def test_example(name: str, pattern: str) -> None:

@@ -148,6 +148,83 @@ def test_queues_of_pythons_may_be_drained(silent, form):
         silent._getStreamingFromPool(object(), 3, 0.01)
 
 
+def test_a_daemon_thread_in_a_call_does_not_disturb_the_end():
+    run_script(
+        """
+import threading, time
+import pyqvx
+from qvx_virtual import VirtualDevice
+bench = VirtualDevice(source="ramp").start()
+device = pyqvx.FeroxA(verbose=False)
+device.connect(bench.ip, bench.port)
+device.AI_open(0)
+device.AI_setMode(0, 2)
+device.AI_openStreaming(0)
+device.AI_startStreaming(0)
+queue = pyqvx.RawQueue()
+def forever(call):
+    while True:
+        call()
+for call in (lambda: device.AI_readStreaming(0, 100, 1), lambda: device._getReplyFromPool(5, 0), queue.get):
+    threading.Thread(target=forever, args=(call,), daemon=True).start()
+time.sleep(0.1)
+"""
+    )
+
+
+def test_an_object_before_its_init_is_refused():
+    class Early(pyqvx.FeroxA):
+        def __init__(self):
+            with pytest.raises(TypeError, match="super"):
+                self.AI_open(0)
+            super().__init__(verbose=False)
+
+    with Early():
+        pass
+    for cls, method in ((pyqvx.FeroxA, "close"), (pyqvx.TCPClient, "disconnect"), (pyqvx.RawQueue, "qsize")):
+        with pytest.raises(TypeError):
+            getattr(cls.__new__(cls), method)()
+
+
+@pytest.mark.parametrize("product", [pyqvx.FeroxA, pyqvx.SkylogE3A])
+def test_devices_in_cycles_are_collected(product):
+    class Rig(product):
+        def tick(self):
+            pass
+
+    def make():
+        rig, plain = Rig(verbose=False), product(verbose=False)
+        rig.on_tick = rig.tick
+        plain.client_cmd = FakeTransport()
+        plain.client_cmd.device = plain  # a transport that knows its device
+        plain.itself = plain
+        return [weakref.ref(rig), weakref.ref(plain)]
+
+    with pytest.warns(ResourceWarning, match="unclosed"):
+        gone = make()
+        assert eventually(lambda: gc.collect() is not None and [ref() for ref in gone] == [None, None])
+
+
+def test_requests_of_the_same_command_share_the_replies(device):
+    async def main():
+        begin = time.monotonic()
+        await asyncio.gather(*(device.AI_readOnDemand_async(0) for _ in range(8)))
+        return time.monotonic() - begin
+
+    # One that found no reply would have asked again after RETRY_TIMEOUT.
+    assert min(asyncio.run(main()) for _ in range(5)) < pyqvx.RETRY_TIMEOUT
+
+
+def test_a_forked_child_cannot_end_the_parents_connection(device):
+    child = os.fork()
+    if child == 0:
+        device.client_cmd.disconnect()
+        device.disconnect()
+        os._exit(0)
+    assert os.waitpid(child, 0)[1] == 0
+    assert device.Sys_getSerialNumber() == "QVTEST01" and "connected to" in repr(device)
+
+
 def test_a_forked_child_gets_errors():
     device = connected(FakeTransport())
     device.client_cmd.pool = None

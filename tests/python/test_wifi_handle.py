@@ -62,6 +62,8 @@ def test_both_channels_serve_one_handle(peers, capsys):
         assert bytes(device._getReplyFromPool(SERIAL, PATIENCE_S)) == b"QV"
     data.close()
     assert eventually(lambda: repr(device) == f"<WifiDevice lost connection to {peers.ip}>")
+    command.close()  # the other half of the same loss
+    assert eventually(lambda: device.recv_cmd_lock.locked() and device.recv_data_lock.locked())
     device.close()
     assert not device.recv_cmd_thread.is_alive() and not device.recv_data_thread.is_alive()
     assert capsys.readouterr().out.splitlines() == [
