@@ -1,5 +1,5 @@
 // Hostile bytes at a device: the frame reader, every command and the faults. The input's first byte sets the size of
-// the pieces; between two of them time passes and the client reads.
+// the pieces, its second one the model; between two pieces time passes and the client reads.
 
 #include "virtual/session.h"
 
@@ -9,19 +9,22 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qvx::bench;
-  if (size == 0) {
+  if (size < 2) {
     return 0;
   }
   TimePoint now{std::chrono::hours(1)};
   DeviceSetup setup;
-  setup.model = findModel((data[0] & 0x20) != 0 ? "SkylogE3A" : "FeroxA");
+  setup.model = &modelRows()[data[1] % modelRows().size()];
+  if (setup.model->analog_inputs != 0 && setup.model->analog_outputs != 0) {
+    setup.wires = {Wire::parse("ao0.0=ai0.0")};
+  }
   setup.faults.duplicate = (data[0] & 0x80) != 0 ? 0.5 : 0;
   setup.unpaced = (data[0] & 0x40) != 0;
   Device device(setup, now);
   const Log log(LogLevel::Quiet);
   Session session(device, log, "fuzz");
   const std::size_t piece = 1 + (data[0] & 0x1F);
-  for (std::size_t at = 1; at < size; at += piece) {
+  for (std::size_t at = 2; at < size; at += piece) {
     session.receive({data + at, std::min(piece, size - at)}, now);
     now += std::chrono::milliseconds(7);
     device.tick(now);
