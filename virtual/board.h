@@ -34,7 +34,7 @@ struct Board {
   Outputs outputs;
   std::vector<BusPort> buses;
   std::vector<Attachment> attachments;  // each to one of them
-  bool unpaced = false;  // streams run as fast as the client takes them
+  bool unpaced = false;                 // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.

@@ -58,8 +58,7 @@ using CordlogF1CD =
 using CordlogF1RD =
     Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, I2COperations, SPIOperations, DIOOperations>;
 using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1AOD =
-    Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, I2COperations, AIOperations, AOStreamingOperations,
-          DIOOperations>;
+using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, I2COperations, AIOperations,
+                           AOStreamingOperations, DIOOperations>;
 
 }  // namespace qvx
