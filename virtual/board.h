@@ -1,6 +1,7 @@
 // What the modules of one device share.
 #pragma once
 
+#include "virtual/attachment.h"
 #include "virtual/firmware.h"
 #include "virtual/output.h"
 #include "virtual/pins.h"
@@ -31,7 +32,9 @@ struct Board {
   Pins pins;      // the ports that are not here follow their slots
   Inputs inputs;  // by analog channel
   Outputs outputs;
-  bool unpaced = false;  // streams run as fast as the client takes them
+  std::vector<BusPort> buses;
+  std::vector<Attachment> attachments;  // each to one of them
+  bool unpaced = false;                 // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.

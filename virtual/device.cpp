@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <stdexcept>
 #include <utility>
 
 namespace qvx::bench {
@@ -26,8 +27,18 @@ Addresses defaultAddresses(const DeviceSetup& setup) {
           .mac = {0x02, 'Q', 'V', product, static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)}};
 }
 
+void checkAttachments(const std::vector<Attachment>& attachments, const ModelRow& model) {
+  for (const Attachment& each : attachments) {
+    if (std::none_of(model.buses.begin(), model.buses.end(),
+                     [&](const BusPort& port) { return port.bus == each.bus && port.number == each.port; })) {
+      throw std::invalid_argument("attach to " + each.place() + ": the device has no such bus");
+    }
+  }
+}
+
 Board makeBoard(const DeviceSetup& setup, TimePoint now) {
   const ModelRow& model = *setup.model;
+  checkAttachments(setup.attachments, model);
   Outputs outputs(model.analog_outputs);
   std::generate(outputs.begin(), outputs.end(), [] { return std::make_shared<OutputLine>(); });
   Inputs inputs = makeInputs(setup.sources, model.analog_inputs, setup.seed + setup.index);
@@ -38,6 +49,8 @@ Board makeBoard(const DeviceSetup& setup, TimePoint now) {
           .pins = Pins(model.fixed_pins, model.free_pins, setup.wires),
           .inputs = std::move(inputs),
           .outputs = std::move(outputs),
+          .buses = model.buses,
+          .attachments = setup.attachments,
           .unpaced = setup.unpaced,
           .switched_on = now,
           .seed = setup.seed + setup.index,

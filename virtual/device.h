@@ -20,6 +20,7 @@ struct DeviceSetup {
   std::optional<std::string> alias;
   std::vector<SourceSpec> sources;
   std::vector<Wire> wires;
+  std::vector<Attachment> attachments;
   std::uint64_t seed = 0;
   bool unpaced = false;
   FaultOptions faults;
@@ -28,7 +29,7 @@ struct DeviceSetup {
 
 class Device {
  public:
-  // Throws std::invalid_argument when a source or a wire does not fit the model.
+  // Throws std::invalid_argument when a source, a wire or an attachment does not fit the model.
   Device(const DeviceSetup& setup, TimePoint now);
 
   // Runs a request; the reply goes to `outlet`. Nothing is done any more once a reboot is pending.

@@ -4,7 +4,9 @@
 #include "virtual/ai_firmware.h"
 #include "virtual/ao_firmware.h"
 #include "virtual/dio_firmware.h"
+#include "virtual/i2c_firmware.h"
 #include "virtual/network_firmware.h"
+#include "virtual/spi_firmware.h"
 #include "virtual/wireless_firmware.h"
 
 #include <algorithm>
@@ -41,6 +43,10 @@ constexpr AoPortRow kFourLevels[] = {
 
 // Four ports; some of the processor's pins are not led out.
 const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
+
+// Clock and data; clock, data in, data out and select.
+const std::vector<BusPort> kI2cPorts = {{Bus::I2C, 1, {{2, 0xC0}}}, {Bus::I2C, 2, {{3, 0x03}}}};
+const std::vector<BusPort> kSpiPorts = {{Bus::SPI, 1, {{1, 0x0F}}}, {Bus::SPI, 2, {{3, 0x3C}}}};
 
 template <class Firmware>
 std::unique_ptr<Module> make(Board& board) {
@@ -104,6 +110,21 @@ ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
   return row;
 }
 
+template <class Firmware>
+ModelRow withBus(ModelRow row, const std::vector<BusPort>& ports) {
+  row.buses.insert(row.buses.end(), ports.begin(), ports.end());
+  row.modules.push_back(make<Firmware>);
+  return row;
+}
+
+ModelRow withI2c(ModelRow row) {
+  return withBus<I2cFirmware>(std::move(row), kI2cPorts);
+}
+
+ModelRow withI2cAndSpi(ModelRow row) {
+  return withBus<SpiFirmware>(withI2c(std::move(row)), kSpiPorts);
+}
+
 // Two ports of outputs that sink current, two of inputs.
 ModelRow cordlogWithSinks() {
   ModelRow row = cordlog(ProductId::CordlogF1DSNK, "CS");
@@ -148,13 +169,13 @@ const std::vector<ModelRow>& modelRows() {
        .serial_prefix = "FX",
        .free_pins = {{0, 0xFF}, {1, 0xFF}, {2, 0xFF}, {3, 0xFF}},
        .modules = {make<NetworkFirmware>, make<DioFirmware>}},
-      cordlog(ProductId::CordlogF1D, "CD"),
-      cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA"),
-      cordlog(ProductId::CordlogF1TD, "CT"),
-      cordlog(ProductId::CordlogF1CD, "CC"),
-      cordlog(ProductId::CordlogF1RD, "CR"),
+      withI2cAndSpi(cordlog(ProductId::CordlogF1D, "CD")),
+      withI2cAndSpi(cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA")),
+      withI2cAndSpi(cordlog(ProductId::CordlogF1TD, "CT")),
+      withI2cAndSpi(cordlog(ProductId::CordlogF1CD, "CC")),
+      withI2cAndSpi(cordlog(ProductId::CordlogF1RD, "CR")),
       cordlogWithSinks(),
-      withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>),
+      withI2c(withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>)),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
       wirelessAnalogInput(ProductId::SkylogE3AH, "SH"),
       {.product = ProductId::SkylogE3AO,

@@ -21,6 +21,7 @@ struct ModelRow {
   std::size_t analog_outputs = 0;  // channels that --wire names
   FixedPins fixed_pins{};
   FreePins free_pins{};
+  std::vector<BusPort> buses{};
   std::vector<MakeModule> modules;  // beside the system module, which every device has
 
   std::string_view name() const;

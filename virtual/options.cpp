@@ -33,6 +33,7 @@ struct Given {
   std::vector<std::string> serials;
   std::vector<std::string> sources;
   std::vector<std::string> wires;
+  std::vector<std::string> attachments;
   std::vector<std::string> statuses;
   std::uint64_t seed = 0;
   std::uint32_t delay_ms = 0;
@@ -166,6 +167,9 @@ std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
   for (const std::string& text : given.wires) {
     setup.wires.push_back(Wire::parse(text));
   }
+  for (const std::string& text : given.attachments) {
+    setup.attachments.push_back(Attachment::parse(text));
+  }
   const Device trial(setup, {});  // refuses what does not fit
   setup.seed = given.seed;
   setup.unpaced = given.unpaced;
@@ -229,6 +233,8 @@ void describe(CLI::App& app, Given& given) {
   list("--source", given.sources, "[CHANNEL=]KIND[:VALUE...]", "what the analog inputs measure; see below");
   list("--wire", given.wires, "OUTPUT=INPUT",
        "connect do0.1=di0.2 or ao0.1=ai0.2 (port.pin), or do0=di1 (each pin); inputs without a wire are 0");
+  list("--attach", given.attachments, "BUS=PART",
+       "put a slave on a bus: i2c1=24c02[:ADDRESS], an EEPROM; spi1=74hc595, a shift register; spi2=loopback");
   app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");
   app.add_flag("--stream-as-fast-as-possible", given.unpaced, "ignore the sampling rate: for benchmarks");
 

@@ -46,6 +46,8 @@ PYBIND11_MODULE(pyqvx, module) {
   bindAnalog(module);
   bindAnalogOutput(module);
   bindDigital(module);
+  bindI2C(module);
+  bindSPI(module);
   bindModels(module);
   requireInit(module);
 }

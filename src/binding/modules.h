@@ -11,6 +11,8 @@ void bindDiscovery(py::module_& module);
 void bindAnalog(py::module_& module);
 void bindAnalogOutput(py::module_& module);
 void bindDigital(py::module_& module);
+void bindI2C(py::module_& module);
+void bindSPI(py::module_& module);
 void bindModels(py::module_& module);
 
 }  // namespace qvx::binding

@@ -55,6 +55,11 @@ AOConfiguration fourOutputs() {
   return {.ports = {{0, {0, 1, 2, 3}}}, .channels = 4};
 }
 
+// Clock and data.
+const I2CConfiguration kCordlogI2C{{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}};
+// Clock, data in, data out, select.
+const SPIConfiguration kCordlogSPI{{{1, {{1, 0}, {1, 1}, {1, 2}, {1, 3}}}, {2, {{3, 2}, {3, 3}, {3, 4}, {3, 5}}}}};
+
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
   static const std::vector<Product> table{
@@ -70,13 +75,15 @@ const std::vector<Product>& products() {
       {ProductId::FeroxO, {.ao = eightOutputs()}},
       {ProductId::FeroxD, {.dio = fixedDirections(0, 1)}},
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
-      {ProductId::CordlogF1D, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},
-      {ProductId::CordlogF1TD, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1CD, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1RD, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1D, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1AD,
+       {.ai = eightChannels(16000, true), .dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1TD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1CD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1RD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins}},
+      {ProductId::CordlogF1AOD,
+       {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins, .i2c = kCordlogI2C}},
   };
   return table;
 }

@@ -4,6 +4,8 @@
 #include "core/product.h"
 #include "modules/analog/ai24.h"
 #include "modules/analog/ao.h"
+#include "modules/bus/i2c.h"
+#include "modules/bus/spi.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -17,10 +19,14 @@ struct ProductConfiguration {
   AIConfiguration ai{};
   AOConfiguration ao{};
   DIOConfiguration dio{};
+  I2CConfiguration i2c{};
+  SPIConfiguration spi{};
 
   operator const AIConfiguration&() const { return ai; }
   operator const AOConfiguration&() const { return ao; }
   operator const DIOConfiguration&() const { return dio; }
+  operator const I2CConfiguration&() const { return i2c; }
+  operator const SPIConfiguration&() const { return spi; }
   operator SystemConfiguration() const { return {}; }
   operator SystemAnalogConfiguration() const { return {}; }
   operator NetworkConfiguration() const { return {}; }

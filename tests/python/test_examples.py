@@ -45,6 +45,14 @@ def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
             "ao_levels_asyncio.py",
             r"( *(-?\d\.\d{4}) V -> +\2 V\n| .*\n){20}gain 1\.0000\d, offset 0\.\d\d mV\n$",
         ),
+        (
+            "i2c_eeprom.py",
+            r"on I2C 1: 0x50, 0x57\nbefore:( ff){8}\nafter:  calibrated 2026-11-21, .* -0\.3 mV\n",
+        ),
+        (
+            "spi_shift_register.py",
+            r"(CD00000[12]\n.*\n# (\. ){7} *(\. ){7}\.\n(.*\n){6}(\. ){7}# +(\. ){6}# \.\n\n){2}$",
+        ),
         ("read_high_voltage.py", r"\n( +-?\d+\.\d{3} V\n){10}D"),
         # The channels' sources: a level of 1.5 V, a sine of 100 uV around 2 V, noise within +-20 uV.
         (

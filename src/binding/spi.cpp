@@ -1,0 +1,85 @@
+#include "modules/bus/spi.h"
+#include "binding/modules.h"
+#include "binding/operations.h"
+
+#include <pybind11/stl.h>
+
+namespace qvx::binding {
+namespace {
+
+void bindSPIBased(py::class_<SPIBased, std::shared_ptr<SPIBased>>& based) {
+  based
+      .def_readonly("SPI_dict", &SPIBased::SPI_dict,
+                    "-> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data in, "
+                    "data out, select), each a digital port and a pin of it.")
+      .def(
+          "SPI_getPinMap", [](const SPIBased& self) { return self.SPI_dict; },
+          "SPI_getPinMap() -> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data "
+          "in, data out, select), each a digital port and a pin of it. Nothing is sent.")
+      .def(
+          "_checkSPIPort", [](const SPIBased& self, const Argument& port) { self._checkSPIPort(port); },
+          py::arg("port"), "_checkSPIPort(port: int) -> None\n\nRaises SPIPortNotAvaliableError.")
+      .def(
+          "_checkSPIDataSize", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIDataSize(mode); },
+          py::arg("mode"), "_checkSPIDataSize(mode: int) -> None\n\n0 or 1; else SPIDataSizeNotVaildError.")
+      .def(
+          "_checkSPIFirstBit", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIFirstBit(mode); },
+          py::arg("mode"), "_checkSPIFirstBit(mode: int) -> None\n\n0 or 1; else SPIFirstBitNotVaildError.")
+      .def(
+          "_checkSPIMode", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIMode(mode); },
+          py::arg("mode"), "_checkSPIMode(mode: int) -> None\n\n0..3; else SPIModeNotVaildError.")
+      .def(
+          "_checkSPIPrescaler",
+          [](const SPIBased&, const Argument& prescaler) { SPIBased::_checkSPIPrescaler(prescaler); },
+          py::arg("prescaler"),
+          "_checkSPIPrescaler(prescaler: int) -> None\n\nA power of two, 2..256; else SPIPrescalerNotVaildError.");
+  Operations(based, based, CoroutineTimeout::None)
+      .request("_checkSPIPinState", &SPIBased::_checkSPIPinState, "port: int, allow_state: list[str]", "None",
+               "Raises SPIPortNotAvaliableError unless each pin of the port is in one of these modes, such as "
+               "[\"Idle\", \"DI\", \"DO\"].");
+}
+
+}  // namespace
+
+void bindSPI(py::module_& module) {
+  py::class_<SPIBased, std::shared_ptr<SPIBased>> based(module, "SPIBased", "Ports, pins and checks of SPI.");
+  bindSPIBased(based);
+
+  using M = SPIOperations;
+  Operations ops(py::class_<SPIModule, SPIBased, std::shared_ptr<SPIModule>>(module, "SPIModule", "SPI masters."),
+                 py::class_<SPIModule_async, SPIBased, std::shared_ptr<SPIModule_async>>(module, "SPIModule_async",
+                                                                                         "SPI masters as coroutines."),
+                 CoroutineTimeout::None);
+  ops.request(
+         "SPI_open", &M::SPI_open, "port: int", "int",
+         "Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another "
+         "function uses one of them. Returns 0.")
+      .request("SPI_close", &M::SPI_close, "port: int", "int",
+               "Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0.")
+      .request("SPI_setDataSize", &M::SPI_setDataSize, "port: int, mode: int", "int",
+               "0: 8 bits; 1: 16 bits, for each of which the data has two bytes, the more significant one first. "
+               "Raises SPIDataSizeNotVaildError. Returns 0.")
+      .request("SPI_setFirstBit", &M::SPI_setFirstBit, "port: int, mode: int", "int",
+               "Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0.")
+      .request("SPI_setPrescaler", &M::SPI_setPrescaler, "port: int, prescaler: int", "int",
+               "Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0.")
+      .request("SPI_setMode", &M::SPI_setMode, "port: int, mode: int", "int",
+               "Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 "
+               "high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0.")
+      .request("_SPI_setCPOL", &M::_SPI_setCPOL, "port: int, polarity: int", "int",
+               "The level at which the clock idles, 0 or 1; else SPIModeNotVaildError. Returns 0.")
+      .request("_SPI_setCPHA", &M::_SPI_setCPHA, "port: int, phase: int", "int",
+               "The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. "
+               "Returns 0.")
+      .request("SPI_write", &M::SPI_write, "port: int, write_data: list[int]", "int",
+               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises "
+               "FirmwareSPIError when they are too many for the device. Returns 0.")
+      .request("SPI_read", &M::SPI_read, "port: int, bytes_to_read: int", "list[int]",
+               "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent.")
+      .request("SPI_readAndWrite", &M::SPI_readAndWrite, "port: int, write_data: list[int]", "list[int]",
+               "Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile.")
+      .request("SPI_reset", &M::SPI_reset, "port: int", "int",
+               "Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0.");
+}
+
+}  // namespace qvx::binding

@@ -1,0 +1,66 @@
+#include "modules/bus/ports.h"
+
+#include "modules/system/system.h"
+
+#include <algorithm>
+
+namespace qvx {
+namespace {
+
+std::vector<std::string> checkedNames(const Argument& value) {
+  if (value.kind() != Argument::Kind::List) {
+    fail(ErrorId::InputTypeNotCorrectError, "A list of pin modes is needed, not " + value.typeName());
+  }
+  std::vector<std::string> names;
+  for (const Argument& item : value.items()) {
+    names.push_back(checkedText(item, "a pin mode"));
+  }
+  return names;
+}
+
+Reply askPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
+  return link.request(cmd, payload(u8(port), fields), checkedTimeout(timeout));
+}
+
+}  // namespace
+
+int checkBusPort(const BusPorts& ports, const Argument& port, ErrorId not_available) {
+  const auto number = checkedInt(port, "port");
+  if (number < 0 || number > 255 || !ports.contains(static_cast<int>(number))) {
+    fail(not_available);
+  }
+  return static_cast<int>(number);
+}
+
+void checkBusPins(const Link& link, const BusPorts& ports, int port, double timeout, ErrorId not_available) {
+  checkBusPins(link, ports, port, std::vector<Argument>{"Idle", "DI", "DO"}, timeout, not_available);
+}
+
+void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argument& allowed, double timeout,
+                  ErrorId not_available) {
+  const std::vector<std::string> names = checkedNames(allowed);
+  std::map<int, PinModes> asked;  // by digital port: each is asked once
+  for (const auto& [digital, pin] : ports.at(port)) {
+    if (!asked.contains(digital)) {
+      asked.emplace(digital, readPinModes(link, digital, timeout));
+    }
+    const auto& modes = asked.at(digital).second;
+    const auto at = static_cast<std::size_t>(pin);
+    if (at >= modes.size() || std::find(names.begin(), names.end(), modes[at]) == names.end()) {
+      fail(not_available);
+    }
+  }
+}
+
+int statusOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
+  return askPort(link, cmd, port, fields, timeout).status(1);
+}
+
+Bytes dataOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
+  const Reply reply = askPort(link, cmd, port, fields, timeout);
+  reply.status(1);
+  const ByteView data = reply.rest(2);
+  return {data.begin(), data.end()};
+}
+
+}  // namespace qvx
