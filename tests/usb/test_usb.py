@@ -6,7 +6,7 @@ import os
 import subprocess
 import sys
 import threading
-from typing import Iterator
+from typing import Iterator, cast
 
 import pytest
 
@@ -59,7 +59,7 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
         assert nothing is None
         assert dev._getAllUSBDevices() == [("S1", "Cordlog F1"), ("S2", "Cordlog F2")]
         assert dev.connect(serial_num="S2") and dev.serial_num == "S2"
-        client: pyqvx.USBClient = dev.client_cmd
+        client = cast(pyqvx.USBClient, dev.client_cmd)
         assert (client.takeSerialNumber(), client.takeProductName()) == ("S2", "Cordlog F2")
         assert (client.device, client.config, client.interface) == ("001/006", 1, 0)
         assert (client.ep_in, client.ep_out) == (0x81, 1)
@@ -68,7 +68,7 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
         dev.disconnect()
         assert bus.claimed(other) == 0 and client.device is None
         dev.connect()
-        client = dev.client_cmd
+        client = cast(pyqvx.USBClient, dev.client_cmd)
         assert client.takeSerialNumber() == "S1"
         dev.close()
     lines = capfd.readouterr().out.splitlines()
