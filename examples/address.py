@@ -27,12 +27,18 @@ def parse_serial_number(text: str) -> tuple[str]:
 
 @contextmanager
 def devices_to_use(
-    description: str | None, virtual: int = 1, model: str = "FeroxA", **options: Any
+    description: str | argparse.ArgumentParser | None,
+    virtual: int = 1,
+    model: str = "FeroxA",
+    **options: Any,
 ) -> Iterator[list[Any]]:
     """What `connect` of each device takes. With --virtual that many virtual devices run meanwhile, with the
-    options of qvx-virtual."""
+    options of qvx-virtual. An example with options of its own gives the parser that has them."""
     usb = issubclass(getattr(pyqvx, model), pyqvx.USBDevice)
-    parser = argparse.ArgumentParser(description=description)
+    if isinstance(description, argparse.ArgumentParser):
+        parser = description
+    else:
+        parser = argparse.ArgumentParser(description=description)
     if usb:
         parser.add_argument(
             "device", nargs="*", type=parse_serial_number, metavar="SERIAL-NUMBER", help=f"a {model}"

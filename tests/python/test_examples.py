@@ -41,6 +41,17 @@ def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
             "digital_asyncio.py",
             r"(FD00000[123]: output 2 arrives at \[3\]; output 3 arrives at \[2\]\n){3}$",
         ),
+        (
+            "ao_levels_asyncio.py",
+            r"( *(-?\d\.\d{4}) V -> +\2 V\n| .*\n){20}gain 1\.0000\d, offset 0\.\d\d mV\n$",
+        ),
+        ("read_high_voltage.py", r"\n( +-?\d+\.\d{3} V\n){10}D"),
+        # The channels' sources: a level of 1.5 V, a sine of 100 uV around 2 V, noise within +-20 uV.
+        (
+            "stream_24_bit.py",
+            r"is 1\.19 uV\n.*\nAI0 +1\.4999998 +0\.00 +0\.00\n"
+            r"AI1 +2\.0000000 +70\.\d\d +\d+\.\d\d\nAI2 .* 11\.\d\d +",
+        ),
     ],
 )
 def test_example(name: str, pattern: str) -> None:
@@ -48,6 +59,20 @@ def test_example(name: str, pattern: str) -> None:
     assert result.returncode == 0, result.stdout + result.stderr
     assert re.search(pattern, result.stdout), result.stdout
     assert result.stderr == ""
+
+
+def test_generated_sine_is_drawn(tmp_path: Path) -> None:
+    picture = tmp_path / "sine.png"
+    drawn = importlib.util.find_spec("matplotlib") is not None
+    result = run("ao_sine_to_ai.py", "--virtual", *(["--png", str(picture)] if drawn else []))
+    assert result.returncode == 0, result.stdout + result.stderr
+    measured = re.search(r"measured (\S+) V around (\S+) V\.", result.stdout)
+    assert measured
+    amplitude, offset = measured.groups()
+    # Held between its steps, the sine loses sin(x)/x of its height, x being half a step's angle.
+    assert abs(float(amplitude) - 4 * 0.99897) < 0.003 and abs(float(offset) - 1) < 0.003
+    assert "5.00 V" in result.stdout and "-3.00 V" in result.stdout
+    assert not drawn or picture.read_bytes().startswith(b"\x89PNG")
 
 
 def test_example_without_device() -> None:
