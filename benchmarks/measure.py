@@ -64,9 +64,9 @@ def seconds(value: float) -> str:
 
 
 @contextmanager
-def connected(source: str = "sine") -> Iterator[tuple[pyqvx.FeroxA, VirtualDevice]]:
+def connected(source: str = "sine", model: str = "FeroxA") -> Iterator[tuple[Any, VirtualDevice]]:
     """A device on a virtual bench of its own, which measures `source`."""
-    with VirtualDevice("FeroxA", source=source) as bench, pyqvx.FeroxA(verbose=False) as device:
+    with VirtualDevice(model, source=source) as bench, getattr(pyqvx, model)(verbose=False) as device:
         if not device.connect(*bench.address):
             raise RuntimeError("the virtual device did not accept the connection")
         yield device, bench

@@ -24,11 +24,12 @@ MEGABYTE = 1e6
 
 def streaming(rounds: int) -> list[Row]:
     rows = []
-    for form, limit in (("lists", 1.5), ("array", 1.0)):
+    for form, bits, limit in (("lists", 16, 1.5), ("array", 16, 1.0), ("lists", 24, 1.5), ("array", 24, 1.0)):
         # Memory once used stays in the process: else the kernel, clearing pages, decides who is faster.
         keep = {"MALLOC_MMAP_THRESHOLD_": str(1 << 30), "MALLOC_TRIM_THRESHOLD_": str(1 << 32)}
-        result = in_new_process("decoding.py", form, rounds, environ=keep)
-        rows.append(compared(f"{result['samples']:,} samples x 8 to {form} / numpy", result["pairs"], limit))
+        result = in_new_process("decoding.py", form, bits, rounds, environ=keep)
+        what = f"{result['samples']:,} samples x 8 of {bits} bits to {form} / numpy"
+        rows.append(compared(what, result["pairs"], limit))
     return rows
 
 
