@@ -16,6 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   TimePoint now{std::chrono::hours(1)};
   DeviceSetup setup;
   setup.model = &modelRows()[data[1] % modelRows().size()];
+  if (setup.model->analog_inputs != 0 && setup.model->analog_outputs != 0) {
+    setup.wires = {Wire::parse("ao0.0=ai0.0")};
+  }
   setup.faults.duplicate = (data[0] & 0x80) != 0 ? 0.5 : 0;
   setup.unpaced = (data[0] & 0x40) != 0;
   Device device(setup, now);
