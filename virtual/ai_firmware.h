@@ -10,12 +10,12 @@ namespace qvx::bench {
 
 // What a product's analog ports can do.
 struct AiPortRow {
-  int port;
-  std::size_t channels;
-  bool selectable_channels;  // SET_AI_ENABLED_CS sets their number; else it accepts `channels` alone
-  bool always_open;          // needs no OPEN_AI
-  double max_rate;           // samples per second
-  int bits = 16;             // or 24, with commands of their own
+  int port = 0;
+  std::size_t channels = 0;
+  bool selectable_channels = false;  // SET_AI_ENABLED_CS sets their number; else it accepts `channels` alone
+  bool always_open = false;          // needs no OPEN_AI
+  double max_rate = 0;               // samples per second
+  int bits = 16;                     // or 24, with commands of their own
 };
 
 class AiFirmware final : public Module {
@@ -72,9 +72,9 @@ class AiFirmware final : public Module {
   };
   static constexpr int kAnyBits = 0;
   struct Row {
-    int code;
-    std::size_t length;  // of the payload
-    Answer (AiFirmware::*run)(Port&, const Request&);
+    int code = 0;
+    std::size_t length = 0;  // of the payload
+    Answer (AiFirmware::*run)(Port&, const Request&) = nullptr;
     int bits = kAnyBits;  // of the ports that know it
   };
   static std::span<const Row> rows();

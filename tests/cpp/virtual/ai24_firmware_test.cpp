@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-DeviceSetup measuring(const char* model, std::vector<const char*> sources) {
+DeviceSetup measuring(const char* model, const std::vector<const char*>& sources) {
   DeviceSetup setup = feroxA();
   setup.model = findModel(model);
   for (const char* source : sources) {

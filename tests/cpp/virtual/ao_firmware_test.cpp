@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 constexpr double kStep = 20.0 / 65536;
 
-DeviceSetup generator(const char* model = "FeroxO", std::vector<const char*> wires = {}) {
+DeviceSetup generator(const char* model = "FeroxO", const std::vector<const char*>& wires = {}) {
   DeviceSetup setup = feroxA();
   setup.model = findModel(model);
   for (const char* wire : wires) {
