@@ -11,7 +11,7 @@
 namespace qvx::bench {
 namespace {
 
-constexpr std::size_t kBufferSize = 65536;  // values
+constexpr std::size_t kBufferSize = 16384;  // values
 constexpr std::size_t kMostPushed = 13;     // values in one packet
 constexpr std::uint64_t kEndless = std::numeric_limits<std::uint64_t>::max();
 constexpr std::array kSpans{Span{0, 5}, Span{0, 10}, Span{-5, 5}, Span{-10, 10}, Span{-2.5, 2.5}};
@@ -263,7 +263,6 @@ Answer AoFirmware::startStreaming(Port& port, const Request& request) {
   const std::uint64_t end = port.mode == Mode::Samples ? port.num_samples : kEndless;
   port.run = {.start = request.now, .rate = port.rate, .end = end, .channels = channels};
   const Span& span = kSpans[port.span];
-  const auto values = std::make_shared<const std::vector<float>>(port.buffer.value_or(std::vector<float>()));
   std::size_t place = 0;
   for (std::size_t channel = 0; channel < port.row->channels; ++channel) {
     if ((port.enabled >> channel & 1) == 0) {
@@ -271,7 +270,7 @@ Answer AoFirmware::startStreaming(Port& port, const Request& request) {
     }
     if (port.buffer) {
       line(channel).play(request.now,
-                         std::make_shared<BufferGeneration>(port.rate, end, span, values, channels, place++));
+                         std::make_shared<BufferGeneration>(port.rate, end, span, port.buffer, channels, place++));
     } else {
       const Form& form = port.forms[channel];
       line(channel).play(request.now,
@@ -364,7 +363,7 @@ Answer AoFirmware::setFormParameters(Port& port, const Request& request) {
 }
 
 Answer AoFirmware::initBuffer(Port& port, const Request&) {
-  port.buffer.emplace();
+  port.buffer = std::make_shared<std::vector<float>>();
   return payload(u32(kBufferSize));
 }
 
@@ -383,6 +382,9 @@ Answer AoFirmware::pushToBuffer(Port& port, const Request& request) {
       return status::kAo;
     }
     values.push_back(readBig<float>(request.payload, 2 + 4 * i));
+  }
+  if (port.buffer.use_count() > 1) {
+    port.buffer = std::make_shared<std::vector<float>>(*port.buffer);
   }
   port.buffer->insert(port.buffer->end(), values.begin(), values.end());
   return status::kOk;

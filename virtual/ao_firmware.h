@@ -4,7 +4,7 @@
 #include "virtual/board.h"
 
 #include <array>
-#include <optional>
+#include <memory>
 #include <vector>
 
 namespace qvx::bench {
@@ -67,8 +67,9 @@ class AoFirmware final : public Module {
     double rate = 1000;
     std::uint32_t num_samples = 1;
     std::array<Form, kMostChannels> forms;
-    // What generation plays instead of the forms: a value for each enabled channel, sample after sample.
-    std::optional<std::vector<float>> buffer;
+    // What generation plays instead of the forms: a value for each enabled channel, sample after sample. Shared with
+    // what has been played, and copied before it changes.
+    std::shared_ptr<std::vector<float>> buffer;
     Run run;
   };
   struct Row {

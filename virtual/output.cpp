@@ -11,7 +11,7 @@
 namespace qvx::bench {
 namespace {
 
-constexpr std::size_t kLongestHistory = 4096;
+constexpr std::size_t kLongestHistory = 1024;
 constexpr int kAnalogPort = 0;
 
 class Level final : public Signal {

@@ -117,7 +117,7 @@ def test_a_long_list_is_pushed_in_parts(place, form):
     values = [0.25 * n for n in range(40)]
     with pytest.raises(pyqvx.FirmwareAOError):  # not initialised
         form(device, "_AO_pushToBuffer", 0, len(values), values)
-    assert form(device, "_AO_initialBuffer", 0) == 65536
+    assert form(device, "_AO_initialBuffer", 0) == 16384
     assert form(device, "_AO_pushToBuffer", 0, len(values), values) == 0
     for name, args in [("AO_setMode", [1]), ("AO_setNumSamples", [31]), ("AO_setEnableChannels", [[3]])]:
         form(device, name, 0, *args)

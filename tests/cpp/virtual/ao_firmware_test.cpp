@@ -171,7 +171,7 @@ TEST_F(AoFirmwareTest, ThePushedBufferPlaysInTurnsAndAgain) {
   configure(2, 1000, 0x05);
   push({1}, 53);  // not initialised
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(ask(INIT_AO_BUFFER, {0}), payload(u8(0), u8(0), u32(65536)));
+    EXPECT_EQ(ask(INIT_AO_BUFFER, {0}), payload(u8(0), u8(0), u32(16384)));
     EXPECT_EQ(ask(START_AO_STREAMING, {0}), (Bytes{0, 53}));  // empty
     push({1, -1, 2, -2});
     push({3, -3, 4});  // the odd one has no partner
@@ -188,11 +188,11 @@ TEST_F(AoFirmwareTest, ThePushedBufferPlaysInTurnsAndAgain) {
     expectStatus(STOP_AO_STREAMING, {0}, 0);
   }
   EXPECT_EQ(ask(INIT_AO_BUFFER, {0}).size(), 6U);
-  for (int i = 0; i < 65536 / 13; ++i) {
+  for (int i = 0; i < 16384 / 13; ++i) {
     push(std::vector<double>(13, 1));
   }
-  push({1, 1, 1, 1}, 53);  // 65536 is 13 * 5041 + 3
-  push({1, 1, 1});
+  push({1, 1, 1, 1, 1}, 53);  // 16384 is 13 * 1260 + 4
+  push({1, 1, 1, 1});
 }
 
 TEST_F(AoFirmwareTest, RefusesWhatDoesNotFit) {
