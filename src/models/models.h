@@ -47,13 +47,16 @@ using FeroxO = Model<ProductId::FeroxO, ETHDevice, SystemOperations, NetworkOper
 using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 
-using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, AIOperations, DIOOperations>;
-using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, DIOOperations>;
+using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations, UARTOperations, DIOOperations>;
+using CordlogF1AD =
+    Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, UARTOperations, AIOperations, DIOOperations>;
+using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, UARTOperations, DIOOperations>;
+using CordlogF1CD =
+    Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, UARTOperations, CANOperations, DIOOperations>;
+using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, UARTOperations, DIOOperations>;
 using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
 using CordlogF1AOD =
-    Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, AIOperations, AOStreamingOperations, DIOOperations>;
+    Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, UARTOperations, AIOperations, AOStreamingOperations,
+          DIOOperations>;
 
 }  // namespace qvx

@@ -55,6 +55,10 @@ AOConfiguration fourOutputs() {
   return {.ports = {{0, {0, 1, 2, 3}}}, .channels = 4};
 }
 
+// Sending pin, receiving pin.
+const UARTConfiguration kCordlogUART{{{1, {{2, 0}, {2, 1}}}, {2, {{2, 2}, {2, 3}}}}};
+const CANConfiguration kCordlogCAN{{{1, {{1, 4}, {1, 5}}}}};
+
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
   static const std::vector<Product> table{
@@ -70,13 +74,14 @@ const std::vector<Product>& products() {
       {ProductId::FeroxO, {.ao = eightOutputs()}},
       {ProductId::FeroxD, {.dio = fixedDirections(0, 1)}},
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
-      {ProductId::CordlogF1D, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true), .dio = kCordlogPins}},
-      {ProductId::CordlogF1TD, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1CD, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1RD, {.dio = kCordlogPins}},
+      {ProductId::CordlogF1D, {.dio = kCordlogPins, .uart = kCordlogUART}},
+      {ProductId::CordlogF1AD, {.ai = eightChannels(16000, true), .dio = kCordlogPins, .uart = kCordlogUART}},
+      {ProductId::CordlogF1TD, {.dio = kCordlogPins, .uart = kCordlogUART}},
+      {ProductId::CordlogF1CD, {.dio = kCordlogPins, .uart = kCordlogUART, .can = kCordlogCAN}},
+      {ProductId::CordlogF1RD, {.dio = kCordlogPins, .uart = kCordlogUART}},
       {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
-      {ProductId::CordlogF1AOD, {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins}},
+      {ProductId::CordlogF1AOD,
+       {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins, .uart = kCordlogUART}},
   };
   return table;
 }

@@ -4,6 +4,8 @@
 #include "core/product.h"
 #include "modules/analog/ai24.h"
 #include "modules/analog/ao.h"
+#include "modules/bus/can.h"
+#include "modules/bus/uart.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -17,10 +19,14 @@ struct ProductConfiguration {
   AIConfiguration ai{};
   AOConfiguration ao{};
   DIOConfiguration dio{};
+  UARTConfiguration uart{};
+  CANConfiguration can{};
 
   operator const AIConfiguration&() const { return ai; }
   operator const AOConfiguration&() const { return ao; }
   operator const DIOConfiguration&() const { return dio; }
+  operator const UARTConfiguration&() const { return uart; }
+  operator const CANConfiguration&() const { return can; }
   operator SystemConfiguration() const { return {}; }
   operator SystemAnalogConfiguration() const { return {}; }
   operator NetworkConfiguration() const { return {}; }
