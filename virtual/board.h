@@ -1,6 +1,7 @@
 // What the modules of one device share.
 #pragma once
 
+#include "virtual/can_bus.h"
 #include "virtual/firmware.h"
 #include "virtual/output.h"
 #include "virtual/pins.h"
@@ -8,7 +9,10 @@
 #include "virtual/source.h"
 
 #include <array>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qvx::bench {
 
@@ -31,7 +35,9 @@ struct Board {
   Pins pins;      // the ports that are not here follow their slots
   Inputs inputs;  // by analog channel
   Outputs outputs;
-  bool unpaced = false;  // streams run as fast as the client takes them
+  std::vector<std::pair<int, int>> serial_wires;  // from the port that sends to the one that receives
+  std::shared_ptr<CanBus> can_bus;                // perhaps with other devices on it
+  bool unpaced = false;                           // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.
@@ -44,6 +50,7 @@ struct Board {
   bool in_bootloader = false;
   std::uint32_t rings = 0;  // how often it was made to ring
   Effect effect = Effect::None;
+  bool news = false;  // something came that no request of this device's clients brought
 };
 
 }  // namespace qvx::bench

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <stdexcept>
 #include <utility>
 
 namespace qvx::bench {
@@ -26,6 +27,27 @@ Addresses defaultAddresses(const DeviceSetup& setup) {
           .mac = {0x02, 'Q', 'V', product, static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)}};
 }
 
+std::vector<std::pair<int, int>> serialWires(const std::vector<Wire>& wires, const ModelRow& model) {
+  std::vector<std::pair<int, int>> pairs;
+  for (const Wire& wire : wires) {
+    if (wire.kind != Terminal::Kind::Serial) {
+      continue;
+    }
+    for (const int port : {wire.from.port, wire.to.port}) {
+      if (port < 1 || port > model.serial_ports) {
+        throw std::invalid_argument("wire to or from uart" + std::to_string(port) + ": the device has no such port");
+      }
+    }
+    for (const auto& [from, to] : pairs) {
+      if (to == wire.to.port) {
+        throw std::invalid_argument("two wires lead to uart" + std::to_string(to));
+      }
+    }
+    pairs.emplace_back(wire.from.port, wire.to.port);
+  }
+  return pairs;
+}
+
 Board makeBoard(const DeviceSetup& setup, TimePoint now) {
   const ModelRow& model = *setup.model;
   Outputs outputs(model.analog_outputs);
@@ -38,6 +60,8 @@ Board makeBoard(const DeviceSetup& setup, TimePoint now) {
           .pins = Pins(model.fixed_pins, model.free_pins, setup.wires),
           .inputs = std::move(inputs),
           .outputs = std::move(outputs),
+          .serial_wires = serialWires(setup.wires, model),
+          .can_bus = setup.can_bus ? setup.can_bus : std::make_shared<CanBus>(!setup.unpaced),
           .unpaced = setup.unpaced,
           .switched_on = now,
           .seed = setup.seed + setup.index,

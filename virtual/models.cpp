@@ -3,8 +3,10 @@
 #include "virtual/ai24_firmware.h"
 #include "virtual/ai_firmware.h"
 #include "virtual/ao_firmware.h"
+#include "virtual/can_firmware.h"
 #include "virtual/dio_firmware.h"
 #include "virtual/network_firmware.h"
+#include "virtual/uart_firmware.h"
 #include "virtual/wireless_firmware.h"
 
 #include <algorithm>
@@ -42,6 +44,10 @@ constexpr AoPortRow kFourLevels[] = {
 // Four ports; some of the processor's pins are not led out.
 const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
 
+constexpr UartPortRow kCordlogSerialPorts[] = {{.port = 1, .digital_port = 2, .pins = 0x03},
+                                               {.port = 2, .digital_port = 2, .pins = 0x0C}};
+constexpr CanPortRow kCordlogCanPort = {.port = 1, .digital_port = 1, .pins = 0x30};
+
 template <class Firmware>
 std::unique_ptr<Module> make(Board& board) {
   return std::make_unique<Firmware>(board);
@@ -64,6 +70,14 @@ ModelRow onDemandInput(ProductId product, const char* serial_prefix) {
           .analog_inputs = 1,
           .fixed_pins = {{0, PinMode::ADC}},
           .modules = {make<NetworkFirmware>, make<Ai24Firmware>}};
+}
+
+std::unique_ptr<Module> makeUart(Board& board) {
+  return std::make_unique<UartFirmware>(board, kCordlogSerialPorts);
+}
+
+std::unique_ptr<Module> makeCan(Board& board) {
+  return std::make_unique<CanFirmware>(board, kCordlogCanPort);
 }
 
 ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
@@ -98,8 +112,15 @@ ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeM
           .modules = std::move(modules)};
 }
 
+ModelRow cordlogWithSerialPorts(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
+  modules.push_back(makeUart);
+  ModelRow row = cordlog(product, serial_prefix, std::move(modules));
+  row.serial_ports = std::size(kCordlogSerialPorts);
+  return row;
+}
+
 ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
-  ModelRow row = cordlog(product, serial_prefix, {makeAi<kChosenChannels>});
+  ModelRow row = cordlogWithSerialPorts(product, serial_prefix, {makeAi<kChosenChannels>});
   row.analog_inputs = 8;
   return row;
 }
@@ -148,11 +169,11 @@ const std::vector<ModelRow>& modelRows() {
        .serial_prefix = "FX",
        .free_pins = {{0, 0xFF}, {1, 0xFF}, {2, 0xFF}, {3, 0xFF}},
        .modules = {make<NetworkFirmware>, make<DioFirmware>}},
-      cordlog(ProductId::CordlogF1D, "CD"),
+      cordlogWithSerialPorts(ProductId::CordlogF1D, "CD"),
       cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA"),
-      cordlog(ProductId::CordlogF1TD, "CT"),
-      cordlog(ProductId::CordlogF1CD, "CC"),
-      cordlog(ProductId::CordlogF1RD, "CR"),
+      cordlogWithSerialPorts(ProductId::CordlogF1TD, "CT"),
+      cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC", {makeCan}),
+      cordlogWithSerialPorts(ProductId::CordlogF1RD, "CR"),
       cordlogWithSinks(),
       withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),
