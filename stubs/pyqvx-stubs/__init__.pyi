@@ -2672,6 +2672,134 @@ class DIOModule(DIOBased):
     def _closeDIOInPort(self, port: int, timeout: float = 3) -> int:
         """Closes all pins of a port. Returns 0."""
 
+class I2CBased:
+    """Ports, pins and checks of I2C."""
+    @property
+    def I2C_dict(self) -> dict[int, list[tuple[int, int]]]:
+        """The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it."""
+    def I2C_getPinMap(self) -> dict[int, list[tuple[int, int]]]:
+        """The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it. Nothing is sent."""
+    def _checkI2CPort(self, port: int) -> None:
+        """Raises I2CPortNotAvaliableError."""
+    def _checkI2CClockRate(self, mode: int) -> None:
+        """0..3; else I2CClockNotSupportError."""
+    def _checkI2CAddressSize(self, mode: int) -> None:
+        """0 or 1; else I2CAddressSizeNotVaildError."""
+    def _checkI2CPinState(self, port: int, allow_state: list[str], timeout: float = 3) -> None:
+        """Raises I2CPortNotAvaliableError unless each pin of the port is in one of these modes, such as ["Idle", "DI", "DO"]."""
+    async def _checkI2CPinState_async(self, port: int, allow_state: list[str]) -> None:
+        """Raises I2CPortNotAvaliableError unless each pin of the port is in one of these modes, such as ["Idle", "DI", "DO"]."""
+
+class I2CModule_async(I2CBased):
+    """I2C masters as coroutines."""
+    async def I2C_open_async(self, port: int) -> int:
+        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+    async def I2C_close_async(self, port: int) -> int:
+        """Closes a port; its pins are idle then. Raises I2CPortNotAvaliableError. Returns 0."""
+    async def I2C_setClockRate_async(self, port: int, mode: int) -> int:
+        """The clock: 0 standard (100 kHz), 1 fast (400 kHz), 2 fast plus (1 MHz), 3 high speed (3.4 MHz). Raises I2CClockNotSupportError. Returns 0."""
+    async def I2C_setAddressSize_async(self, port: int, mode: int) -> int:
+        """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
+    async def I2C_write_async(self, port: int, write_address: int, write_data: list[int]) -> int:
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+    async def I2C_read_async(self, port: int, read_address: int, bytes_to_read: int) -> list[int]:
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+    async def I2C_reset_async(self, port: int) -> int:
+        """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
+
+class I2CModule(I2CBased):
+    """I2C masters."""
+    def I2C_open(self, port: int, timeout: float = 3) -> int:
+        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+    def I2C_close(self, port: int, timeout: float = 3) -> int:
+        """Closes a port; its pins are idle then. Raises I2CPortNotAvaliableError. Returns 0."""
+    def I2C_setClockRate(self, port: int, mode: int, timeout: float = 3) -> int:
+        """The clock: 0 standard (100 kHz), 1 fast (400 kHz), 2 fast plus (1 MHz), 3 high speed (3.4 MHz). Raises I2CClockNotSupportError. Returns 0."""
+    def I2C_setAddressSize(self, port: int, mode: int, timeout: float = 3) -> int:
+        """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
+    def I2C_write(self, port: int, write_address: int, write_data: list[int], timeout: float = 3) -> int:
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+    def I2C_read(self, port: int, read_address: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+    def I2C_reset(self, port: int, timeout: float = 3) -> int:
+        """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
+
+class SPIBased:
+    """Ports, pins and checks of SPI."""
+    @property
+    def SPI_dict(self) -> dict[int, list[tuple[int, int]]]:
+        """The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin of it."""
+    def SPI_getPinMap(self) -> dict[int, list[tuple[int, int]]]:
+        """The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin of it. Nothing is sent."""
+    def _checkSPIPort(self, port: int) -> None:
+        """Raises SPIPortNotAvaliableError."""
+    def _checkSPIDataSize(self, mode: int) -> None:
+        """0 or 1; else SPIDataSizeNotVaildError."""
+    def _checkSPIFirstBit(self, mode: int) -> None:
+        """0 or 1; else SPIFirstBitNotVaildError."""
+    def _checkSPIMode(self, mode: int) -> None:
+        """0..3; else SPIModeNotVaildError."""
+    def _checkSPIPrescaler(self, prescaler: int) -> None:
+        """A power of two, 2..256; else SPIPrescalerNotVaildError."""
+    def _checkSPIPinState(self, port: int, allow_state: list[str], timeout: float = 3) -> None:
+        """Raises SPIPortNotAvaliableError unless each pin of the port is in one of these modes, such as ["Idle", "DI", "DO"]."""
+    async def _checkSPIPinState_async(self, port: int, allow_state: list[str]) -> None:
+        """Raises SPIPortNotAvaliableError unless each pin of the port is in one of these modes, such as ["Idle", "DI", "DO"]."""
+
+class SPIModule_async(SPIBased):
+    """SPI masters as coroutines."""
+    async def SPI_open_async(self, port: int) -> int:
+        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+    async def SPI_close_async(self, port: int) -> int:
+        """Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0."""
+    async def SPI_setDataSize_async(self, port: int, mode: int) -> int:
+        """0: 8 bits; 1: 16 bits, for each of which the data has two bytes, the more significant one first. Raises SPIDataSizeNotVaildError. Returns 0."""
+    async def SPI_setFirstBit_async(self, port: int, mode: int) -> int:
+        """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
+    async def SPI_setPrescaler_async(self, port: int, prescaler: int) -> int:
+        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+    async def SPI_setMode_async(self, port: int, mode: int) -> int:
+        """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
+    async def _SPI_setCPOL_async(self, port: int, polarity: int) -> int:
+        """The level at which the clock idles, 0 or 1; else SPIModeNotVaildError. Returns 0."""
+    async def _SPI_setCPHA_async(self, port: int, phase: int) -> int:
+        """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
+    async def SPI_write_async(self, port: int, write_data: list[int]) -> int:
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+    async def SPI_read_async(self, port: int, bytes_to_read: int) -> list[int]:
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+    async def SPI_readAndWrite_async(self, port: int, write_data: list[int]) -> list[int]:
+        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+    async def SPI_reset_async(self, port: int) -> int:
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+
+class SPIModule(SPIBased):
+    """SPI masters."""
+    def SPI_open(self, port: int, timeout: float = 3) -> int:
+        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+    def SPI_close(self, port: int, timeout: float = 3) -> int:
+        """Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0."""
+    def SPI_setDataSize(self, port: int, mode: int, timeout: float = 3) -> int:
+        """0: 8 bits; 1: 16 bits, for each of which the data has two bytes, the more significant one first. Raises SPIDataSizeNotVaildError. Returns 0."""
+    def SPI_setFirstBit(self, port: int, mode: int, timeout: float = 3) -> int:
+        """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
+    def SPI_setPrescaler(self, port: int, prescaler: int, timeout: float = 3) -> int:
+        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+    def SPI_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
+        """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
+    def _SPI_setCPOL(self, port: int, polarity: int, timeout: float = 3) -> int:
+        """The level at which the clock idles, 0 or 1; else SPIModeNotVaildError. Returns 0."""
+    def _SPI_setCPHA(self, port: int, phase: int, timeout: float = 3) -> int:
+        """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
+    def SPI_write(self, port: int, write_data: list[int], timeout: float = 3) -> int:
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+    def SPI_read(self, port: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+    def SPI_readAndWrite(self, port: int, write_data: list[int], timeout: float = 3) -> list[int]:
+        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+    def SPI_reset(self, port: int, timeout: float = 3) -> int:
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+
 class SkylogE3A(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async):
     """Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi."""
     def __init__(self, verbose: bool = True) -> None:
@@ -2732,27 +2860,27 @@ class FeroxEXD(ETHDevice, SystemModule, NetworkModule, DIOModule, SystemModule_a
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1D(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+class CordlogF1D(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-D: 26 digital lines in 4 ports, input or output by choice, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1AD(USBDevice, SystemModule, AIModule, DIOModule, SystemModule_async, AIModule_async, DIOModule_async):
+class CordlogF1AD(USBDevice, SystemModule, I2CModule, SPIModule, AIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, AIModule_async, DIOModule_async):
     """Cordlog-F1-AD: a Cordlog-F1-D with 8 channels of 16-bit analog input, +-10 V, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1TD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+class CordlogF1TD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-TD: a Cordlog-F1-D with thermocouple inputs, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1CD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+class CordlogF1CD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-CD: a Cordlog-F1-D with a CAN bus, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1RD(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOModule_async):
+class CordlogF1RD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-RD: a Cordlog-F1-D with resistance thermometer inputs, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
@@ -2762,7 +2890,7 @@ class CordlogF1DSNK(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOM
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1AOD(USBDevice, SystemModule, AIModule, AOStreamingModule, DIOModule, SystemModule_async, AIModule_async, AOStreamingModule_async, DIOModule_async):
+class CordlogF1AOD(USBDevice, SystemModule, I2CModule, AIModule, AOStreamingModule, DIOModule, SystemModule_async, I2CModule_async, AIModule_async, AOStreamingModule_async, DIOModule_async):
     """Cordlog-F1-AOD: digital lines, 8 channels of 16-bit analog input and 4 of analog output with generation of waveforms, +-10 V, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
