@@ -13,13 +13,14 @@ import pyqvx
 SIGNATURE = re.compile(r"^(?P<name>\w+)\((?P<parameters>.*?)\) -> (?P<result>.+)$")
 # Of no type that any argument has, and one of each that only some have.
 STRANGE = [None, object(), {}, 1j, b"\0", [[1]], {1}, print, float("nan")]
+TEXT_OR_BYTES = "str | bytes | list[str] | list[int]"
 OF_TYPE = {
     "int": ["1", 1.0, [1], "\ud800"],
     "str": [1, 1.0, ["a"], "\ud800"],
     "float": ["1", [1.0]],
     "list[int]": ["1", 1, 1.0, ["a"], [1.0], [None]],
     "list[float]": ["1", 1, ["a"], [None]],
-    "str | bytes | list[str] | list[int]": [1, 1.0, "\ud800", ["ab"], ["\ud800"], [1.0], [None], [256]],
+    TEXT_OR_BYTES: [1, 1.0, "\ud800", ["ab"], ["\ud800"], [1.0], [None], [256]],
     "list[int] | int": ["1", 1.0, ["a"], [1.0], [None]],
 }
 # No range holds these.

@@ -169,14 +169,8 @@ def test_frames_are_values():
     with pytest.raises(AttributeError):
         frame.id = 5
     for args in (
-        (0x800, []),
-        (-1, []),
-        (1, [0] * 9),
-        (1, [256]),
-        (1, ["a"]),
-        (1, None),
-        ("1", []),
-        (1, [], 5),
+        *((0x800, []), (-1, []), ("1", [])),
+        *((1, [0] * 9), (1, [256]), (1, ["a"]), (1, None), (1, [], 5)),
     ):
         with pytest.raises(pyqvx.Error):
             CANFrame(*args)
