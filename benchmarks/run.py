@@ -13,6 +13,7 @@ import platform
 import sys
 from collections.abc import Callable
 
+import buses
 import importing
 import numpy as np
 import pyqvx
@@ -74,6 +75,8 @@ def main() -> int:
         lambda: round_trip.toggling(rounds, 100 if quick else 500),
         lambda: round_trip.awaited(rounds, 100 if quick else 500),
         lambda: streaming(20 if quick else 201),
+        lambda: buses.frames(rounds, 20 if quick else 100),
+        lambda: buses.received(rounds, 100 if quick else 1000),
         lambda: idle(1 if quick else 10),
         lambda: stream(1 if quick else 10),
         lambda: memory(100_000 if quick else 1_000_000),

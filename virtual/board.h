@@ -2,6 +2,7 @@
 #pragma once
 
 #include "virtual/attachment.h"
+#include "virtual/can_bus.h"
 #include "virtual/firmware.h"
 #include "virtual/output.h"
 #include "virtual/pins.h"
@@ -9,7 +10,10 @@
 #include "virtual/source.h"
 
 #include <array>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qvx::bench {
 
@@ -33,8 +37,10 @@ struct Board {
   Inputs inputs;  // by analog channel
   Outputs outputs;
   std::vector<BusPort> buses;
-  std::vector<Attachment> attachments;  // each to one of them
-  bool unpaced = false;                 // streams run as fast as the client takes them
+  std::vector<Attachment> attachments;            // each to one of them
+  std::vector<std::pair<int, int>> serial_wires;  // from the port that sends to the one that receives
+  std::shared_ptr<CanBus> can_bus;                // perhaps with other devices on it
+  bool unpaced = false;                           // streams run as fast as the client takes them
   TimePoint switched_on;
   std::uint64_t seed = 0;  // of what wavers by itself
   // Kept across reboots.
@@ -47,6 +53,7 @@ struct Board {
   bool in_bootloader = false;
   std::uint32_t rings = 0;  // how often it was made to ring
   Effect effect = Effect::None;
+  bool news = false;  // something came that no request of this device's clients brought
 };
 
 }  // namespace qvx::bench

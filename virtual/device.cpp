@@ -36,6 +36,27 @@ void checkAttachments(const std::vector<Attachment>& attachments, const ModelRow
   }
 }
 
+std::vector<std::pair<int, int>> serialWires(const std::vector<Wire>& wires, const ModelRow& model) {
+  std::vector<std::pair<int, int>> pairs;
+  for (const Wire& wire : wires) {
+    if (wire.kind != Terminal::Kind::Serial) {
+      continue;
+    }
+    for (const int port : {wire.from.port, wire.to.port}) {
+      if (port < 1 || port > model.serial_ports) {
+        throw std::invalid_argument("wire to or from uart" + std::to_string(port) + ": the device has no such port");
+      }
+    }
+    for (const auto& [from, to] : pairs) {
+      if (to == wire.to.port) {
+        throw std::invalid_argument("two wires lead to uart" + std::to_string(to));
+      }
+    }
+    pairs.emplace_back(wire.from.port, wire.to.port);
+  }
+  return pairs;
+}
+
 Board makeBoard(const DeviceSetup& setup, TimePoint now) {
   const ModelRow& model = *setup.model;
   checkAttachments(setup.attachments, model);
@@ -51,6 +72,8 @@ Board makeBoard(const DeviceSetup& setup, TimePoint now) {
           .outputs = std::move(outputs),
           .buses = model.buses,
           .attachments = setup.attachments,
+          .serial_wires = serialWires(setup.wires, model),
+          .can_bus = setup.can_bus ? setup.can_bus : std::make_shared<CanBus>(!setup.unpaced),
           .unpaced = setup.unpaced,
           .switched_on = now,
           .seed = setup.seed + setup.index,

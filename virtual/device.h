@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace qvx::bench {
@@ -24,7 +25,8 @@ struct DeviceSetup {
   std::uint64_t seed = 0;
   bool unpaced = false;
   FaultOptions faults;
-  RealTimeClock::Moment clock;  // shown at the start
+  std::shared_ptr<CanBus> can_bus;  // nullptr: one of its own
+  RealTimeClock::Moment clock;      // shown at the start
 };
 
 class Device {
@@ -44,6 +46,9 @@ class Device {
   // Set by the reboot commands: the transport then ends every connection and reports when the device is back.
   bool rebootPending() const { return reboot_pending_; }
   void rebooted() { reboot_pending_ = false; }
+
+  // Whether another device has given this one something to do since the last call: then its transport must serve it.
+  bool takeNews() { return std::exchange(board_.news, false); }
 
   Faults& faults() { return faults_; }
   const Board& board() const { return board_; }

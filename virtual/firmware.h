@@ -24,11 +24,13 @@ inline constexpr int kPinIndex = 11;
 inline constexpr int kRtc = 20;
 inline constexpr int kI2c = 21;
 inline constexpr int kSpi = 22;
+inline constexpr int kUart = 23;
 inline constexpr int kEeprom = 40;
 inline constexpr int kCore = 42;
 inline constexpr int kDio = 50;
 inline constexpr int kAi = 52;
 inline constexpr int kAo = 53;
+inline constexpr int kCan = 57;
 inline constexpr int kTcp = 71;
 inline constexpr int kParser = 80;
 }  // namespace status

@@ -7,8 +7,8 @@
 namespace qvx::bench {
 namespace {
 
-constexpr std::size_t kFraming = 5;  // start byte, length, two end bytes
-constexpr std::uint8_t kHighestHighByte = 48;
+constexpr std::size_t kFraming = 5;            // start byte, length, two end bytes
+constexpr std::uint8_t kHighestHighByte = 47;  // 48 is OPEN_CAN
 
 }  // namespace
 

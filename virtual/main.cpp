@@ -77,17 +77,22 @@ struct Bench {
   }
 
   void run(const StopRequests& stop) {
+    bool news = false;  // one device has given another something to do
     while (!stop.stopped()) {
-      TimePoint until = kNever;
+      TimePoint until = news ? steady_clock::now() : kNever;
       for (const auto& port : ports) {
         until = std::min(until, port->due());
       }
       loop.wait(until);
       const TimePoint now = steady_clock::now();
       for (const auto& port : ports) {
-        if (port->touched() || port->due() <= now) {
+        if (news || port->touched() || port->due() <= now) {
           port->service(now);
         }
+      }
+      news = false;
+      for (const auto& device : devices) {
+        news = device->takeNews() || news;
       }
     }
   }

@@ -3,10 +3,12 @@
 #include "virtual/ai24_firmware.h"
 #include "virtual/ai_firmware.h"
 #include "virtual/ao_firmware.h"
+#include "virtual/can_firmware.h"
 #include "virtual/dio_firmware.h"
 #include "virtual/i2c_firmware.h"
 #include "virtual/network_firmware.h"
 #include "virtual/spi_firmware.h"
+#include "virtual/uart_firmware.h"
 #include "virtual/wireless_firmware.h"
 
 #include <algorithm>
@@ -47,6 +49,9 @@ const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
 // Clock and data; clock, data in, data out and select.
 const std::vector<BusPort> kI2cPorts = {{Bus::I2C, 1, {{2, 0xC0}}}, {Bus::I2C, 2, {{3, 0x03}}}};
 const std::vector<BusPort> kSpiPorts = {{Bus::SPI, 1, {{1, 0x0F}}}, {Bus::SPI, 2, {{3, 0x3C}}}};
+constexpr UartPortRow kCordlogSerialPorts[] = {{.port = 1, .digital_port = 2, .pins = 0x03},
+                                               {.port = 2, .digital_port = 2, .pins = 0x0C}};
+constexpr CanPortRow kCordlogCanPort = {.port = 1, .digital_port = 1, .pins = 0x30};
 
 template <class Firmware>
 std::unique_ptr<Module> make(Board& board) {
@@ -70,6 +75,14 @@ ModelRow onDemandInput(ProductId product, const char* serial_prefix) {
           .analog_inputs = 1,
           .fixed_pins = {{0, PinMode::ADC}},
           .modules = {make<NetworkFirmware>, make<Ai24Firmware>}};
+}
+
+std::unique_ptr<Module> makeUart(Board& board) {
+  return std::make_unique<UartFirmware>(board, kCordlogSerialPorts);
+}
+
+std::unique_ptr<Module> makeCan(Board& board) {
+  return std::make_unique<CanFirmware>(board, kCordlogCanPort);
 }
 
 ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
@@ -104,8 +117,15 @@ ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeM
           .modules = std::move(modules)};
 }
 
+ModelRow cordlogWithSerialPorts(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
+  modules.push_back(makeUart);
+  ModelRow row = cordlog(product, serial_prefix, std::move(modules));
+  row.serial_ports = std::size(kCordlogSerialPorts);
+  return row;
+}
+
 ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
-  ModelRow row = cordlog(product, serial_prefix, {makeAi<kChosenChannels>});
+  ModelRow row = cordlogWithSerialPorts(product, serial_prefix, {makeAi<kChosenChannels>});
   row.analog_inputs = 8;
   return row;
 }
@@ -169,11 +189,11 @@ const std::vector<ModelRow>& modelRows() {
        .serial_prefix = "FX",
        .free_pins = {{0, 0xFF}, {1, 0xFF}, {2, 0xFF}, {3, 0xFF}},
        .modules = {make<NetworkFirmware>, make<DioFirmware>}},
-      withI2cAndSpi(cordlog(ProductId::CordlogF1D, "CD")),
+      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1D, "CD")),
       withI2cAndSpi(cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA")),
-      withI2cAndSpi(cordlog(ProductId::CordlogF1TD, "CT")),
-      withI2cAndSpi(cordlog(ProductId::CordlogF1CD, "CC")),
-      withI2cAndSpi(cordlog(ProductId::CordlogF1RD, "CR")),
+      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1TD, "CT")),
+      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC", {makeCan})),
+      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1RD, "CR")),
       cordlogWithSinks(),
       withI2c(withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>)),
       wirelessAnalogInput(ProductId::SkylogE3A, "SE"),

@@ -19,6 +19,7 @@ struct ModelRow {
   const char* serial_prefix;       // two letters; six digits follow
   std::size_t analog_inputs = 0;   // channels that --source and --wire name
   std::size_t analog_outputs = 0;  // channels that --wire names
+  int serial_ports = 0;            // that --wire names, from 1
   FixedPins fixed_pins{};
   FreePins free_pins{};
   std::vector<BusPort> buses{};

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <map>
+#include <memory>
 #include <string_view>
 
 #include <arpa/inet.h>
@@ -34,6 +36,8 @@ struct Given {
   std::vector<std::string> sources;
   std::vector<std::string> wires;
   std::vector<std::string> attachments;
+  std::vector<std::string> can_buses;
+  double can_load = 0;
   std::vector<std::string> statuses;
   std::uint64_t seed = 0;
   std::uint32_t delay_ms = 0;
@@ -177,9 +181,18 @@ std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
   if (given.serials.size() > count || given.aliases.size() > count) {
     throw UsageError("more --serial or --alias options than devices");
   }
+  if (given.can_buses.size() > count) {
+    throw UsageError("more --can-bus options than devices");
+  }
+  std::map<std::string, std::shared_ptr<CanBus>> can_buses;
   std::vector<DeviceSetup> devices(count, setup);
   for (std::size_t i = 0; i < count; ++i) {
     devices[i].index = i;
+    auto& bus = can_buses[i < given.can_buses.size() ? given.can_buses[i] : std::string()];
+    if (!bus) {
+      bus = std::make_shared<CanBus>(!given.unpaced, given.can_load / 100);
+    }
+    devices[i].can_bus = bus;
     if (i < given.serials.size()) {
       if (given.serials[i].size() != kSerialLength) {
         throw UsageError("--serial " + given.serials[i] + ": a serial number has 8 characters");
@@ -231,8 +244,14 @@ void describe(CLI::App& app, Given& given) {
   list("--alias", given.aliases, "TEXT", "alias; again for the next device");
   list("--serial", given.serials, "TEXT", "serial number, 8 characters; again for the next device");
   list("--source", given.sources, "[CHANNEL=]KIND[:VALUE...]", "what the analog inputs measure; see below");
-  list("--wire", given.wires, "OUTPUT=INPUT",
-       "connect do0.1=di0.2 or ao0.1=ai0.2 (port.pin), or do0=di1 (each pin); inputs without a wire are 0");
+  list(
+      "--wire", given.wires, "OUTPUT=INPUT",
+      "connect do0.1=di0.2 or ao0.1=ai0.2 (port.pin), do0=di1 (each pin), or uart1=uart2; inputs without a wire are 0");
+  list("--can-bus", given.can_buses, "NAME",
+       "the CAN bus that a device is on; again for the next device; those without one share a bus");
+  app.add_option("--can-load", given.can_load, "another station fills this share of each CAN bus (default 0)")
+      ->type_name("PERCENT")
+      ->check(CLI::Range(0.0, 100.0));
   list("--attach", given.attachments, "BUS=PART",
        "put a slave on a bus: i2c1=24c02[:ADDRESS], an EEPROM; spi1=74hc595, a shift register; spi2=loopback");
   app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");

@@ -1,5 +1,7 @@
 #include "virtual/wire.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <optional>
 #include <stdexcept>
@@ -10,10 +12,22 @@ namespace {
 
 constexpr int kHighest = 255;
 
+struct Form {
+  std::string_view output;
+  std::string_view input;
+  Terminal::Kind kind;
+  bool single_pins;
+  bool whole_ports;
+};
+
+constexpr std::array kForms{Form{"do", "di", Terminal::Kind::Digital, true, true},
+                            Form{"ao", "ai", Terminal::Kind::Analog, true, false},
+                            Form{"uart", "uart", Terminal::Kind::Serial, false, true}};
+
 [[noreturn]] void refuse(const std::string& text) {
   throw std::invalid_argument("wire '" + text +
                               "': neither do0.1=di0.2 or ao0.1=ai0.2, from an output to an input, nor do0=di1 for all "
-                              "pins of a port");
+                              "pins of a port, nor uart1=uart2");
 }
 
 std::optional<int> numberUpTo(std::string_view text, int highest) {
@@ -23,7 +37,7 @@ std::optional<int> numberUpTo(std::string_view text, int highest) {
   return whole && value >= 0 && value <= highest ? std::optional(value) : std::nullopt;
 }
 
-// What follows "do", "di", "ao" or "ai".
+// What follows "do", "di", "ao", "ai" or "uart".
 Terminal parseTerminal(std::string_view side, const std::string& text) {
   const std::size_t dot = side.find('.');
   const auto port = numberUpTo(side.substr(0, dot), kHighest);
@@ -39,20 +53,21 @@ Terminal parseTerminal(std::string_view side, const std::string& text) {
 
 Wire Wire::parse(const std::string& text) {
   const std::string_view all = text;
-  const std::size_t equals = all.find('=');
-  if (equals == std::string_view::npos || equals < 2) {
+  const std::size_t equals = std::min(all.find('='), all.size());
+  const std::string_view output = all.substr(0, equals);
+  const std::string_view input = all.substr(std::min(equals + 1, all.size()));
+  const auto form = std::find_if(kForms.begin(), kForms.end(), [&](const Form& candidate) {
+    return output.starts_with(candidate.output) && input.starts_with(candidate.input);
+  });
+  if (form == kForms.end()) {
     refuse(text);
   }
-  const std::string_view output = all.substr(0, 2);
-  const std::string_view input = all.substr(equals + 1, 2);
-  const bool digital = output == "do" && input == "di";
-  if (!digital && !(output == "ao" && input == "ai")) {
-    refuse(text);
-  }
-  const Wire wire{digital ? Terminal::Kind::Digital : Terminal::Kind::Analog,
-                  parseTerminal(all.substr(2, equals - 2), text), parseTerminal(all.substr(equals + 3), text)};
-  const bool whole = wire.from.pin == kEveryPin;
-  if (whole != (wire.to.pin == kEveryPin) || (whole && !digital)) {
+  const Wire wire{form->kind, parseTerminal(output.substr(form->output.size()), text),
+                  parseTerminal(input.substr(form->input.size()), text)};
+  const auto fits = [&](const Terminal& terminal) {
+    return terminal.pin == kEveryPin ? form->whole_ports : form->single_pins;
+  };
+  if (!fits(wire.from) || !fits(wire.to) || (wire.from.pin == kEveryPin) != (wire.to.pin == kEveryPin)) {
     refuse(text);
   }
   return wire;

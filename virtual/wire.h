@@ -7,9 +7,9 @@
 namespace qvx::bench {
 
 struct Terminal {
-  enum class Kind : std::uint8_t { Digital, Analog };
+  enum class Kind : std::uint8_t { Digital, Analog, Serial };
   int port;
-  int pin;  // of an analog port: the channel
+  int pin;  // of an analog port: the channel; of a serial port nothing
 
   bool operator==(const Terminal&) const = default;
 };
@@ -23,8 +23,8 @@ struct Wire {
   // The whole of a digital port: each pin is wired to its namesake, where both ports have it.
   static constexpr int kEveryPin = -1;
 
-  // One --wire option: "do0.1=di0.2", "do0=di1" or "ao0.1=ai0.2". Throws std::invalid_argument with a message for the
-  // user.
+  // One --wire option: "do0.1=di0.2", "do0=di1", "ao0.1=ai0.2" or "uart1=uart2". Throws std::invalid_argument with a
+  // message for the user.
   static Wire parse(const std::string& text);
 };
 

@@ -45,6 +45,8 @@ PYBIND11_MODULE(pyqvx, module) {
   bindDiscovery(module);
   bindAnalog(module);
   bindAnalogOutput(module);
+  bindUart(module);
+  bindCan(module);
   bindDigital(module);
   bindI2C(module);
   bindSPI(module);

@@ -10,6 +10,8 @@ void bindNetwork(py::module_& module);
 void bindDiscovery(py::module_& module);
 void bindAnalog(py::module_& module);
 void bindAnalogOutput(py::module_& module);
+void bindUart(py::module_& module);
+void bindCan(py::module_& module);
 void bindDigital(py::module_& module);
 void bindI2C(py::module_& module);
 void bindSPI(py::module_& module);

@@ -12,20 +12,6 @@
 namespace qvx::binding {
 namespace {
 
-// Python's own rule for `block` and `timeout`: nothing is waited for, forever, or for so many seconds.
-Deadline blockingDeadline(bool block, const std::optional<double>& timeout) {
-  if (!block) {
-    return deadlineAfter(0);
-  }
-  if (!timeout) {
-    return std::nullopt;
-  }
-  if (*timeout < 0) {
-    throw py::value_error("'timeout' must be a non-negative number");
-  }
-  return deadlineAfter(*timeout);
-}
-
 py::object owned(PyObject* object) {
   if (object == nullptr) {
     throw py::error_already_set();
@@ -45,25 +31,6 @@ bool isBuffer(const py::handle& value, py::ssize_t item_size) {
   const bool fits = view.itemsize == item_size;
   PyBuffer_Release(&view);
   return fits;
-}
-
-[[noreturn]] void throwQueue(const char* name) {
-  throwPython(py::module_::import("queue").attr(name)());
-}
-
-// The methods that every queue shares with queue.Queue, and that follow from qsize, get and put.
-template <class Class>
-void defineQueue(Class& cls) {
-  cls.def(
-      "empty", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>() == 0; },
-      "empty() -> bool\n\nWhether nothing is queued.");
-  cls.def(
-      "get_nowait", [](const py::object& self) { return self.attr("get")(false); },
-      "get_nowait() -> object\n\nTakes the oldest entry; raises queue.Empty when there is none.");
-  cls.def(
-      "put_nowait", [](const py::object& self, const py::object& item) { self.attr("put")(item); }, py::arg("item"),
-      "put_nowait(item) -> None\n\nAppends an entry; raises queue.Full when a bounded queue is full.");
-  cls.def("__len__", [](const py::object& self) { return self.attr("qsize")().cast<std::size_t>(); });
 }
 
 int replyKeyOf(const Argument& key) {
@@ -190,46 +157,17 @@ void bindRawQueue(py::module_& module) {
 }
 
 void bindSampleQueue(py::module_& module) {
-  py::class_<SampleQueue, std::shared_ptr<SampleQueue>> cls(
-      module, "SampleQueue", "Decoded samples, each a list of volts, oldest first: a bounded queue.Queue.");
-  cls.def("qsize", &SampleQueue::size, "qsize() -> int\n\nHow many samples are queued.")
-      .def(
-          "full", [](const SampleQueue& queue) { return queue.size() >= queue.capacity(); }, "full() -> bool")
-      .def_property_readonly("maxsize", &SampleQueue::capacity, "-> int\n\nHow many samples fit.")
-      .def_property_readonly("dropped", &SampleQueue::dropped,
-                             "-> int\n\nSamples dropped so far because the queue was full.")
-      .def(
-          "put",
-          [](SampleQueue& queue, const std::vector<double>& sample, bool, const std::optional<double>&) {
-            if (sample.empty()) {
-              throw py::value_error("a sample has at least one channel");
-            }
-            if (!queue.tryPut(sample)) {
-              throwQueue("Full");
-            }
-          },
-          py::arg("item"), py::arg("block") = true, py::arg("timeout") = py::none(),
-          "put(item: list[float], block: bool = True, timeout: float | None = None) -> None\n\nNever waits: raises "
-          "queue.Full.")
-      .def(
-          "get",
-          [](SampleQueue& queue, bool block, const std::optional<double>& timeout) {
-            const Deadline deadline = blockingDeadline(block, timeout);
-            Samples taken;
-            {
-              const Unlocked unlocked;
-              while ((taken = queue.take(1)).empty() && queue.waitForSize(1, deadline)) {
-              }
-            }
-            if (taken.empty()) {
-              throwQueue("Empty");
-            }
-            return taken.front().values;
-          },
-          py::arg("block") = true, py::arg("timeout") = py::none(),
-          "get(block: bool = True, timeout: float | None = None) -> list[float]\n\nTakes the oldest sample; raises "
-          "queue.Empty when none came in time.");
-  defineQueue(cls);
+  bindSignalQueue<SampleQueue>(
+      module, "SampleQueue", "Decoded samples, each a list of volts, oldest first: a bounded queue.Queue.",
+      {"samples", "list[float]"},
+      [](const py::handle& item) {
+        auto sample = item.cast<std::vector<double>>();
+        if (sample.empty()) {
+          throw py::value_error("a sample has at least one channel");
+        }
+        return sample;
+      },
+      [](const std::vector<double>& sample) { return py::cast(sample); });
 }
 
 template <class Pool, class MakeKey, class FromKey>
@@ -358,6 +296,23 @@ void bindWorker(py::module_& module) {
 }
 
 }  // namespace
+
+Deadline blockingDeadline(bool block, const std::optional<double>& timeout) {
+  if (!block) {
+    return deadlineAfter(0);
+  }
+  if (!timeout) {
+    return std::nullopt;
+  }
+  if (*timeout < 0) {
+    throw py::value_error("'timeout' must be a non-negative number");
+  }
+  return deadlineAfter(*timeout);
+}
+
+void throwQueue(const char* name) {
+  throwPython(py::module_::import("queue").attr(name)());
+}
 
 py::bytes makeBytes(ByteView bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};

@@ -47,18 +47,18 @@ using FeroxO = Model<ProductId::FeroxO, ETHDevice, SystemOperations, NetworkOper
 using FeroxD = Model<ProductId::FeroxD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 using FeroxEXD = Model<ProductId::FeroxEXD, ETHDevice, SystemOperations, NetworkOperations, DIOOperations>;
 
-using CordlogF1D =
-    Model<ProductId::CordlogF1D, USBDevice, SystemOperations, I2COperations, SPIOperations, DIOOperations>;
-using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, I2COperations, SPIOperations,
-                          AIOperations, DIOOperations>;
-using CordlogF1TD =
-    Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, I2COperations, SPIOperations, DIOOperations>;
-using CordlogF1CD =
-    Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, I2COperations, SPIOperations, DIOOperations>;
-using CordlogF1RD =
-    Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, I2COperations, SPIOperations, DIOOperations>;
+using CordlogF1D = Model<ProductId::CordlogF1D, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                         SPIOperations, DIOOperations>;
+using CordlogF1AD = Model<ProductId::CordlogF1AD, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                          SPIOperations, AIOperations, DIOOperations>;
+using CordlogF1TD = Model<ProductId::CordlogF1TD, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                          SPIOperations, DIOOperations>;
+using CordlogF1CD = Model<ProductId::CordlogF1CD, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                          SPIOperations, CANOperations, DIOOperations>;
+using CordlogF1RD = Model<ProductId::CordlogF1RD, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                          SPIOperations, DIOOperations>;
 using CordlogF1DSNK = Model<ProductId::CordlogF1DSNK, USBDevice, SystemOperations, DIOOperations>;
-using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, I2COperations, AIOperations,
-                           AOStreamingOperations, DIOOperations>;
+using CordlogF1AOD = Model<ProductId::CordlogF1AOD, USBDevice, SystemOperations, UARTOperations, I2COperations,
+                           AIOperations, AOStreamingOperations, DIOOperations>;
 
 }  // namespace qvx

@@ -59,6 +59,9 @@ AOConfiguration fourOutputs() {
 const I2CConfiguration kCordlogI2C{{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}};
 // Clock, data in, data out, select.
 const SPIConfiguration kCordlogSPI{{{1, {{1, 0}, {1, 1}, {1, 2}, {1, 3}}}, {2, {{3, 2}, {3, 3}, {3, 4}, {3, 5}}}}};
+// Sending pin, receiving pin.
+const UARTConfiguration kCordlogUART{{{1, {{2, 0}, {2, 1}}}, {2, {{2, 2}, {2, 3}}}}};
+const CANConfiguration kCordlogCAN{{{1, {{1, 4}, {1, 5}}}}};
 
 // Built once: the rows own their port tables.
 const std::vector<Product>& products() {
@@ -75,15 +78,24 @@ const std::vector<Product>& products() {
       {ProductId::FeroxO, {.ao = eightOutputs()}},
       {ProductId::FeroxD, {.dio = fixedDirections(0, 1)}},
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
-      {ProductId::CordlogF1D, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1D, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1AD,
-       {.ai = eightChannels(16000, true), .dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
-      {ProductId::CordlogF1TD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
-      {ProductId::CordlogF1CD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
-      {ProductId::CordlogF1RD, {.dio = kCordlogPins, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+       {.ai = eightChannels(16000, true),
+        .dio = kCordlogPins,
+        .uart = kCordlogUART,
+        .i2c = kCordlogI2C,
+        .spi = kCordlogSPI}},
+      {ProductId::CordlogF1TD, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1CD,
+       {.dio = kCordlogPins, .uart = kCordlogUART, .can = kCordlogCAN, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
+      {ProductId::CordlogF1RD, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
       {ProductId::CordlogF1AOD,
-       {.ai = eightChannels(16000, true), .ao = fourOutputs(), .dio = kCordlogPins, .i2c = kCordlogI2C}},
+       {.ai = eightChannels(16000, true),
+        .ao = fourOutputs(),
+        .dio = kCordlogPins,
+        .uart = kCordlogUART,
+        .i2c = kCordlogI2C}},
   };
   return table;
 }

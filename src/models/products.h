@@ -4,8 +4,10 @@
 #include "core/product.h"
 #include "modules/analog/ai24.h"
 #include "modules/analog/ao.h"
+#include "modules/bus/can.h"
 #include "modules/bus/i2c.h"
 #include "modules/bus/spi.h"
+#include "modules/bus/uart.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -19,6 +21,8 @@ struct ProductConfiguration {
   AIConfiguration ai{};
   AOConfiguration ao{};
   DIOConfiguration dio{};
+  UARTConfiguration uart{};
+  CANConfiguration can{};
   I2CConfiguration i2c{};
   SPIConfiguration spi{};
 
@@ -27,6 +31,8 @@ struct ProductConfiguration {
   operator const DIOConfiguration&() const { return dio; }
   operator const I2CConfiguration&() const { return i2c; }
   operator const SPIConfiguration&() const { return spi; }
+  operator const UARTConfiguration&() const { return uart; }
+  operator const CANConfiguration&() const { return can; }
   operator SystemConfiguration() const { return {}; }
   operator SystemAnalogConfiguration() const { return {}; }
   operator NetworkConfiguration() const { return {}; }

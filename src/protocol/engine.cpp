@@ -3,6 +3,7 @@
 #include "core/constants.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 namespace qvx {
@@ -10,6 +11,12 @@ namespace {
 
 // Seconds between the first sends of a command whose reply does not come, in the blocking form.
 constexpr double kBlockingAttempt = 0.01;
+
+// Bytes of one received frame in the stream of START_CAN.
+constexpr std::size_t kCANRecord = 13;
+// Codes that the splitter makes of OPEN_CAN and the first byte of its payload; no command has them.
+constexpr int kFirstOpenCAN = OPEN_CAN << 8;
+constexpr int kLastOpenCAN = kFirstOpenCAN | 0xFF;
 
 bool contains(std::span<const int> list, int cmd) {
   return std::find(list.begin(), list.end(), cmd) != list.end();
@@ -50,6 +57,10 @@ void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
   }
   if (forked()) {
     fail(lostError(), "This device belongs to the process that made it; construct one in this process.");
+  }
+  if (cmd == START_UART_READING && !data_out.empty()) {
+    const std::lock_guard lock(starts_mutex_);
+    uart_starts_.insert(data_out[0]);
   }
   // A send may have to run Python: a transport of the application's, or a signal handler while it waits.
   Fiber::outside([&] { client->sendPacket(frame); });
@@ -163,6 +174,18 @@ PacketKind Packet_based::checkCommandType(int cmd, ByteView data) {
 }
 
 void Packet_based::putToDataPool(int cmd, Bytes data) {
+  if (cmd >= kFirstOpenCAN && cmd <= kLastOpenCAN) {
+    data.insert(data.begin(), static_cast<std::uint8_t>(cmd & 0xFF));
+    data_pool_echo.put(OPEN_CAN, std::move(data));
+    return;
+  }
+  if (cmd == START_CAN && data.size() < 1 + kCANRecord) {
+    data_pool_echo.put(cmd, std::move(data));
+    return;
+  }
+  if (cmd == START_UART_READING && acknowledges(data)) {
+    return;
+  }
   switch (checkCommandType(cmd, data)) {
     case PacketKind::Streaming:
       // payload: port u8, item
@@ -183,6 +206,18 @@ void Packet_based::putToDataPool(int cmd, Bytes data) {
     case PacketKind::Ignore:
       break;
   }
+}
+
+// One received byte looks like [port, status]: only the first packet after a start is taken for an answer to it, and
+// only with a status that such a start can have.
+bool Packet_based::acknowledges(ByteView data) {
+  constexpr std::array<std::uint8_t, 3> kStatuses{0, 11, 23};  // accepted, no such port, not open
+  if (data.empty()) {
+    return false;
+  }
+  const std::lock_guard lock(starts_mutex_);
+  return uart_starts_.erase(data[0]) != 0 && data.size() == 2 &&
+         std::find(kStatuses.begin(), kStatuses.end(), data[1]) != kStatuses.end();
 }
 
 void Packet_based::closePools() {

@@ -10,6 +10,8 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
+#include <set>
 
 namespace qvx {
 
@@ -56,7 +58,9 @@ class Packet_based {
   std::shared_ptr<AnswerSet> broadcastPacket(int cmd, ByteView data_out);
 
   static PacketKind checkCommandType(int cmd, ByteView data);
-  // Files one received packet. Packets too short for their kind are dropped.
+  // Files one received packet. Packets too short for their kind are dropped. Three that the code alone does not tell
+  // are told here: a reply to OPEN_CAN, whose code the splitter reads as 12288..12543; a reply to START_CAN, which is
+  // shorter than a frame of its stream; an acknowledgement of START_UART_READING, which is dropped.
   void putToDataPool(int cmd, Bytes data);
   // The key under which the reply to `cmd` is filed: the code, or for MOTION a number made of the first three bytes.
   static int replyKey(int cmd, ByteView data);
@@ -70,11 +74,15 @@ class Packet_based {
 
  private:
   void sendBroadcast(int cmd, ByteView data_out);
+  // Whether a packet of START_UART_READING acknowledges the start instead of carrying received bytes.
+  bool acknowledges(ByteView data);
 
   const unsigned generation_ = processGeneration();
   mutable std::mutex clients_mutex_;  // guards the two pointers
   std::shared_ptr<Transport> client_cmd_;
   std::shared_ptr<Transport> client_udp_;
+  std::mutex starts_mutex_;             // guards uart_starts_
+  std::set<std::uint8_t> uart_starts_;  // ports whose start of reading nothing has followed yet
 };
 
 // The published engine classes: the same object seen by blocking callers and by coroutines.

@@ -30,14 +30,19 @@ class SignalQueue {
   std::size_t put(std::span<const Value> values, std::size_t width) {
     std::unique_lock lock(mutex_);
     const std::size_t rows = values.size() / width;
-    const std::size_t accepted = append(lock, values, width);
+    const std::size_t accepted = std::min(rows, room());
     dropped_ += rows - accepted;
+    append(lock, values.first(accepted * width), width);
     return rows - accepted;
   }
   // Appends one row; false when there is no room, which counts as nothing dropped.
   bool tryPut(std::span<const Value> row) {
     std::unique_lock lock(mutex_);
-    return append(lock, row, row.size()) == 1;
+    if (room() == 0) {
+      return false;
+    }
+    append(lock, row, row.size());
+    return true;
   }
 
   // Takes at most `limit` rows, oldest first, in one piece for each run of equal width; `uniform` stops after one run.
@@ -84,10 +89,12 @@ class SignalQueue {
  private:
   static constexpr std::size_t kChunkRows = 1024;
 
-  // As many of the rows as there is room for; returns how many that are.
-  std::size_t append(std::unique_lock<std::mutex>& lock, std::span<const Value> values, std::size_t width) {
-    const std::size_t accepted = std::min(values.size() / width, capacity_ - std::min(size_, capacity_));
-    std::span<const Value> rest = values.first(accepted * width);
+  // Needs the mutex.
+  std::size_t room() const { return capacity_ - std::min(size_, capacity_); }
+
+  // Rows for which there is room. Releases the mutex when it wakes somebody.
+  void append(std::unique_lock<std::mutex>& lock, std::span<const Value> values, std::size_t width) {
+    std::span<const Value> rest = values;
     while (!rest.empty()) {
       if (chunks_.empty() || chunks_.back().width != width || chunks_.back().values.size() == kChunkRows * width) {
         chunks_.push_back({{}, width});
@@ -98,12 +105,11 @@ class SignalQueue {
       chunk.insert(chunk.end(), rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count));
       rest = rest.subspan(count);
     }
-    size_ += accepted;
+    size_ += values.size() / width;
     if (size_ >= wake_at_) {
       wake_at_ = SIZE_MAX;
       changed_.notify(lock);
     }
-    return accepted;
   }
 
   // At most `limit` rows of the first one's width, in memory allocated once. Needs the mutex and a row.

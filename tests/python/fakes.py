@@ -43,7 +43,7 @@ def split(packet):
     """(code, payload) of one frame, given as a list of ints."""
     data = bytes(packet)
     assert data[0] == 2 and data[-2:] == b"\r\n" and struct.unpack(">H", data[1:3])[0] == len(data) - 5
-    width = 1 if data[3] > 48 else 2
+    width = 1 if data[3] >= 48 else 2
     return int.from_bytes(data[3 : 3 + width], "big"), data[3 + width : -2]
 
 

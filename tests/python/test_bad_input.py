@@ -13,29 +13,43 @@ import pyqvx
 SIGNATURE = re.compile(r"^(?P<name>\w+)\((?P<parameters>.*?)\) -> (?P<result>.+)$")
 # Of no type that any argument has, and one of each that only some have.
 STRANGE = [None, object(), {}, 1j, b"\0", [[1]], {1}, print, float("nan")]
+TEXT_OR_BYTES = "str | bytes | list[str] | list[int]"
 OF_TYPE = {
     "int": ["1", 1.0, [1], "\ud800"],
     "str": [1, 1.0, ["a"], "\ud800"],
     "float": ["1", [1.0]],
     "list[int]": ["1", 1, 1.0, ["a"], [1.0], [None]],
     "list[float]": ["1", 1, ["a"], [None]],
+    TEXT_OR_BYTES: [1, 1.0, "\ud800", ["ab"], ["\ud800"], [1.0], [None], [256]],
     "list[int] | int": ["1", 1.0, ["a"], [1.0], [None]],
 }
 # No range holds these.
 HUGE = [2**63, -(2**63) - 1, 10**400, -(10**400)]
-GOOD = {"int": 1, "str": "a", "float": 0.01, "list[int]": [1], "list[float]": [1.0], "list[int] | int": 1}
+GOOD = {
+    "int": 1,
+    "str": "a",
+    "float": 0.01,
+    "list[int]": [1],
+    "list[float]": [1.0],
+    "list[int] | int": 1,
+    "bool": False,
+}
 GOOD_BY_NAME = {
     **{
         "port": 0,
+        "bus port": 1,
         "timeout": 3,
         "delay": 0,
         "num_samples": 1,
+        "bytes_to_read": 1,
+        "num_frames": 1,
         "serial_num": "ABCD1234",
         "ip_addr": "192.0.2.1",
     },
     **{"year": 2024, "mode": 1, "slot": 1},
 }
 # Where anything goes, or what fits is not known from the type alone.
+READ_COUNTS = {"num_samples", "bytes_to_read", "num_frames"}
 ANYTHING = {"cmd", "data", "data_out", "queue_", "item", "value_", "err"}
 
 
@@ -50,8 +64,10 @@ def operations(cls):
             continue
         parts = [part for part in re.split(r",\s*(?![^\[]*\])", described["parameters"]) if part]
         pairs = [re.match(r"(\w+): ([^=]+?)(?: = .*)?$", part).groups() for part in parts]
-        if not any(argument in ANYTHING for argument, _ in pairs):
-            found[name] = pairs
+        if not any(argument in ANYTHING for argument, _ in pairs) or name.startswith("CAN_"):
+            # The ports of buses count from 1.
+            bus = re.match(r"_?(check)?(UART|CAN)", name)
+            found[name] = [("bus port" if bus and a == "port" else a, kind) for a, kind in pairs]
     return found
 
 
@@ -99,13 +115,15 @@ def test_arguments_of_a_wrong_type_are_refused(cls, name, pairs):
             bad = STRANGE + OF_TYPE.get(kind, OF_TYPE.get(simple, []))
             bad += HUGE if "int" in kind.split(" | ") else []
             for value in bad:
-                if (simple.startswith("list[") and value == b"\0") or (value is None and "None" in kind):
+                if value == b"\0" and ("bytes" in kind or simple.startswith("list[")):
+                    continue
+                if value is None and "None" in kind:
                     continue
                 if name.startswith(("_convertAITriggerMode", "_checkAONumOfValues")) and isinstance(
                     value, int
                 ):
                     continue  # any number has a mask, and an answer
-                if "readStreaming" in name and argument == "num_samples" and value in HUGE and value > 0:
+                if argument in READ_COUNTS and "ead" in name and value in HUGE and value > 0:
                     continue  # as many as there are
                 if name.startswith("DO_writePins") and argument == "value" and value in HUGE:
                     continue  # below 0 is 0, above 1 is 1

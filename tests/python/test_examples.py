@@ -38,6 +38,14 @@ def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
             r"has 6 pins: DI.*\n\n.*\n# \. \. \. \. \. \. \.   # \. \.[^#]*\n(.*\n){6}(\. ){7}#   [^#]*\n",
         ),
         (
+            "uart_loopback.py",
+            r"(.*: b'The quick brown fox\.'\n){2}sent at  19200, received at   9600: b'(?!The)",
+        ),
+        (
+            "can_monitor.py",
+            r" s  18DA00F1  \[8\]  00 00 00 00 04 03 02 01\n1 frame sent, [1-9]\d* received\n$",
+        ),
+        (
             "digital_asyncio.py",
             r"(FD00000[123]: output 2 arrives at \[3\]; output 3 arrives at \[2\]\n){3}$",
         ),

@@ -41,18 +41,25 @@ def plain(result):
     return result.tolist() if hasattr(result, "tolist") else result
 
 
+def received(code, payload):
+    """A reply as the splitter cuts it: codes up to 48 have two bytes."""
+    return (code, payload) if code > 48 else (code << 8 | payload[0], payload[1:])
+
+
 def check(device, row, form):
     transport = device.client_cmd
     transport.sent.clear()
     replies = {(code, bytes.fromhex(sent)): reply for code, sent, reply in row.exchanges}
 
-    def answer(code, payload):
-        reply = replies.get((code, payload))
-        return None if reply is None else bytes.fromhex(reply)
+    def answer(code):
+        def file_reply(payload):
+            reply = replies.get((code, payload))
+            if reply is not None:
+                device._putToDataPool(*received(code, bytes.fromhex(reply)))
 
-    transport.answers = {
-        code: lambda payload, code=code: answer(code, payload) for code, _, _ in row.exchanges
-    }
+        return file_reply
+
+    transport.answers = {code: answer(code) for code, _ in replies}
     try:
         result = run(device, row.name, row.args, form)
     except pyqvx.Error as error:

@@ -132,7 +132,6 @@ class AIBased : public AIUnion {
   void openGate() override { decoder_->open(); }
   void closeGate() override { decoder_->close(); }
   void decodeBlock(std::size_t index, const Bytes& block);
-  std::size_t rowsWanted(const Argument& num_samples) const;
   Samples take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform);
 
   const std::size_t value_size_;

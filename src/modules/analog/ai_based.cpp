@@ -1,6 +1,7 @@
 #include "modules/analog/ai.h"
 
 #include "core/constants.h"
+#include "modules/streamed.h"
 #include "modules/system/system.h"
 
 #include <algorithm>
@@ -307,26 +308,9 @@ void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
   }
 }
 
-std::size_t AIBased::rowsWanted(const Argument& num_samples) const {
-  const auto count = checkedInt(num_samples, "num_samples");
-  if (count < -1) {
-    fail(ErrorId::InputDataNotInRangeError,
-         "num_samples takes -1 (all that are there) or more, not " + num_samples.show());
-  }
-  return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
-}
-
 Samples AIBased::take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform) {
   const auto& queue = signal_.at(static_cast<std::size_t>(indexOfPort(portOfSlot(port))));
-  const std::size_t wanted = rowsWanted(num_samples);
-  const double seconds = checkedNumber(delay, "delay");
-  if (seconds < 0) {
-    fail(ErrorId::InputDataNotInRangeError, "delay takes seconds from 0, not " + delay.show());
-  }
-  if (wanted != SIZE_MAX && seconds > 0) {
-    queue->waitForSize(wanted, deadlineAfter(seconds));
-  }
-  return queue->take(wanted, uniform);
+  return takeStreamed(*queue, num_samples, "num_samples", delay, uniform);
 }
 
 }  // namespace qvx

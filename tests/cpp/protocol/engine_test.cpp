@@ -234,6 +234,48 @@ TEST(Engine, TakesStreamedItems) {
   EXPECT_EQ(items, (std::vector<Bytes>{{6}, {7}}));
 }
 
+TEST(Engine, TellsRepliesOfCANFromItsStream) {
+  Engine engine;
+  engine.putToDataPool(OPEN_CAN << 8 | 1, {57});  // as the splitter reads [1, 57]
+  EXPECT_EQ(engine.data_pool_echo.take(OPEN_CAN), (Bytes{1, 57}));
+  engine.putToDataPool(OPEN_CAN << 8 | 0xFF, {});
+  EXPECT_EQ(engine.data_pool_echo.take(OPEN_CAN), Bytes{0xFF});
+  for (const std::size_t size : {0U, 1U, 2U, 13U}) {
+    engine.putToDataPool(START_CAN, Bytes(size, 1));
+    EXPECT_EQ(engine.data_pool_echo.take(START_CAN), Bytes(size, 1));
+  }
+  EXPECT_EQ(engine.data_pool_strm.at({START_CAN, 1})->size(), 0U);
+  engine.putToDataPool(START_CAN, Bytes(14, 1));
+  EXPECT_EQ(engine.data_pool_strm.at({START_CAN, 1})->take(), Bytes(13, 1));
+  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
+}
+
+TEST(Engine, TellsAnAcknowledgedStartFromReceivedBytes) {
+  struct Row {
+    bool started;
+    std::vector<Bytes> packets;
+    std::vector<Bytes> items;
+  };
+  const std::vector<Row> rows{
+      {true, {{1, 0}, {1, 0}}, {{0}}},           // acknowledged, then a NUL
+      {true, {{1, 23}, {1, 5}}, {{5}}},          // refused
+      {true, {{1, 'x'}, {1, 0}}, {{'x'}, {0}}},  // not acknowledged
+      {true, {{1, 0, 0}, {1, 0}}, {{0, 0}, {0}}},
+      {true, {{2, 0}, {1, 0}, {1, 0}}, {{0}}},  // another port's
+      {false, {{1, 0}}, {{0}}},
+  };
+  for (const Row& row : rows) {
+    Engine engine;
+    if (row.started) {
+      engine.sendPacketWithoutReply(START_UART_READING, Bytes{1});
+    }
+    for (const Bytes& packet : row.packets) {
+      engine.putToDataPool(START_UART_READING, packet);
+    }
+    EXPECT_EQ(engine.getStreamingFromPool(*engine.data_pool_strm.at({START_UART_READING, 1}), -1), row.items);
+  }
+}
+
 TEST(Engine, BroadcastsThreeTimesAndCollectsAnswers) {
   Engine engine;
   const auto udp = std::make_shared<FakeTransport>();

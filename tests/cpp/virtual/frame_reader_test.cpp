@@ -45,9 +45,9 @@ TEST(FrameReader, FindsFramesInWhateverSurroundsThem) {
       {"length 0", joined({{2, 0, 0, 13, 10}, info_bytes}), {info}},
       {"wrong end", joined({bad_end, info_bytes}), {info}},
       {"half a code", joined({buildFrame(7, {}), info_bytes}), {info}},
-      {"code at the border",
-       joined({buildFrame(48, Bytes{1, 5}), buildFrame(49, Bytes{1})}),
-       {{0x3001, {5}}, {49, {1}}}},
+      {"codes at the border",
+       joined({buildFrame(0x2FFF, Bytes{5}), buildFrame(48, Bytes{1, 5}), buildFrame(49, Bytes{1})}),
+       {{0x2FFF, {5}}, {48, {1, 5}}, {49, {1}}}},
       {"longest", joined({buildFrame(longest.code, longest.payload), info_bytes}), {longest, info}},
       {"too long", joined({buildFrame(255, Bytes(FrameReader::kLongestFrame - 5, 1)), info_bytes}), {info}},
   };

@@ -1,0 +1,39 @@
+// How every operation that reads a stream takes what its decoder has queued.
+#pragma once
+
+#include "core/argument.h"
+#include "protocol/signal_queue.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qvx {
+
+// -1, everything that is there, becomes the greatest number. `what` names the argument in the message.
+inline std::size_t checkedRows(const Argument& number, std::string_view what) {
+  const auto count = checkedInt(number, what);
+  if (count < -1) {
+    fail(ErrorId::InputDataNotInRangeError,
+         std::string(what) + " takes -1 (all that are there) or more, not " + number.show());
+  }
+  return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
+}
+
+// Takes at most `number` rows. When fewer are there it waits for them, once, at most `delay` seconds; it never raises
+// for lack of them. Ends early when the device is closed.
+template <class Value>
+std::vector<Rows<Value>> takeStreamed(SignalQueue<Value>& queue, const Argument& number, std::string_view what,
+                                      const Argument& delay, bool uniform = false) {
+  const std::size_t wanted = checkedRows(number, what);
+  const double seconds = checkedNumber(delay, "delay");
+  if (seconds < 0) {
+    fail(ErrorId::InputDataNotInRangeError, "delay takes seconds from 0, not " + delay.show());
+  }
+  if (wanted != SIZE_MAX && seconds > 0) {
+    queue.waitForSize(wanted, deadlineAfter(seconds));
+  }
+  return queue.take(wanted, uniform);
+}
+
+}  // namespace qvx
