@@ -23,14 +23,19 @@ using namespace std::chrono_literals;
 constexpr auto kImpatient = 300ms;
 constexpr int kPatienceMs = 20'000;
 
-// Writes all of it; false when the other side is gone.
+// Writes all of it; false when the other side is gone. Of a serial line nobody else would tell: its buffer fills up.
 bool writeAll(int fd, ByteView bytes) {
   while (!bytes.empty()) {
-    const auto count = ::write(fd, bytes.data(), bytes.size());
-    if (count < 0) {
+    auto count = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && errno == ENOTSOCK) {
+      count = ::write(fd, bytes.data(), bytes.size());
+    }
+    pollfd writable{fd, POLLOUT, 0};
+    if (count >= 0) {
+      bytes = bytes.subspan(static_cast<std::size_t>(count));
+    } else if (errno != EAGAIN || ::poll(&writable, 1, -1) < 0 || (writable.revents & POLLHUP) != 0) {
       return false;
     }
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
   }
   return true;
 }
@@ -177,6 +182,7 @@ class SerialRoad : public Road {
   ErrorId lostError() const override { return ErrorId::UARTConnectionError; }
   void connect() override {
     line_.emplace();
+    EXPECT_EQ(::fcntl(line_->fd(), F_SETFL, O_NONBLOCK), 0);
     handle_.connect(line_->name());
   }
   std::vector<std::function<void()>> hopelessConnects() override {
