@@ -1536,11 +1536,11 @@ class SampleQueue:
         """How many samples fit."""
     @property
     def dropped(self) -> int:
-        """Samples dropped so far because the queue was full."""
+        """How many samples were dropped so far because the queue was full."""
     def put(self, item: list[float], block: bool = True, timeout: float | None = None) -> None:
         """Never waits: raises queue.Full."""
     def get(self, block: bool = True, timeout: float | None = None) -> list[float]:
-        """Takes the oldest sample; raises queue.Empty when none came in time."""
+        """Takes the oldest entry; raises queue.Empty when none came in time."""
     def empty(self) -> bool:
         """Whether nothing is queued."""
     def get_nowait(self) -> object:
@@ -2514,6 +2514,303 @@ class AOStreamingModule(AOBased):
     def _AO_pushToBuffer(self, port: int, num_of_val: int, value_list: list[float], timeout: float = 3) -> int:
         """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
 
+class ByteQueue:
+    """Received bytes, each an int, oldest first: a bounded queue.Queue."""
+    def qsize(self) -> int:
+        """How many bytes are queued."""
+    def full(self) -> bool: ...
+    @property
+    def maxsize(self) -> int:
+        """How many bytes fit."""
+    @property
+    def dropped(self) -> int:
+        """How many bytes were dropped so far because the queue was full."""
+    def put(self, item: int, block: bool = True, timeout: float | None = None) -> None:
+        """Never waits: raises queue.Full."""
+    def get(self, block: bool = True, timeout: float | None = None) -> int:
+        """Takes the oldest entry; raises queue.Empty when none came in time."""
+    def empty(self) -> bool:
+        """Whether nothing is queued."""
+    def get_nowait(self) -> object:
+        """Takes the oldest entry; raises queue.Empty when there is none."""
+    def put_nowait(self, item) -> None:
+        """Appends an entry; raises queue.Full when a bounded queue is full."""
+    def __len__(self) -> int: ...
+
+class UARTBased:
+    """State, checks and decoder threads of the serial ports."""
+    @property
+    def uart_dict(self) -> dict[int, list[tuple[int, int]]]:
+        """The UART ports: port number to its sending and its receiving pin, each (digital port, pin)."""
+    @property
+    def uart_open_flag(self) -> bool:
+        """Whether any port is open."""
+    @property
+    def uart_killed(self) -> bool: ...
+    def _checkUARTPort(self, port: int) -> None:
+        """Raises UARTPortNotAvaliableError."""
+    def _checkUARTBaudRate(self, rate: int) -> None:
+        """0..400000; else UARTBaudRateNotSupportError."""
+    def _checkUARTDataBit(self, mode: int) -> None:
+        """0 or 1; else UARTDataBitNotSupportError."""
+    def _checkUARTParityMode(self, mode: int) -> None:
+        """0..3; else UARTParityNotSupportError."""
+    def _checkUARTNumStopBitMode(self, mode: int) -> None:
+        """0..3; else UARTStopBitNotSupportError."""
+    def _checkUARTDataLength(self, data: str | list | bytes) -> None:
+        """At most 50 elements; else UARTExceedMaxLengthError."""
+    def _UART_free(self) -> None:
+        """Ends the decoder threads."""
+    @property
+    def uart_p1_data_queue(self) -> RawQueue:
+        """Raw blocks of port 1."""
+    @property
+    def uart_p1_signal_queue(self) -> ByteQueue:
+        """Received bytes of port 1."""
+    @property
+    def uart_p1_lock(self) -> Gate:
+        """The gate of the decoder thread of port 1."""
+    @property
+    def uart_p1_stream_thread(self) -> Worker:
+        """The decoder thread of port 1."""
+    @property
+    def uart_p2_data_queue(self) -> RawQueue:
+        """Raw blocks of port 2."""
+    @property
+    def uart_p2_signal_queue(self) -> ByteQueue:
+        """Received bytes of port 2."""
+    @property
+    def uart_p2_lock(self) -> Gate:
+        """The gate of the decoder thread of port 2."""
+    @property
+    def uart_p2_stream_thread(self) -> Worker:
+        """The decoder thread of port 2."""
+    def _checkUARTPinState(self, port: int, timeout: float = 3) -> None:
+        """Raises UARTPortNotAvaliableError unless the port's pins are idle or digital lines."""
+    async def _checkUARTPinState_async(self, port: int) -> None:
+        """Raises UARTPortNotAvaliableError unless the port's pins are idle or digital lines."""
+
+class UARTModule_async(UARTBased):
+    """Serial ports as coroutines."""
+    async def UART_open_async(self, port: int) -> int:
+        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+    async def UART_close_async(self, port: int) -> int:
+        """Ends reading and closes a port. What has been received can still be read. Returns 0."""
+    async def UART_setBaudRate_async(self, port: int, baud_rate: int) -> int:
+        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+    async def UART_setDataBit_async(self, port: int, mode: int) -> int:
+        """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
+    async def UART_setParity_async(self, port: int, mode: int) -> int:
+        """0 none, 1 reserved, 2 even, 3 odd. Raises UARTParityNotSupportError. Returns 0."""
+    async def UART_setNumStopBit_async(self, port: int, mode: int) -> int:
+        """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
+    async def UART_write_async(self, port: int, write_data: str | bytes | list[str] | list[int]) -> int:
+        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+    async def UART_read_async(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
+        """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+    async def UART_reset_async(self, port: int) -> int:
+        """Gives a port its default settings. Returns 0."""
+    async def _UART_startReading_async(self, port: int) -> int:
+        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+    async def _UART_stopReading_async(self, port: int) -> int:
+        """Ends reading. Returns 0."""
+    async def UART_stopReading_async(self, port: int) -> int:
+        """Ends reading. Returns 0."""
+
+class UARTModule(UARTBased):
+    """Serial ports."""
+    def UART_open(self, port: int, timeout: float = 3) -> int:
+        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+    def UART_close(self, port: int, timeout: float = 3) -> int:
+        """Ends reading and closes a port. What has been received can still be read. Returns 0."""
+    def UART_setBaudRate(self, port: int, baud_rate: int, timeout: float = 3) -> int:
+        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+    def UART_setDataBit(self, port: int, mode: int, timeout: float = 3) -> int:
+        """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
+    def UART_setParity(self, port: int, mode: int, timeout: float = 3) -> int:
+        """0 none, 1 reserved, 2 even, 3 odd. Raises UARTParityNotSupportError. Returns 0."""
+    def UART_setNumStopBit(self, port: int, mode: int, timeout: float = 3) -> int:
+        """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
+    def UART_write(self, port: int, write_data: str | bytes | list[str] | list[int], timeout: float = 3) -> int:
+        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+    def UART_read(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
+        """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+    def UART_reset(self, port: int, timeout: float = 3) -> int:
+        """Gives a port its default settings. Returns 0."""
+    def _UART_startReading(self, port: int) -> int:
+        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+    def _UART_stopReading(self, port: int, timeout: float = 3) -> int:
+        """Ends reading. Returns 0."""
+    def UART_stopReading(self, port: int, timeout: float = 3) -> int:
+        """Ends reading. Returns 0."""
+
+class CANFrame:
+    """A frame of a CAN bus. It doesn't change; frames that mean the same on the bus are equal. Raises InputDataNotInRangeError, CANDataLengthNotVaildError."""
+    def __init__(self, id: int, data: list[int], remote: bool = False, extended_id: bool = False) -> None: ...
+    @property
+    def id(self) -> int:
+        """The identifier, 11 bits or 29."""
+    @property
+    def extended_id(self) -> bool:
+        """Whether the identifier has 29 bits."""
+    @property
+    def remote(self) -> bool:
+        """Whether it asks for data and has none."""
+    @property
+    def data(self) -> list[int]:
+        """8 bytes; what was not given is 0."""
+    @property
+    def length(self) -> int:
+        """How many of the bytes the bus carried; 8 for a frame that was not received."""
+    @property
+    def timestamp(self) -> float:
+        """When it was received, in seconds since 1970; 0 for a frame that was not."""
+    @property
+    def id_in_list(self) -> list[int]:
+        """The identifier as it is sent, 4 bytes."""
+    @property
+    def frame_in_list(self) -> list[int]:
+        """What CAN_write sends: id_in_list, then data."""
+    def setID(self) -> list[int]:
+        """The identifier as it is sent: id_in_list."""
+    def regularizeData(self) -> list[int]:
+        """The data, extended with zeros to 8 bytes."""
+    @staticmethod
+    def fromU8List(int_list: list[int]) -> CANFrame:
+        """A frame from 4 bytes of identifier and up to 8 of data, or from the 13 bytes of a received one, which have the length between the two."""
+
+class FrameQueue:
+    """Received frames, each a CANFrame, oldest first: a bounded queue.Queue."""
+    def qsize(self) -> int:
+        """How many frames are queued."""
+    def full(self) -> bool: ...
+    @property
+    def maxsize(self) -> int:
+        """How many frames fit."""
+    @property
+    def dropped(self) -> int:
+        """How many frames were dropped so far because the queue was full."""
+    def put(self, item: CANFrame, block: bool = True, timeout: float | None = None) -> None:
+        """Never waits: raises queue.Full."""
+    def get(self, block: bool = True, timeout: float | None = None) -> CANFrame:
+        """Takes the oldest entry; raises queue.Empty when none came in time."""
+    def empty(self) -> bool:
+        """Whether nothing is queued."""
+    def get_nowait(self) -> object:
+        """Takes the oldest entry; raises queue.Empty when there is none."""
+    def put_nowait(self, item) -> None:
+        """Appends an entry; raises queue.Full when a bounded queue is full."""
+    def __len__(self) -> int: ...
+
+class CANBased:
+    """State, checks and decoder thread of the CAN bus."""
+    @property
+    def can_dict(self) -> dict[int, list[tuple[int, int]]]:
+        """The CAN ports: port number to its sending and its receiving pin, each (digital port, pin)."""
+    @property
+    def can_open_flag(self) -> bool:
+        """Whether CAN is open."""
+    @property
+    def can_killed(self) -> bool: ...
+    @property
+    def can_data_queue(self) -> RawQueue:
+        """Raw blocks of frames."""
+    @property
+    def can_frame_queue(self) -> FrameQueue:
+        """Received frames."""
+    @property
+    def can_lock(self) -> Gate:
+        """The gate of the decoder thread."""
+    @property
+    def can_stream_thread(self) -> Worker:
+        """The decoder thread."""
+    def _checkCANPort(self, port: int) -> None:
+        """Raises CANPortNotAvaliableError."""
+    def _checkCANSpeed(self, speed: int) -> None:
+        """0..3; else CANSpeedNotVaildError."""
+    def _checkCANTXIndex(self, index: int) -> None:
+        """0, 1 or 2; else CANTXNotVaildError."""
+    def _checkCANTXPriority(self, priority: int) -> None:
+        """0..3; else CANTXPriorityNotVaildError."""
+    def _checkCANDataRangeAndLength(self, data: list[int]) -> None:
+        """At most 8 elements, else CANDataLengthNotVaildError; each 0..255, else InputDataNotInRangeError."""
+    def _CAN_free(self) -> None:
+        """Ends the decoder thread."""
+    def _checkCANPinState_(self, port: int, timeout: float = 3) -> None:
+        """Raises CANPortNotAvaliableError unless the port's pins are idle or digital lines."""
+    async def _checkCANPinState__async(self, port: int) -> None:
+        """Raises CANPortNotAvaliableError unless the port's pins are idle or digital lines."""
+
+class CANModule_async(CANBased):
+    """CAN bus as coroutines."""
+    async def CAN_getPort_async(self) -> dict[int, list[tuple[int, int]]]:
+        """The product's CAN ports: can_dict. Nothing is sent."""
+    async def CAN_open_async(self, port: int) -> int:
+        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+    async def CAN_close_async(self, port: int) -> int:
+        """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
+    async def CAN_start_async(self, port: int) -> int:
+        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+    async def CAN_stop_async(self, port: int) -> int:
+        """Takes no part in the bus any more. Returns 0."""
+    async def CAN_setSpeed_async(self, port: int, speed_mode: int) -> int:
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+    async def CAN_write_async(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False) -> int:
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+    async def CAN_read_async(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
+        """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
+    async def CAN_setRXFilteringOn_async(self, port: int, on_off: int) -> int:
+        """1: only frames that pass a filter are received; 0: all. Returns 0."""
+    async def CAN_setRXFilterOrMask_async(self, port: int, index: int, id_: int, remote: bool = False, extended_id: bool = False) -> int:
+        """Sets filter 0..5 (index 0..5), mask 0 (6, of filters 0 and 1) or mask 1 (7, of filters 2 to 5). A frame passes when it equals a filter, of its own format, in the bits that are 1 in the mask. Returns 0."""
+    async def _CAN_setTXPriority_async(self, port: int, tx_mode: int, priority: int) -> int:
+        """Priority 0 (lowest) to 3 of transmit buffer 0..2. Raises CANTXNotVaildError, CANTXPriorityNotVaildError. Returns 0."""
+    async def _CAN_setRXRollover_async(self, port: int, status: int) -> int:
+        """1: a frame for a full receive buffer may go to the other one. Returns 0."""
+    async def _CAN_setEnableInterrupt_async(self, port: int, status: int) -> int:
+        """Which interrupts are enabled, a mask 0..255. Returns 0."""
+    async def _CAN_getInterrupts_async(self, port: int) -> list[int]:
+        """Interrupt enable, interrupt state, error state."""
+    async def _CAN_getErrors_async(self, port: int) -> list[int]:
+        """TX error code, RX error code."""
+    async def _CAN_getCounters_async(self, port: int) -> list[int]:
+        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+
+class CANModule(CANBased):
+    """CAN bus."""
+    def CAN_getPort(self) -> dict[int, list[tuple[int, int]]]:
+        """The product's CAN ports: can_dict. Nothing is sent."""
+    def CAN_open(self, port: int, timeout: float = 3) -> int:
+        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+    def CAN_close(self, port: int, timeout: float = 3) -> int:
+        """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
+    def CAN_start(self, port: int, timeout: float = 3) -> int:
+        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+    def CAN_stop(self, port: int, timeout: float = 3) -> int:
+        """Takes no part in the bus any more. Returns 0."""
+    def CAN_setSpeed(self, port: int, speed_mode: int, timeout: float = 3) -> int:
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+    def CAN_write(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False, timeout: float = 3) -> int:
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+    def CAN_read(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
+        """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
+    def CAN_setRXFilteringOn(self, port: int, on_off: int, timeout: float = 3) -> int:
+        """1: only frames that pass a filter are received; 0: all. Returns 0."""
+    def CAN_setRXFilterOrMask(self, port: int, index: int, id_: int, remote: bool = False, extended_id: bool = False, timeout: float = 3) -> int:
+        """Sets filter 0..5 (index 0..5), mask 0 (6, of filters 0 and 1) or mask 1 (7, of filters 2 to 5). A frame passes when it equals a filter, of its own format, in the bits that are 1 in the mask. Returns 0."""
+    def _CAN_setTXPriority(self, port: int, tx_mode: int, priority: int, timeout: float = 3) -> int:
+        """Priority 0 (lowest) to 3 of transmit buffer 0..2. Raises CANTXNotVaildError, CANTXPriorityNotVaildError. Returns 0."""
+    def _CAN_setRXRollover(self, port: int, status: int, timeout: float = 3) -> int:
+        """1: a frame for a full receive buffer may go to the other one. Returns 0."""
+    def _CAN_setEnableInterrupt(self, port: int, status: int, timeout: float = 3) -> int:
+        """Which interrupts are enabled, a mask 0..255. Returns 0."""
+    def _CAN_getInterrupts(self, port: int, timeout: float = 3) -> list[int]:
+        """Interrupt enable, interrupt state, error state."""
+    def _CAN_getErrors(self, port: int, timeout: float = 3) -> list[int]:
+        """TX error code, RX error code."""
+    def _CAN_getCounters(self, port: int, timeout: float = 3) -> list[int]:
+        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+
 class DIOBased:
     """Pin tables and checks of digital input and output."""
     @property
@@ -2860,27 +3157,27 @@ class FeroxEXD(ETHDevice, SystemModule, NetworkModule, DIOModule, SystemModule_a
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1D(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
+class CordlogF1D(USBDevice, SystemModule, UARTModule, I2CModule, SPIModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-D: 26 digital lines in 4 ports, input or output by choice, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1AD(USBDevice, SystemModule, I2CModule, SPIModule, AIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, AIModule_async, DIOModule_async):
+class CordlogF1AD(USBDevice, SystemModule, UARTModule, I2CModule, SPIModule, AIModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, SPIModule_async, AIModule_async, DIOModule_async):
     """Cordlog-F1-AD: a Cordlog-F1-D with 8 channels of 16-bit analog input, +-10 V, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1TD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
+class CordlogF1TD(USBDevice, SystemModule, UARTModule, I2CModule, SPIModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-TD: a Cordlog-F1-D with thermocouple inputs, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1CD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
+class CordlogF1CD(USBDevice, SystemModule, UARTModule, I2CModule, SPIModule, CANModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, SPIModule_async, CANModule_async, DIOModule_async):
     """Cordlog-F1-CD: a Cordlog-F1-D with a CAN bus, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1RD(USBDevice, SystemModule, I2CModule, SPIModule, DIOModule, SystemModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
+class CordlogF1RD(USBDevice, SystemModule, UARTModule, I2CModule, SPIModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, SPIModule_async, DIOModule_async):
     """Cordlog-F1-RD: a Cordlog-F1-D with resistance thermometer inputs, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
@@ -2890,7 +3187,7 @@ class CordlogF1DSNK(USBDevice, SystemModule, DIOModule, SystemModule_async, DIOM
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
 
-class CordlogF1AOD(USBDevice, SystemModule, I2CModule, AIModule, AOStreamingModule, DIOModule, SystemModule_async, I2CModule_async, AIModule_async, AOStreamingModule_async, DIOModule_async):
+class CordlogF1AOD(USBDevice, SystemModule, UARTModule, I2CModule, AIModule, AOStreamingModule, DIOModule, SystemModule_async, UARTModule_async, I2CModule_async, AIModule_async, AOStreamingModule_async, DIOModule_async):
     """Cordlog-F1-AOD: digital lines, 8 channels of 16-bit analog input and 4 of analog output with generation of waveforms, +-10 V, over USB."""
     def __init__(self, verbose: bool = True) -> None:
         """Live from construction; `verbose` False keeps its messages off standard output."""
