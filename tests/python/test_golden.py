@@ -1,0 +1,109 @@
+"""Golden bytes of every operation of every product, in both forms. `python test_golden.py` counts them."""
+
+import asyncio
+from collections import Counter
+
+import pytest
+from fakes import FakeTransport, connected
+from golden import ROWS
+from golden.row import products
+
+import pyqvx
+
+# What handles have is no operation of a module.
+HANDLES = (pyqvx.NetworkDevice, pyqvx.WifiDevice, pyqvx.USBDevice, pyqvx.UARTDevice)
+NO_OPERATION = {name for handle in HANDLES for name in dir(handle)}
+
+
+def operations(cls):
+    """The names of what a model offers in both forms."""
+    names = {name.removesuffix("_async") for name in dir(cls) if name.endswith("_async")}
+    return {name for name in names - NO_OPERATION if hasattr(cls, name)}
+
+
+def rows_of(cls):
+    """A row without models is for all that have its operation."""
+    offered = operations(cls)
+    return [row for row in ROWS if row.name in offered and (row.models is None or cls.__name__ in row.models)]
+
+
+def run(device, name, args, form):
+    if form == "blocking":
+        return getattr(device, name)(*args)
+
+    async def main():
+        return await getattr(device, name + "_async")(*args)
+
+    return asyncio.run(main())
+
+
+def plain(result):
+    return result.tolist() if hasattr(result, "tolist") else result
+
+
+def check(device, row, form):
+    transport = device.client_cmd
+    transport.sent.clear()
+    replies = {(code, bytes.fromhex(sent)): reply for code, sent, reply in row.exchanges}
+
+    def answer(code, payload):
+        reply = replies.get((code, payload))
+        return None if reply is None else bytes.fromhex(reply)
+
+    transport.answers = {
+        code: lambda payload, code=code: answer(code, payload) for code, _, _ in row.exchanges
+    }
+    try:
+        result = run(device, row.name, row.args, form)
+    except pyqvx.Error as error:
+        result = type(error)
+    assert transport.sent == [(code, bytes.fromhex(sent)) for code, sent, _ in row.exchanges], str(row)
+    # As text: 0 is not False, and 1 is not 1.0.
+    assert repr(plain(result)) == repr(row.result), str(row)
+
+
+@pytest.mark.parametrize("form", ["blocking", "coroutine"])
+@pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
+def test_operations_send_and_give_what_they_should(cls, form):
+    device = connected(FakeTransport({}), cls)
+    device.resend = False
+    try:
+        for row in rows_of(cls):
+            check(device, row, form)
+    finally:
+        device.client_cmd.pool = None
+        device.close()
+
+
+@pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
+def test_every_operation_has_a_golden_row(cls):
+    offered = operations(cls)
+    assert len(offered) > 30
+    assert offered - {row.name for row in rows_of(cls)} == set()
+
+
+def test_every_row_is_of_some_product():
+    used = [row for cls in products() for row in rows_of(cls)]
+    assert [str(row) for row in ROWS if row not in used] == []
+    for row in ROWS:
+        assert row.models is None or row.models <= {cls.__name__ for cls in products()}, str(row)
+
+
+def count():
+    total = Counter()
+    print(f"{'model':<16}{'operations':>12}{'covered':>9}{'rows':>7}{'calls':>7}")
+    for cls in products():
+        offered, rows = operations(cls), rows_of(cls)
+        covered = offered & {row.name for row in rows}
+        # In two forms each.
+        line = {"operations": 2 * len(offered), "covered": 2 * len(covered), "rows": len(rows)}
+        line["calls"] = 2 * len(rows)
+        total.update(line)
+        print(f"{cls.__name__:<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**line))
+    print(f"{'all':<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**total))
+    names = {name for cls in products() for name in operations(cls)}
+    print(f"{len(names)} operations by name, {len(ROWS)} rows")
+
+
+if __name__ == "__main__":
+    count()
