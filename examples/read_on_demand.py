@@ -11,12 +11,12 @@ READINGS = 10
 with devices_to_use(__doc__, source="sine:5:0.5") as addresses, pyqvx.FeroxA() as device:
     if not device.connect(*addresses[0]):
         raise SystemExit(1)
-    model, _, version = device.Sys_getDriverInfo()
-    print(f"{model} {version}, serial number {device.Sys_getSerialNumber()}")
+    model, kind, version = device.Sys_getDriverInfo()
+    print(f"{model} {version} ({kind}), serial number {device.Sys_getSerialNumber()}")
 
     device.AI_open(PORT)
     print("".join(f"{f'AI{channel} [V]':>10}" for channel in device.ai_dict[PORT]))
     for _ in range(READINGS):
-        print("".join(f"{volts:10.4f}" for volts in device.AI_readOnDemand(PORT)))
+        print("".join(f"{value:10.4f}" for value in device.AI_readOnDemand(PORT)))
         time.sleep(0.1)
     device.AI_close(PORT)

@@ -24,9 +24,9 @@ struct BusPort {
 
 struct Attachment {
   enum class Part : std::uint8_t { Eeprom, ShiftRegister, Loopback };
-  Bus bus;
-  int port;
-  Part part;
+  Bus bus{};
+  int port = 0;
+  Part part{};
   int address = 0;  // I2C: 0x08..0x77 are of 7 bits, 0x80..0x3FF of 10
 
   // One --attach option: "i2c1=24c02", "i2c1=24c02:0x51", "spi1=74hc595" or "spi2=loopback". Throws

@@ -28,7 +28,7 @@ class BusFirmware : public Module {
 
  protected:
   struct Port {
-    const BusPort* row;
+    const BusPort* row = nullptr;
     bool open = false;
     Settings settings{};
   };

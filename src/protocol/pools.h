@@ -38,7 +38,7 @@ class ReplyPool {
 
  private:
   struct Waiter {
-    int key;
+    int key = 0;
     std::optional<Bytes> reply;
   };
   class Waiting;

@@ -56,7 +56,7 @@ def test_code_and_text(name, constant, code, message):
     assert getattr(pyqvx, constant) == code
 
 
-@pytest.mark.parametrize("cls", ERRORS + WARNINGS)
+@pytest.mark.parametrize("cls", [*ERRORS, *WARNINGS])
 def test_every_class_constructs_copies_and_pickles(cls, capsys):
     word = "Error" if issubclass(cls, pyqvx.Error) else "Warning"
     first = quietly(cls)

@@ -1,4 +1,4 @@
-"""What is called from where it hurts: connects that are ended from within, last references, fibers left behind."""
+"""Calls from where it hurts: connects ended from within, last references, loops that are gone, forks."""
 
 import asyncio
 import gc

@@ -55,7 +55,8 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
     other = bus.plug("S2", "Cordlog F2")
     with pyqvx.USBDevice() as dev:
         assert not dev.connect_status_cmd
-        assert dev.client_cmd is None
+        nothing = dev.client_cmd
+        assert nothing is None
         assert dev._getAllUSBDevices() == [("S1", "Cordlog F1"), ("S2", "Cordlog F2")]
         assert dev.connect(serial_num="S2") and dev.serial_num == "S2"
         client: pyqvx.USBClient = dev.client_cmd
@@ -77,7 +78,7 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
     ]
     for wrong in (7, None, b"S1"):
         with pytest.raises(pyqvx.InputTypeNotCorrectError):
-            pyqvx.USBClient(wrong)
+            pyqvx.USBClient(wrong)  # type: ignore[arg-type]
 
 
 @pytest.mark.filterwarnings("ignore:Warning 519000")
