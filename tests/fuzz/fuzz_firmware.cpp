@@ -1,6 +1,6 @@
-// Hostile bytes at a device of any model: the frame reader, every command, broadcasts and the faults. The input's first
-// byte sets the size of the pieces, the second the model; between two pieces time passes and the client reads. Each
-// piece is a datagram as well.
+// Hostile bytes at a device of any model: the frame reader, every command, broadcasts and the faults. The input's
+// first byte sets the size of the pieces, the second the model; between two pieces time passes and the client reads.
+// Each piece is a datagram as well.
 
 #include "virtual/session.h"
 
