@@ -217,7 +217,7 @@ def test_packets_are_classified_and_filed():
     device = pyqvx.Device()
     rows = [
         (START_AI, b"\0", "streaming"),
-        (pyqvx.START_CAN, b"", "streaming"),
+        (pyqvx.START_CAN, b"", "streaming"),  # and the reply to the command
         (pyqvx.GET_DEVICE_INFO, b"\1x", "broadcast"),
         (pyqvx.GET_DEVICE_INFO, b"\0x", "ignore"),
         (pyqvx.GET_DEVICE_INFO, b"", "ignore"),
@@ -228,7 +228,7 @@ def test_packets_are_classified_and_filed():
         device._putToDataPool(code, data)
     assert device.data_pool_bcst[pyqvx.GET_DEVICE_INFO] == {b"x"}
     assert device.data_pool_strm[START_AI, 0].get_nowait() == b""
-    assert device.data_pool_echo.keys() == [ECHO]
+    assert list(device.data_pool_echo.keys()) == [pyqvx.START_CAN, ECHO]
     device.close()
 
 
