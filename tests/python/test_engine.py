@@ -217,7 +217,7 @@ def test_packets_are_classified_and_filed():
     device = pyqvx.Device()
     rows = [
         (START_AI, b"\0", "streaming"),
-        (pyqvx.START_CAN, b"", "streaming"),
+        (pyqvx.START_CAN, b"", "streaming"),  # and the reply to the command
         (pyqvx.GET_DEVICE_INFO, b"\1x", "broadcast"),
         (pyqvx.GET_DEVICE_INFO, b"\0x", "ignore"),
         (pyqvx.GET_DEVICE_INFO, b"", "ignore"),
