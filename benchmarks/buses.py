@@ -7,13 +7,17 @@ before, taken from python-can's virtual bus, which stays within the process; for
 
 from __future__ import annotations
 
+import sys
 import time
 from collections.abc import Callable
 from contextlib import ExitStack
+from pathlib import Path
 
 import pyqvx
 from measure import Row, compare
 from qvx_virtual import VirtualDevice
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "python-can-qvx"))
 
 PORT = 1
 RECORD = bytes([0x24, 0x60, 0, 0, 8, 1, 2, 3, 4, 5, 6, 7, 8])
@@ -66,7 +70,33 @@ def frames(rounds: int, packets: int) -> list[Row]:
             return timed(lambda: [receiver.recv(0) for _ in range(count)])
 
         row = compare(f"{count:,} CAN frames / python-can's virtual bus", ours, reference, rounds, 1.0)
-    return rate(row, "CAN frames into CAN_read in a second", count, best)
+    return [*rate(row, "CAN frames into CAN_read in a second", count, best), *interface(rounds, packets)]
+
+
+def interface(rounds: int, packets: int) -> list[Row]:
+    """The same frames as messages of python-can, both through its Bus.recv."""
+    import can
+    from can_qvx import QvxBus
+
+    count = packets * FRAMES_IN_PACKET
+    with ExitStack() as stack:
+        bus = stack.enter_context(QvxBus(stack.enter_context(VirtualDevice("CordlogF1CD")).url))
+        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))
+        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))
+        message = can.Message(arbitration_id=0x123, data=range(1, 9), is_extended_id=False)
+
+        def ours() -> float:
+            for _ in range(packets):
+                bus._device.can_data_queue.put(RECORD * FRAMES_IN_PACKET)
+            return timed(lambda: [bus.recv(60) for _ in range(count)])
+
+        def reference() -> float:
+            for _ in range(count):
+                sender.send(message)
+            return timed(lambda: [receiver.recv(60) for _ in range(count)])
+
+        what = f"{count:,} messages through can.Bus / its virtual bus"
+        return [compare(what, ours, reference, rounds, None)]
 
 
 def received(rounds: int, packets: int) -> list[Row]:
