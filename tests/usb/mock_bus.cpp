@@ -484,4 +484,8 @@ MockDevice& MockBus::plug(const DeviceSetup& setup) {
   return devices_.emplace_back(testbed_, next_address_++, setup);
 }
 
+void MockBus::forget(const MockDevice& device) {
+  devices_.remove_if([&](const MockDevice& one) { return &one == &device; });
+}
+
 }  // namespace qvx::test

@@ -119,8 +119,10 @@ class MockBus {
   ~MockBus();
   MockBus(const MockBus&) = delete;
   MockBus& operator=(const MockBus&) = delete;
-  // The device lives as long as the bus, also unplugged.
+  // The device lives as long as the bus, also unplugged,
   MockDevice& plug(const DeviceSetup& setup = {});
+  // or until nobody has it open any more and this is called.
+  void forget(const MockDevice& device);
 
  private:
   UMockdevTestbed* testbed_;

@@ -104,6 +104,7 @@ TEST_P(LinkMomentsTest, DisconnectAndCloseEndWhateverGoesOn) {
   for (const Use& use : kUses) {
     for (const End how : kEnds) {
       SCOPED_TRACE(std::string(use.name) + ", end " + std::to_string(static_cast<int>(how)));
+      road.reset();  // one bus at a time
       road = GetParam().make();
       for (int round = 0; round < 3; ++round) {
         road->connect();

@@ -47,6 +47,10 @@ class Road {
   // The next connection gives up on a send early; false where that is not to be had.
   virtual bool becomeImpatient() { return false; }
 
+  // How many connections there may be in a test that takes seconds.
+  virtual int manyConnections() { return 1000; }
+
+  // False where the medium knows no such end.
   virtual bool cut(Cut how) = 0;
   // False when the connection is over. Blocks while the handle takes nothing.
   virtual bool send(ByteView bytes) = 0;
