@@ -17,6 +17,7 @@ import buses
 import importing
 import numpy as np
 import pyqvx
+import roads
 import round_trip
 from measure import Row, compared, in_new_process
 
@@ -74,6 +75,9 @@ def main() -> int:
         lambda: [round_trip.blocking(rounds, 100 if quick else 500)],
         lambda: round_trip.toggling(rounds, 100 if quick else 500),
         lambda: round_trip.awaited(rounds, 100 if quick else 500),
+        lambda: [roads.serial(rounds, 100 if quick else 500)],
+        lambda: [roads.throughput(1 if quick else 5)],
+        lambda: roads.many(1 if quick else 10),
         lambda: streaming(20 if quick else 201),
         lambda: buses.frames(rounds, 20 if quick else 100),
         lambda: buses.received(rounds, 100 if quick else 1000),

@@ -3,6 +3,7 @@
 #include "binding/coroutine.h"
 #include "binding/devices.h"
 #include "binding/operations.h"
+#include "binding/transports.h"
 #include "protocol/aside.h"
 #include "protocol/uart_device.h"
 #include "transport/uart.h"
@@ -31,9 +32,13 @@ void bindClient(py::module_& module) {
           "client alone: raw, 8 data bits, no parity, 1 stop bit. Raises UARTConnectionError.")
       .def_property_readonly("socket", &UARTClient::socket,
                              "-> int\n\nThe descriptor of the open port, 0 when none is open.")
-      .def_property("read_timeout", &UARTClient::readTimeout, &UARTClient::setReadTimeout,
-                    "-> float\n\nSeconds that reads wait after the next connect.")
-      .def("setTimeout", &UARTClient::setTimeout, py::arg("t"),
+      .def_property(
+          "read_timeout", &UARTClient::readTimeout,
+          [](UARTClient& self, const Argument& seconds) {
+            self.setReadTimeout(checkedNumber(seconds, "read_timeout"));
+          },
+          "-> float\n\nSeconds that reads wait after the next connect.")
+      .def("setTimeout", &setReadTimeout<UARTClient>, py::arg("t"),
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 }
 

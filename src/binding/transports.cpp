@@ -95,6 +95,13 @@ class PythonTransport final : public Transport {
   py::object object_;
 };
 
+// A read makes room for all of it first.
+constexpr int kLargestRead = 1 << 24;
+
+std::size_t readSize(const Argument& size) {
+  return static_cast<std::size_t>(checkedRange(size, "size", 0, kLargestRead));
+}
+
 }  // namespace
 
 std::shared_ptr<Transport> transportOf(const py::object& client) {
@@ -145,23 +152,26 @@ void bindTransports(py::module_& module) {
           py::arg("packet"), "sendPacket(packet: list[int]) -> None\n\nWrites one whole frame.")
       .def(
           "recvPacket",
-          [](Client& self, std::size_t size) {
+          [](Client& self, const Argument& size) {
+            const std::size_t most = readSize(size);
             Bytes bytes;
             {
               const Unlocked released;
-              bytes = self.recvPacket(size);
+              bytes = self.recvPacket(most);
             }
             return makeBytes(bytes);
           },
           py::arg("size"),
-          "recvPacket(size: int) -> bytes\n\nWhat arrived within the read timeout, at most `size` bytes.")
+          "recvPacket(size: int) -> bytes\n\nWhat arrived within the read timeout, at most `size` bytes "
+          "(0..16777216).")
       .def(
           "recvAndSplitPacket",
-          [](Client& self, std::size_t size) {
+          [](Client& self, const Argument& size) {
+            const std::size_t most = readSize(size);
             std::vector<Frame> frames;
             {
               const Unlocked released;
-              frames = self.recvAndSplitPacket(size);
+              frames = self.recvAndSplitPacket(most);
             }
             return makeFrames(frames);
           },
@@ -173,7 +183,7 @@ void bindTransports(py::module_& module) {
   py::class_<NetworkClient, Client, std::shared_ptr<NetworkClient>>(module, "NetworkClient", "A client over a socket.")
       .def_property_readonly("socket", &NetworkClient::socket,
                              "-> int\n\nThe socket's descriptor, 0 when none is open.")
-      .def("setTimeout", &NetworkClient::setTimeout, py::arg("t"),
+      .def("setTimeout", &setReadTimeout<NetworkClient>, py::arg("t"),
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 
   py::class_<TCPClient, NetworkClient, std::shared_ptr<TCPClient>>(module, "TCPClient",

@@ -5,6 +5,7 @@
 #include "binding/coroutine.h"
 #include "binding/devices.h"
 #include "binding/operations.h"
+#include "binding/transports.h"
 #include "core/constants.h"
 #include "protocol/aside.h"
 #include "protocol/usb_device.h"
@@ -46,7 +47,7 @@ void bindClient(py::module_& module) {
           "ep_in", [](const USBClient&) { return USB_EP_IN; }, "-> int\n\nThe bulk IN endpoint.")
       .def_property_readonly(
           "ep_out", [](const USBClient&) { return USB_EP_OUT; }, "-> int\n\nThe bulk OUT endpoint.")
-      .def("setTimeout", &USBClient::setTimeout, py::arg("t"),
+      .def("setTimeout", &setReadTimeout<USBClient>, py::arg("t"),
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 }
 

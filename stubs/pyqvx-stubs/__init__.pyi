@@ -1627,7 +1627,7 @@ class Client:
     def sendPacket(self, packet: list[int]) -> None:
         """Writes one whole frame."""
     def recvPacket(self, size: int) -> bytes:
-        """What arrived within the read timeout, at most `size` bytes."""
+        """What arrived within the read timeout, at most `size` bytes (0..16777216)."""
     def recvAndSplitPacket(self, size: int) -> list[tuple[int, bytes]]:
         """Reads once and returns the frames that are now whole."""
     def disconnect(self) -> None:

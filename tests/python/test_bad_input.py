@@ -219,3 +219,21 @@ def test_pythons_rule_of_what_an_int_is(fake):
             fake.AI_setMode(0, value)
     assert fake.AI_setMode(False, True) == 0
     assert fake.client_cmd.sent == [(178, b"\0\1")]
+
+
+@pytest.mark.parametrize("make", [pyqvx.TCPClient, pyqvx.UDPClient, pyqvx.UARTClient])
+def test_clients_check_sizes_and_times_before_they_read(make):
+    client = make()
+    for read in (client.recvPacket, client.recvAndSplitPacket):
+        for size in ("64", 64.0, None, [64]):
+            with pytest.raises(pyqvx.InputTypeNotCorrectError):
+                read(size)
+        for size in (-1, 2**24 + 1, 2**40, 2**80):
+            with pytest.raises(pyqvx.InputDataNotInRangeError):
+                read(size)
+    for seconds in ("1", b"1", [1]):
+        with pytest.raises(pyqvx.InputTypeNotCorrectError):
+            client.setTimeout(seconds)
+    for seconds in (-1, float("nan")):
+        with pytest.raises(pyqvx.InputDataNotInRangeError):
+            client.setTimeout(seconds)
