@@ -46,8 +46,8 @@ def frames(rounds: int, packets: int) -> list[Row]:
         bench = stack.enter_context(VirtualDevice("CordlogF1CD"))
         device = stack.enter_context(pyqvx.CordlogF1CD(verbose=False))
         device.connect(bench.url)
-        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))
-        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))
+        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
+        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
         message = can.Message(arbitration_id=0x123, data=range(1, 9), is_extended_id=False)
 
         def take() -> None:
@@ -81,8 +81,8 @@ def interface(rounds: int, packets: int) -> list[Row]:
     count = packets * FRAMES_IN_PACKET
     with ExitStack() as stack:
         bus = stack.enter_context(QvxBus(stack.enter_context(VirtualDevice("CordlogF1CD")).url))
-        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))
-        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))
+        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
+        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
         message = can.Message(arbitration_id=0x123, data=range(1, 9), is_extended_id=False)
 
         def ours() -> float:

@@ -1,4 +1,4 @@
-"""Shows what happens on a CAN bus with two CordlogF1CD: one asks, and prints every frame that it receives until
+"""Shows what happens on a CAN bus with two CordlogF1CD: one asks, and prints what it receives until
 it sees the answer of the other one."""
 
 import asyncio

@@ -28,7 +28,7 @@ class UartFirmware final : public Module {
  private:
   struct Arrival {
     TimePoint time;
-    std::uint8_t value;
+    std::uint8_t value = 0;
   };
   struct Port {
     const UartPortRow* row;
