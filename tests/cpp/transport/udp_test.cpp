@@ -45,6 +45,14 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(begin(entries), end(entries));
 }
 
+// Whether no more than `before` are open once the look-up of this host's name, which has its own, is over.
+bool nothingLeftOpen(std::ptrdiff_t before) {
+  for (int i = 0; i < 2000 && openDescriptors() > before; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return openDescriptors() <= before;
+}
+
 int portOf(const UDPClient& client) {
   sockaddr_in address{};
   socklen_t size = sizeof address;
@@ -141,7 +149,7 @@ TEST_F(UDPClientTest, RefusesWhatIsNoLocalEnd) {
     failureOf(ErrorId::InputDataNotInRangeError, [&] { other.bind("127.0.0.1", number); });
   }
   failureOf(ErrorId::NetworkConnectionError, [&] { client.bind("127.0.0.1", 0); });  // listens already
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_TRUE(nothingLeftOpen(before));
   EXPECT_EQ(other.socket(), 0);
   failureOf(ErrorId::APINotSupportError, [&] { client.sendPacket(kFrame); });
   failureOf(ErrorId::NetworkConnectionLostError, [&] { other.recvAndSplitPacket(512); });
@@ -204,7 +212,7 @@ TEST_F(UDPClientTest, ManyCyclesUnderUseLeaveNothingOpen) {
   done = true;
   client.wake();
   reader.join();
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_TRUE(nothingLeftOpen(before));
 }
 
 // Runs `body` on a thread whose network has a loopback interface, still down, and nothing else. False where that is not
