@@ -38,6 +38,7 @@ def rate(row: Row, what: str, count: int, seconds: float) -> list[Row]:
 def frames(rounds: int, packets: int) -> list[Row]:
     try:
         import can
+        from can.interfaces.virtual import VirtualBus
     except ImportError:
         return [Row("CAN frames: python-can is not installed", "", 0, None)]
     count = packets * FRAMES_IN_PACKET
@@ -46,8 +47,8 @@ def frames(rounds: int, packets: int) -> list[Row]:
         bench = stack.enter_context(VirtualDevice("CordlogF1CD"))
         device = stack.enter_context(pyqvx.CordlogF1CD(verbose=False))
         device.connect(bench.url)
-        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
-        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
+        sender = stack.enter_context(VirtualBus("benchmark"))
+        receiver = stack.enter_context(VirtualBus("benchmark"))
         message = can.Message(arbitration_id=0x123, data=range(1, 9), is_extended_id=False)
 
         def take() -> None:
@@ -76,13 +77,14 @@ def frames(rounds: int, packets: int) -> list[Row]:
 def interface(rounds: int, packets: int) -> list[Row]:
     """The same frames as messages of python-can, both through its Bus.recv."""
     import can
+    from can.interfaces.virtual import VirtualBus
     from can_qvx import QvxBus
 
     count = packets * FRAMES_IN_PACKET
     with ExitStack() as stack:
         bus = stack.enter_context(QvxBus(stack.enter_context(VirtualDevice("CordlogF1CD")).url))
-        sender = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
-        receiver = stack.enter_context(can.Bus("benchmark", interface="virtual"))  # type: ignore[abstract]
+        sender = stack.enter_context(VirtualBus("benchmark"))
+        receiver = stack.enter_context(VirtualBus("benchmark"))
         message = can.Message(arbitration_id=0x123, data=range(1, 9), is_extended_id=False)
 
         def ours() -> float:
@@ -96,7 +98,8 @@ def interface(rounds: int, packets: int) -> list[Row]:
             return timed(lambda: [receiver.recv(60) for _ in range(count)])
 
         what = f"{count:,} messages through can.Bus / its virtual bus"
-        return [compare(what, ours, reference, rounds, None)]
+        row = compare(what, ours, reference, rounds, None)
+    return [row]
 
 
 def received(rounds: int, packets: int) -> list[Row]:

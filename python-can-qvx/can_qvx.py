@@ -112,7 +112,12 @@ class QvxBus(can.BusABC):
         if msg.dlc != DATA_SIZE and not self._warned:
             self._warned = True
             LOG.warning("messages are sent with %d bytes: shorter ones are extended with zeros", DATA_SIZE)
-        frame = [msg.arbitration_id, list(msg.data or b""), msg.is_remote_frame, msg.is_extended_id]
+        frame: list[Any] = [
+            msg.arbitration_id,
+            list(msg.data or b""),
+            msg.is_remote_frame,
+            msg.is_extended_id,
+        ]
         end = math.inf if timeout is None else time.monotonic() + timeout
         with raising(can.CanOperationError):
             while True:
@@ -148,7 +153,7 @@ class QvxBus(can.BusABC):
                     self._device.CAN_setRXFilterOrMask(self._port, index, identifier, False, extended)
             self._device.CAN_setRXFilteringOn(self._port, 1)
 
-    @property
+    @property  # type: ignore[misc]
     def state(self) -> can.BusState:
         with raising(can.CanOperationError):
             errors = self._device._CAN_getInterrupts(self._port)[2]
@@ -178,7 +183,7 @@ class QvxBus(can.BusABC):
             time.sleep(RETRY_S)
 
     @staticmethod
-    def _detect_available_configs() -> list[dict[str, Any]]:
+    def _detect_available_configs() -> list[Any]:
         models = {
             label: name
             for name, label in pyqvx.LABEL_DICT.items()

@@ -9,7 +9,7 @@
 
 namespace qvx::bench {
 
-enum class Bus : std::uint8_t { I2C, SPI };
+enum class Bus : std::uint8_t { I2C, SPI, UART, CAN };
 
 // A port of a bus, and the digital ports and pins that it uses.
 struct BusPort {

@@ -24,7 +24,7 @@ constexpr std::uint32_t kExtendedBits = 0xFFE3FFFF;
 
 }  // namespace
 
-CanFirmware::CanFirmware(Board& board, const CanPortRow& row) : board_(board), row_(row) {
+CanFirmware::CanFirmware(Board& board, const BusPort& row) : board_(board), row_(row) {
   board_.can_bus->attach(*this);
 }
 
@@ -63,7 +63,7 @@ void CanFirmware::addCommands(CommandTable& table) {
 
 Answer CanFirmware::dispatch(const Request& request) {
   board_.can_bus->advance(request.now);  // what is over was over before this request
-  if (request.payload[0] != row_.port) {
+  if (request.payload[0] != row_.number) {
     return status::kPinIndex;
   }
   const auto row =
@@ -77,7 +77,7 @@ void CanFirmware::restart() {
 }
 
 Answer CanFirmware::open(const Request&) {
-  if (!board_.pins.take(row_.digital_port, row_.pins, PinMode::CAN)) {
+  if (!row_.take(board_.pins, PinMode::CAN)) {
     return status::kCan;
   }
   state_.open = true;
@@ -86,7 +86,7 @@ Answer CanFirmware::open(const Request&) {
 
 Answer CanFirmware::close(const Request& request) {
   leaveBus(request.now);
-  board_.pins.release(row_.digital_port, row_.pins, PinMode::CAN);
+  row_.release(board_.pins, PinMode::CAN);
   state_.open = false;
   return status::kOk;
 }
@@ -320,7 +320,7 @@ void CanFirmware::received(const BusFrame& frame) {
 // payload: port u8, records of identifier word u32, length u8, data in 8 bytes
 void CanFirmware::stream(TimePoint now) {
   while (state_.reader != nullptr && !state_.frames.empty() && state_.reader->room() >= kFramesInPacket * kRecordSize) {
-    Bytes packet = payload(u8(row_.port));
+    Bytes packet = payload(u8(row_.number));
     for (std::size_t i = 0; i < kFramesInPacket && !state_.frames.empty(); ++i) {
       const BusFrame& frame = state_.frames.front();
       appendField(packet, u32(frame.word));

@@ -9,16 +9,9 @@
 
 namespace qvx::bench {
 
-// A product's CAN port and its pins, all of one digital port.
-struct CanPortRow {
-  int port;
-  int digital_port;
-  PinMask pins;
-};
-
 class CanFirmware final : public Module, private CanNode {
  public:
-  CanFirmware(Board& board, const CanPortRow& row);
+  CanFirmware(Board& board, const BusPort& row);
   ~CanFirmware() override;
   void addCommands(CommandTable& table) override;
   void restart() override;
@@ -106,7 +99,7 @@ class CanFirmware final : public Module, private CanNode {
   void stream(TimePoint now);
 
   Board& board_;
-  const CanPortRow& row_;
+  const BusPort& row_;
   State state_;
 };
 

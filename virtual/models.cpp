@@ -49,9 +49,9 @@ const FreePins kCordlogPins = {{0, 0xFF}, {1, 0x3F}, {2, 0xCF}, {3, 0x3F}};
 // Clock and data; clock, data in, data out and select.
 const std::vector<BusPort> kI2cPorts = {{Bus::I2C, 1, {{2, 0xC0}}}, {Bus::I2C, 2, {{3, 0x03}}}};
 const std::vector<BusPort> kSpiPorts = {{Bus::SPI, 1, {{1, 0x0F}}}, {Bus::SPI, 2, {{3, 0x3C}}}};
-constexpr UartPortRow kCordlogSerialPorts[] = {{.port = 1, .digital_port = 2, .pins = 0x03},
-                                               {.port = 2, .digital_port = 2, .pins = 0x0C}};
-constexpr CanPortRow kCordlogCanPort = {.port = 1, .digital_port = 1, .pins = 0x30};
+// Sending pin, receiving pin.
+const std::vector<BusPort> kSerialPorts = {{Bus::UART, 1, {{2, 0x03}}}, {Bus::UART, 2, {{2, 0x0C}}}};
+const BusPort kCanPort = {Bus::CAN, 1, {{1, 0x30}}};
 
 template <class Firmware>
 std::unique_ptr<Module> make(Board& board) {
@@ -78,11 +78,11 @@ ModelRow onDemandInput(ProductId product, const char* serial_prefix) {
 }
 
 std::unique_ptr<Module> makeUart(Board& board) {
-  return std::make_unique<UartFirmware>(board, kCordlogSerialPorts);
+  return std::make_unique<UartFirmware>(board, kSerialPorts);
 }
 
 std::unique_ptr<Module> makeCan(Board& board) {
-  return std::make_unique<CanFirmware>(board, kCordlogCanPort);
+  return std::make_unique<CanFirmware>(board, kCanPort);
 }
 
 ModelRow wirelessAnalogInput(ProductId product, const char* serial_prefix) {
@@ -120,7 +120,7 @@ ModelRow cordlog(ProductId product, const char* serial_prefix, std::vector<MakeM
 ModelRow cordlogWithSerialPorts(ProductId product, const char* serial_prefix, std::vector<MakeModule> modules = {}) {
   modules.push_back(makeUart);
   ModelRow row = cordlog(product, serial_prefix, std::move(modules));
-  row.serial_ports = std::size(kCordlogSerialPorts);
+  row.serial_ports = static_cast<int>(kSerialPorts.size());
   return row;
 }
 

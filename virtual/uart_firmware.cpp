@@ -16,8 +16,8 @@ constexpr std::chrono::milliseconds kPacketPeriod{5};
 
 }  // namespace
 
-UartFirmware::UartFirmware(Board& board, std::span<const UartPortRow> rows) : board_(board) {
-  for (const UartPortRow& row : rows) {
+UartFirmware::UartFirmware(Board& board, std::span<const BusPort> rows) : board_(board) {
+  for (const BusPort& row : rows) {
     ports_.push_back({.row = &row});
   }
 }
@@ -49,7 +49,7 @@ void UartFirmware::addCommands(CommandTable& table) {
 Answer UartFirmware::dispatch(const Request& request) {
   tick(request.now);  // what has arrived so far arrived before this request
   const auto port = std::find_if(ports_.begin(), ports_.end(),
-                                 [&](const Port& candidate) { return candidate.row->port == request.payload[0]; });
+                                 [&](const Port& candidate) { return candidate.row->number == request.payload[0]; });
   if (port == ports_.end()) {
     return status::kPinIndex;
   }
@@ -65,7 +65,7 @@ void UartFirmware::restart() {
 }
 
 Answer UartFirmware::openPort(Port& port, const Request&) {
-  if (!board_.pins.take(port.row->digital_port, port.row->pins, PinMode::UART)) {
+  if (!port.row->take(board_.pins, PinMode::UART)) {
     return status::kUart;
   }
   port.open = true;
@@ -73,7 +73,7 @@ Answer UartFirmware::openPort(Port& port, const Request&) {
 }
 
 Answer UartFirmware::closePort(Port& port, const Request&) {
-  board_.pins.release(port.row->digital_port, port.row->pins, PinMode::UART);
+  port.row->release(board_.pins, PinMode::UART);
   port.open = false;
   port.reader = nullptr;
   port.buffer.clear();
@@ -115,8 +115,8 @@ Answer UartFirmware::write(Port& port, const Request& request) {
   port.line_free = later(begin, character * static_cast<double>(sent.size()));
   for (const auto& [from, to] : board_.serial_wires) {
     const auto receiver = std::find_if(ports_.begin(), ports_.end(),
-                                       [to = to](const Port& candidate) { return candidate.row->port == to; });
-    if (from != port.row->port || receiver == ports_.end()) {
+                                       [to = to](const Port& candidate) { return candidate.row->number == to; });
+    if (from != port.row->number || receiver == ports_.end()) {
       continue;
     }
     for (const Character& received : receivedOf(sent, port.settings, receiver->settings)) {
@@ -175,7 +175,7 @@ void UartFirmware::stream(Port& port, TimePoint now) {
   while (port.reader != nullptr && !port.buffer.empty() && port.reader->room() >= kPacketData) {
     const auto count = static_cast<std::ptrdiff_t>(std::min(port.buffer.size(), kPacketData));
     port.reader->send(START_UART_READING,
-                      payload(u8(port.row->port), Bytes(port.buffer.begin(), port.buffer.begin() + count)), now);
+                      payload(u8(port.row->number), Bytes(port.buffer.begin(), port.buffer.begin() + count)), now);
     port.buffer.erase(port.buffer.begin(), port.buffer.begin() + count);
     port.last_packet = now;
   }

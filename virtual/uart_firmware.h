@@ -9,16 +9,9 @@
 
 namespace qvx::bench {
 
-// A product's serial port and its pins, all of one digital port.
-struct UartPortRow {
-  int port;
-  int digital_port;
-  PinMask pins;
-};
-
 class UartFirmware final : public Module {
  public:
-  UartFirmware(Board& board, std::span<const UartPortRow> rows);
+  UartFirmware(Board& board, std::span<const BusPort> rows);
   void addCommands(CommandTable& table) override;
   void restart() override;
   void tick(TimePoint now) override;
@@ -31,7 +24,7 @@ class UartFirmware final : public Module {
     std::uint8_t value = 0;
   };
   struct Port {
-    const UartPortRow* row;
+    const BusPort* row;
     bool open = false;
     LineSettings settings{};
     TimePoint line_free{};           // when everything written has left

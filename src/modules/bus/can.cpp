@@ -44,14 +44,6 @@ void CANBased::decode(const Bytes& block) {
   }
 }
 
-Reply CANBased::request(int cmd, int port, const Bytes& fields, const Argument& timeout) const {
-  return link_.request(cmd, payload(u8(port), fields), checkedTimeout(timeout));
-}
-
-int CANBased::setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const {
-  return request(cmd, port, fields, timeout).status(1);
-}
-
 int CANBased::_checkCANPort(const Argument& port) const {
   return checkBusPort(can_dict, port, ErrorId::CANPortNotAvaliableError);
 }
@@ -75,35 +67,35 @@ void CANBased::_checkCANPinState_(const Argument& port, const Argument& timeout)
 int CANOperations::CAN_open(const Argument& port, const Argument& timeout) {
   const int number = _checkCANPort(port);
   _checkCANPinState_(port, timeout);
-  const int status = setting(OPEN_CAN, number, {}, timeout);
+  const int status = statusOfPort(link_, OPEN_CAN, number, {}, timeout);
   decoder().open();
   return status;
 }
 
 int CANOperations::CAN_close(const Argument& port, const Argument& timeout) {
   CAN_stop(port, timeout);
-  const int status = setting(CLOSE_CAN, _checkCANPort(port), {}, timeout);
+  const int status = statusOfPort(link_, CLOSE_CAN, _checkCANPort(port), {}, timeout);
   decoder().close();
   return status;
 }
 
 int CANOperations::CAN_start(const Argument& port, const Argument& timeout) {
-  return setting(START_CAN, _checkCANPort(port), {}, timeout);
+  return statusOfPort(link_, START_CAN, _checkCANPort(port), {}, timeout);
 }
 
 int CANOperations::CAN_stop(const Argument& port, const Argument& timeout) {
-  return setting(STOP_CAN, _checkCANPort(port), {}, timeout);
+  return statusOfPort(link_, STOP_CAN, _checkCANPort(port), {}, timeout);
 }
 
 int CANOperations::CAN_setSpeed(const Argument& port, const Argument& speed_mode, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return setting(SET_CAN_SPEED, number, payload(u8(_checkCANSpeed(speed_mode))), timeout);
+  return statusOfPort(link_, SET_CAN_SPEED, number, payload(u8(_checkCANSpeed(speed_mode))), timeout);
 }
 
 int CANOperations::CAN_write(const Argument& port, const Argument& id, const Argument& data, const Argument& remote,
                              const Argument& extended_id, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return setting(WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout);
+  return statusOfPort(link_, WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout);
 }
 
 std::vector<CANFrame> CANOperations::CAN_read(const Argument& port, const Argument& num_frames, const Argument& delay) {
@@ -114,7 +106,8 @@ std::vector<CANFrame> CANOperations::CAN_read(const Argument& port, const Argume
 
 int CANOperations::CAN_setRXFilteringOn(const Argument& port, const Argument& on_off, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return setting(SET_CAN_RX_FILTERING_ON, number, payload(u8(checkedRange(on_off, "on_off", 0, 1))), timeout);
+  return statusOfPort(link_, SET_CAN_RX_FILTERING_ON, number, payload(u8(checkedRange(on_off, "on_off", 0, 1))),
+                      timeout);
 }
 
 int CANOperations::CAN_setRXFilterOrMask(const Argument& port, const Argument& index, const Argument& id,
@@ -122,32 +115,32 @@ int CANOperations::CAN_setRXFilterOrMask(const Argument& port, const Argument& i
   const int number = _checkCANPort(port);
   const int which = checkedRange(index, "index", 0, kHighestFilterOrMask);
   const CANFrame frame(id, std::vector<Argument>(), remote, extended_id);
-  return setting(SET_CAN_RX_FILTER_OR_MASK, number, payload(u8(which), u32(frame.word())), timeout);
+  return statusOfPort(link_, SET_CAN_RX_FILTER_OR_MASK, number, payload(u8(which), u32(frame.word())), timeout);
 }
 
 int CANOperations::_CAN_setTXPriority(const Argument& port, const Argument& tx_mode, const Argument& priority,
                                       const Argument& timeout) {
   const int number = _checkCANPort(port);
   const int buffer = _checkCANTXIndex(tx_mode);
-  return setting(SET_CAN_TX_PRIORITY, number, payload(u8(buffer), u8(_checkCANTXPriority(priority))), timeout);
+  return statusOfPort(link_, SET_CAN_TX_PRIORITY, number, payload(u8(buffer), u8(_checkCANTXPriority(priority))),
+                      timeout);
 }
 
 int CANOperations::_CAN_setRXRollover(const Argument& port, const Argument& status, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return setting(SET_CAN_RX_ROLLOVER, number, payload(u8(checkedRange(status, "status", 0, 1))), timeout);
+  return statusOfPort(link_, SET_CAN_RX_ROLLOVER, number, payload(u8(checkedRange(status, "status", 0, 1))), timeout);
 }
 
 int CANOperations::_CAN_setEnableInterrupt(const Argument& port, const Argument& status, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return setting(SET_CAN_ENABLED_ITR, number, payload(u8(checkedRange(status, "status", 0, 255))), timeout);
+  return statusOfPort(link_, SET_CAN_ENABLED_ITR, number, payload(u8(checkedRange(status, "status", 0, 255))), timeout);
 }
 
 // reply: port, status, `count` bytes
 std::vector<int> CANOperations::bytesOf(int cmd, std::size_t count, const Argument& port,
                                         const Argument& timeout) const {
-  const Reply reply = request(cmd, _checkCANPort(port), {}, timeout);
-  reply.status(1);
-  const ByteView bytes = reply.field(2, count);
+  const Reply data(cmd, dataOfPort(link_, cmd, _checkCANPort(port), {}, timeout));
+  const ByteView bytes = data.field(0, count);
   return {bytes.begin(), bytes.end()};
 }
 
@@ -161,11 +154,10 @@ std::vector<int> CANOperations::_CAN_getErrors(const Argument& port, const Argum
 
 // reply: port, status, u32 for each counter
 std::vector<std::uint32_t> CANOperations::_CAN_getCounters(const Argument& port, const Argument& timeout) {
-  const Reply reply = request(GET_CAN_COUNTERS, _checkCANPort(port), {}, timeout);
-  reply.status(1);
+  const Reply data(GET_CAN_COUNTERS, dataOfPort(link_, GET_CAN_COUNTERS, _checkCANPort(port), {}, timeout));
   std::vector<std::uint32_t> counters;
   for (std::size_t i = 0; i < kCounters; ++i) {
-    counters.push_back(reply.get<std::uint32_t>(2 + 4 * i));
+    counters.push_back(data.get<std::uint32_t>(4 * i));
   }
   return counters;
 }

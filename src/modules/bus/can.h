@@ -55,11 +55,6 @@ class CANBased {
   StreamDecoder& decoder() { return decoder_; }
 
  protected:
-  // Sends [port, fields...].
-  Reply request(int cmd, int port, const Bytes& fields, const Argument& timeout) const;
-  // The same; returns the status of the reply.
-  int setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const;
-
   Link link_;
 
  private:

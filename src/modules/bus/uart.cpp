@@ -106,10 +106,6 @@ void UARTBased::closed(int port) {
   }
 }
 
-int UARTBased::setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const {
-  return link_.request(cmd, payload(u8(port), fields), checkedTimeout(timeout)).status(1);
-}
-
 int UARTBased::_checkUARTPort(const Argument& port) const {
   return checkBusPort(uart_dict, port, ErrorId::UARTPortNotAvaliableError);
 }
@@ -144,7 +140,7 @@ void UARTBased::_checkUARTPinState(const Argument& port, const Argument& timeout
 int UARTOperations::UART_open(const Argument& port, const Argument& timeout) {
   const int number = _checkUARTPort(port);
   _checkUARTPinState(port, timeout);
-  const int status = setting(OPEN_UART, number, {}, timeout);
+  const int status = statusOfPort(link_, OPEN_UART, number, {}, timeout);
   _UART_startReading(port);
   opened(number);
   return status;
@@ -153,34 +149,34 @@ int UARTOperations::UART_open(const Argument& port, const Argument& timeout) {
 int UARTOperations::UART_close(const Argument& port, const Argument& timeout) {
   UART_stopReading(port, timeout);
   const int number = _checkUARTPort(port);
-  const int status = setting(CLOSE_UART, number, {}, timeout);
+  const int status = statusOfPort(link_, CLOSE_UART, number, {}, timeout);
   closed(number);
   return status;
 }
 
 int UARTOperations::UART_setBaudRate(const Argument& port, const Argument& baud_rate, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return setting(SET_UART_BAUD_RATE, number, payload(u32(_checkUARTBaudRate(baud_rate))), timeout);
+  return statusOfPort(link_, SET_UART_BAUD_RATE, number, payload(u32(_checkUARTBaudRate(baud_rate))), timeout);
 }
 
 int UARTOperations::UART_setDataBit(const Argument& port, const Argument& mode, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return setting(SET_UART_DATA_SIZE, number, payload(u8(_checkUARTDataBit(mode))), timeout);
+  return statusOfPort(link_, SET_UART_DATA_SIZE, number, payload(u8(_checkUARTDataBit(mode))), timeout);
 }
 
 int UARTOperations::UART_setParity(const Argument& port, const Argument& mode, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return setting(SET_UART_PARITY, number, payload(u8(_checkUARTParityMode(mode))), timeout);
+  return statusOfPort(link_, SET_UART_PARITY, number, payload(u8(_checkUARTParityMode(mode))), timeout);
 }
 
 int UARTOperations::UART_setNumStopBit(const Argument& port, const Argument& mode, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return setting(SET_UART_NUM_STOP_BITS, number, payload(u8(_checkUARTNumStopBitMode(mode))), timeout);
+  return statusOfPort(link_, SET_UART_NUM_STOP_BITS, number, payload(u8(_checkUARTNumStopBitMode(mode))), timeout);
 }
 
 int UARTOperations::UART_write(const Argument& port, const Argument& write_data, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return setting(WRITE_UART, number, bytesToWrite(write_data), timeout);
+  return statusOfPort(link_, WRITE_UART, number, bytesToWrite(write_data), timeout);
 }
 
 Bytes UARTOperations::UART_read(const Argument& port, const Argument& bytes_to_read, const Argument& delay) {
@@ -190,7 +186,7 @@ Bytes UARTOperations::UART_read(const Argument& port, const Argument& bytes_to_r
 }
 
 int UARTOperations::UART_reset(const Argument& port, const Argument& timeout) {
-  return setting(RESET_UART, _checkUARTPort(port), {}, timeout);
+  return statusOfPort(link_, RESET_UART, _checkUARTPort(port), {}, timeout);
 }
 
 int UARTOperations::_UART_startReading(const Argument& port) {
@@ -199,7 +195,7 @@ int UARTOperations::_UART_startReading(const Argument& port) {
 }
 
 int UARTOperations::UART_stopReading(const Argument& port, const Argument& timeout) {
-  return setting(STOP_UART_READING, _checkUARTPort(port), {}, timeout);
+  return statusOfPort(link_, STOP_UART_READING, _checkUARTPort(port), {}, timeout);
 }
 
 }  // namespace qvx

@@ -68,8 +68,6 @@ class UARTBased {
     StreamDecoder decoder;
   };
 
-  // Sends [port, fields...] and returns the status of the reply.
-  int setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const;
   ByteQueue& received(int port) const { return *signalQueue(port == 1 ? 0 : 1); }
   void opened(int port);
   void closed(int port);

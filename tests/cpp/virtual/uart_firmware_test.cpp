@@ -135,7 +135,9 @@ TEST_F(UartFirmwareTest, TakesItsPinsAndGivesThemBack) {
   EXPECT_EQ(ask(CLOSE_UART, {1}), (Bytes{1, 0}));
   EXPECT_EQ(mode(0), PinMode::Idle);
   EXPECT_EQ(ask(SET_SLOT_DO, {2})[1], 0);
-  EXPECT_EQ(ask(OPEN_UART, {1}), (Bytes{1, 23}));
+  EXPECT_EQ(ask(OPEN_UART, {1}), (Bytes{1, 0}));  // digital lines give way
+  EXPECT_EQ(mode(1), PinMode::UART);
+  EXPECT_EQ(mode(2), PinMode::DO);
 }
 
 TEST_F(UartFirmwareTest, CharactersArriveAtTheOtherPortAtTheirPace) {
