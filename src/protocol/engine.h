@@ -4,8 +4,8 @@
 
 #include "core/argument.h"
 #include "core/frame.h"
-#include "core/process.h"
 #include "protocol/pools.h"
+#include "transport/process.h"
 #include "transport/transport.h"
 
 #include <atomic>

@@ -1,9 +1,9 @@
 // What the clients share whose medium is a file descriptor: read by one thread, written and closed by any.
 #pragma once
 
-#include "core/process.h"
 #include "transport/client.h"
 #include "transport/descriptor.h"
+#include "transport/process.h"
 #include "transport/turn.h"
 
 #include <sys/types.h>

@@ -255,5 +255,6 @@ print(device)
         process.send_signal(signal.SIGINT)
         assert process.stdout.readline() == "interrupted\n"
         assert time.monotonic() - begin < 4  # of the 5 s that a connect or a send may take
-        assert process.stdout.read() == "<NetworkDevice closed>\n"
+        # A frame of which a part is out takes its connection along, and the thread may report that.
+        assert process.stdout.read().endswith("<NetworkDevice closed>\n")
     assert process.returncode == 0
