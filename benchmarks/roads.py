@@ -49,7 +49,7 @@ def serial(rounds: int, repeats: int) -> Row:
                     size += len(os.read(fd, 4096))
             return (time.perf_counter() - began) / repeats
 
-        return compare("serial round trip / raw terminal", ours, reference, rounds, None)
+    return compare("serial round trip / raw terminal", ours, reference, rounds, None)
 
 
 def throughput(seconds: int) -> Row:
@@ -125,7 +125,7 @@ def measure_many(seconds: int) -> dict[str, float]:
         for device in devices:
             result["lost"] += device._AI_getCounter(PORT, timeout=30)[2]
             result["lost"] += device.ai_signal_queue_list[PORT].dropped
-        return result
+    return result
 
 
 if __name__ == "__main__":
