@@ -49,7 +49,8 @@ def serial(rounds: int, repeats: int) -> Row:
                     size += len(os.read(fd, 4096))
             return (time.perf_counter() - began) / repeats
 
-    return compare("serial round trip / raw terminal", ours, reference, rounds, None)
+        row = compare("serial round trip / raw terminal", ours, reference, rounds, None)
+    return row
 
 
 def throughput(seconds: int) -> Row:
