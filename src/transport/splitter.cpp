@@ -10,6 +10,8 @@ namespace {
 
 constexpr int kLastTwoBytePrefix = 48;  // a code byte up to here is the high byte of a two-byte code
 constexpr std::size_t kKeptCapacity = 1 << 20;
+// From a start byte to the end bytes of the longest frame, these included.
+constexpr std::size_t kLongestFrame = CMD_INDEX_2 + 32767 + 2;
 
 }  // namespace
 
@@ -47,8 +49,25 @@ std::vector<Frame> FrameSplitter::split() {
       last_index_ = end + 1;
     }
   }
+  if (stream().size() > kHopeless) {
+    dropHopeless();
+  }
   compact();
   return frames;
+}
+
+// The whole stream has been looked at, so a frame that is still to end begins at its last kLongestFrame bytes at most.
+void FrameSplitter::dropHopeless() {
+  const std::size_t count = stream().size() - kLongestFrame;
+  std::erase_if(claims_, [count](const Claim& claim) { return claim.start < count; });
+  for (Claim& claim : claims_) {
+    claim.end -= count;
+    claim.start -= count;
+  }
+  std::ranges::make_heap(claims_, std::greater<>());
+  head_ += count;
+  scanned_ -= count;
+  last_index_ -= std::min(last_index_, count);
 }
 
 // Called when the two length bytes behind `start` have arrived.

@@ -19,9 +19,14 @@ namespace qvx {
 // once: a start byte claims its end as soon as its length has arrived, and a CR LF asks for the claim on its position.
 // At most 32770 claims are pending, because none reaches further ahead, so the cost per byte is bounded.
 //
+// What is further back than the longest frame can belong to none. When more than kHopeless bytes are waiting, it goes:
+// a serial line at the wrong rate would otherwise fill the memory in days, a hostile peer in minutes.
+//
 // Not synchronized: the owner locks.
 class FrameSplitter {
  public:
+  static constexpr std::size_t kHopeless = 1 << 20;
+
   void append(ByteView bytes);
   // The frames that are now whole, in stream order; their bytes and all before them leave the stream.
   std::vector<Frame> split();
@@ -47,6 +52,7 @@ class FrameSplitter {
   void dropClaimsBefore(std::size_t end);
   Frame cutFrame(std::size_t start, std::size_t end) const;
   void consume(std::size_t count);
+  void dropHopeless();
   void compact();
 
   Bytes buffer_;

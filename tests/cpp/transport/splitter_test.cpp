@@ -162,6 +162,35 @@ TEST(FrameSplitter, HostileStreamsCostNoMoreThanOthers) {
   }
 }
 
+// Noise that never ends takes no more memory, and the frames in it are found as by the rule.
+TEST(FrameSplitter, ForgetsWhatNoFrameCanReach) {
+  Random random(1);
+  for (const std::size_t noise_size : {1000U, 33'000U, 700'000U}) {
+    FrameSplitter splitter;
+    std::size_t found = 0;
+    for (int i = 0; i < 12; ++i) {
+      Bytes bytes(noise_size);
+      for (auto& byte : bytes) {
+        byte = static_cast<std::uint8_t>(128 + upTo(random, 100));  // no start byte, no end
+      }
+      const Bytes frame = buildFrame(240, Bytes(32'766, static_cast<std::uint8_t>(i)));  // the longest there is
+      bytes.insert(bytes.end(), frame.begin(), frame.end());
+      const bool whole_frame = i % 3 == 2;
+      bytes.resize(bytes.size() - (whole_frame ? 0 : 1));  // of two in three the end is lost
+      for (std::size_t at = 0; at < bytes.size(); at += 1460) {
+        splitter.append(ByteView(bytes).subspan(at, std::min<std::size_t>(1460, bytes.size() - at)));
+        for (const Frame& whole : splitter.split()) {
+          EXPECT_EQ(whole, (Frame{240, Bytes(32'766, static_cast<std::uint8_t>(i))}));
+          ++found;
+        }
+        EXPECT_LE(splitter.stream().size(), FrameSplitter::kHopeless);
+        EXPECT_LE(splitter.lastIndex(), splitter.stream().size());
+      }
+    }
+    EXPECT_EQ(found, 4U) << noise_size;
+  }
+}
+
 class ScriptedClient : public Client {
  public:
   std::vector<Bytes> reads;  // taken from the back
