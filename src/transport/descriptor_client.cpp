@@ -2,6 +2,7 @@
 
 #include "core/errors.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -95,11 +96,11 @@ std::vector<Frame> DescriptorClient::recvAndSplitPacket(std::size_t size) {
 }
 
 Bytes DescriptorClient::receive(Link& link, std::size_t size) {
-  Bytes bytes(size);
+  Bytes bytes(std::min(size, kMostAtOnce));
   const Deadline deadline = readDeadline();
-  while (size != 0) {
+  while (!bytes.empty()) {
     const bool readable = medium_.reads_to_the_end || !(link.isLost() || link.isEnded());
-    const auto count = readable ? medium_.read(link.fd(), bytes.data(), size) : 0;
+    const auto count = readable ? medium_.read(link.fd(), bytes.data(), bytes.size()) : 0;
     const int error = errno;
     if (count > 0) {
       bytes.resize(static_cast<std::size_t>(count));

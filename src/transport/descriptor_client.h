@@ -21,6 +21,8 @@ namespace qvx {
 
 // A device that does not take a frame within this time has lost its connection.
 inline constexpr std::chrono::milliseconds kSendLimit{5000};
+// What one read returns at most, however much it may: the room for it is made before anything has come.
+inline constexpr std::size_t kMostAtOnce = 1 << 20;
 
 // Threads: one reader at a time; any number of senders; disconnect, wake and setTimeout from anywhere. All of them
 // share the Link they work on, so that its descriptor is closed only when the last of them has let go, and is never

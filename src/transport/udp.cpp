@@ -176,11 +176,11 @@ std::vector<Frame> UDPClient::recvAndSplitPacket(std::size_t size) {
 }
 
 UDPClient::Datagram UDPClient::receive(Link& link, std::size_t size) {
-  Bytes bytes(size);
+  Bytes bytes(std::min(size, kMostAtOnce));
   const Deadline deadline = readDeadline();
-  while (size != 0) {
+  while (!bytes.empty()) {
     sockaddr_in source{};
-    iovec part{bytes.data(), size};
+    iovec part{bytes.data(), bytes.size()};
     alignas(cmsghdr) std::array<std::byte, CMSG_SPACE(sizeof(in_pktinfo))> control{};
     msghdr message{};
     message.msg_name = &source;

@@ -72,6 +72,8 @@ TEST_F(TCPClientTest, CarriesFramesBothWays) {
   peer->send({1, 2, 3, 4, 5});
   EXPECT_EQ(client.recvPacket(3), (Bytes{1, 2, 3}));
   EXPECT_EQ(client.recvPacket(3), (Bytes{4, 5}));
+  peer->send({6});
+  EXPECT_EQ(client.recvPacket(std::size_t{1} << 62), Bytes{6});  // a size is no promise, and takes no memory
 }
 
 TEST_F(TCPClientTest, RefusesArgumentsBeforeAnythingIsOpened) {
