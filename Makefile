@@ -47,6 +47,7 @@ demo: build
 
 bench: build
 	@tools/install-packages test
+	@cmake --build build/release --target qvx_mock_bus
 	@$(PYTHON) benchmarks/run.py
 
 # Needs no build: only the compile commands.

@@ -73,9 +73,9 @@ def connected(source: str = "sine", model: str = "FeroxA") -> Iterator[tuple[Any
 
 
 def in_new_process(script: str, *arguments: object, environ: dict[str, str] | None = None) -> Any:
-    """Runs a script of this directory and returns what it prints as JSON."""
+    """Runs a script of this directory and returns what it prints last, as JSON."""
     command = [sys.executable, str(Path(__file__).parent / script), *map(str, arguments)]
     done = subprocess.run(
         command, env=os.environ | (environ or {}), stdout=subprocess.PIPE, text=True, timeout=300, check=True
     )
-    return json.loads(done.stdout)
+    return json.loads(done.stdout.splitlines()[-1])

@@ -1,4 +1,4 @@
-"""A serial line's round trip, the throughput of TCP, and many devices in one process.
+"""Every other road: round trips, throughput, discovery, and many devices in one process.
 
 roads.py SECONDS measures many devices, in a process that has had nothing else, and prints a JSON object.
 """
@@ -12,12 +12,15 @@ import time
 import tty
 from contextlib import ExitStack
 from pathlib import Path
+from statistics import median
 
 import pyqvx
 from measure import PORT, Row, compare, in_new_process
+from measure import seconds as seconds_text
 from qvx_virtual import VirtualDevice
 from round_trip import REQUEST
 
+ROOT = Path(__file__).resolve().parents[1]
 DEVICES = 100
 RATE = 20_000  # the fastest that the product samples
 REPLY_SIZE = 3 + 9 + 2
@@ -53,11 +56,14 @@ def serial(rounds: int, repeats: int) -> Row:
     return row
 
 
-def throughput(seconds: int) -> Row:
+def throughput(seconds: int, model: str = "FeroxA") -> Row:
     """Samples that a device sends as fast as TCP takes them, read as arrays."""
-    with VirtualDevice("FeroxA", stream_as_fast_as_possible=True) as bench:
-        with pyqvx.FeroxA(verbose=False) as device:
-            device.connect(*bench.address)
+    with VirtualDevice(model, stream_as_fast_as_possible=True) as bench:
+        with getattr(pyqvx, model)(verbose=False) as device:
+            if bench.data_port is None:
+                device.connect(*bench.address)
+            else:
+                device.connect(bench.ip, bench.data_port, cmd_port=bench.port)
             device.AI_open(PORT)
             device.AI_setMode(PORT, 2)
             device.AI_openStreaming(PORT)
@@ -68,7 +74,28 @@ def throughput(seconds: int) -> Row:
                 samples += len(device.AI_readStreamingArray(PORT, 10_000, 1.0))
             rate = samples * 16 / (time.perf_counter() - began) / 1e6
             device.AI_closeStreaming(PORT)
-    return Row("TCP stream read as arrays, payload in a second", f"{rate:.0f} MB", rate, None)
+    road = "TCP" if bench.data_port is None else "Wi-Fi data channel"
+    return Row(f"{road} stream read as arrays, payload in a second", f"{rate:.0f} MB", rate, None)
+
+
+def usb(repeats: int, packets: int) -> list[Row]:
+    """Against a pretended bus: what libusb and the driver need, without a wire. Built with the tests."""
+    library = ROOT / "build" / "release" / "tests" / "usb" / "libqvx_mock_bus.so"
+    environ = {"LD_PRELOAD": "libumockdev-preload.so.0", "QVX_MOCK_BUS": str(library)}
+    result = in_new_process("usb.py", repeats, packets, environ=environ)
+    rate = result["rate"] / 1e6
+    return [
+        Row("USB round trip, pretended bus", seconds_text(result["round_trip"]), result["round_trip"], None),
+        Row("USB stream, pretended bus, payload in a second", f"{rate:.1f} MB", rate, None),
+    ]
+
+
+def discovery(repeats: int) -> Row:
+    times = in_new_process("discovery.py", DEVICES, repeats)
+    what = f"discovery of {DEVICES} devices"
+    if not times:
+        return Row(what + ": needs root", "", 0, None)
+    return Row(what, seconds_text(median(times)), median(times), None)
 
 
 def many(seconds: int) -> list[Row]:
