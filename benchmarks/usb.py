@@ -1,7 +1,7 @@
 """USB on a bus that umockdev pretends, all within this process: usb.py REPEATS PACKETS
 
-Prints a JSON object with the seconds of a round trip and the bytes of payload a second. The library of the bus
-is named in QVX_MOCK_BUS; umockdev must be preloaded.
+Prints a JSON object with the seconds of a round trip and the bytes of payload a second, nearly all of which
+is what pretending costs. The library of the bus is named in QVX_MOCK_BUS; umockdev must be preloaded.
 """
 
 from __future__ import annotations
@@ -11,6 +11,7 @@ import json
 import os
 import sys
 import time
+import warnings
 
 import pyqvx
 
@@ -20,6 +21,7 @@ TIMEOUT_S = 60.0
 
 
 def main(repeats: int, packets: int) -> None:
+    warnings.simplefilter("ignore")  # the one about the place of libusb
     library = ctypes.CDLL(os.environ["QVX_MOCK_BUS"])
     library.qvx_mock_bus.restype = library.qvx_mock_plug.restype = ctypes.c_void_p
     bus = ctypes.c_void_p(library.qvx_mock_bus())
