@@ -26,6 +26,8 @@ BANKS = ((6, (0, 1)), (7, (2, 3, 4, 5)))
 BUFFERS_EMPTY = 0x1C
 BUS_OFF = 0x20
 RETRY_S = 0.002
+# After how long a wait for messages notices that the connection is lost.
+NOTICE_S = 1.0
 # How long a shutdown waits for what is to be sent.
 LINGER_S = 1.0
 
@@ -63,7 +65,10 @@ class QvxBus(can.BusABC):
         self._own = receive_own_messages in (True, "True", "true", 1)
         self._waiting: deque[pyqvx.CANFrame] = deque()
         self._warned = False
-        self._device = getattr(pyqvx, model)(verbose=False)
+        device_class = getattr(pyqvx, model, None)
+        if not (isinstance(device_class, type) and issubclass(device_class, pyqvx.CANModule)):
+            raise ValueError(f"model {model} is no QVX product with a CAN bus")
+        self._device = device_class(verbose=False)
         try:
             with raising(can.CanInitializationError):
                 self._device.connect(channel)
@@ -83,12 +88,18 @@ class QvxBus(can.BusABC):
     def _recv_internal(self, timeout: float | None) -> tuple[can.Message | None, bool]:
         if not self._waiting:
             with raising(can.CanOperationError):
-                delay = math.inf if timeout is None else max(timeout, 0)
-                self._waiting.extend(self._device.CAN_read(self._port, 1, delay))
+                end = math.inf if timeout is None else time.monotonic() + timeout
+                while not self._waiting and not self._device.killed and not self._device.connection_lost:
+                    left = max(end - time.monotonic(), 0)
+                    self._waiting.extend(self._device.CAN_read(self._port, 1, min(left, NOTICE_S)))
+                    if left == 0:
+                        break
                 self._waiting.extend(self._device.CAN_read(self._port, -1, 0))
             if not self._waiting:
                 if self._device.killed:
                     raise can.CanOperationError("the bus has been shut down")
+                if self._device.connection_lost:
+                    raise can.CanOperationError("the connection to the device is lost")
                 return None, False
         # What came before the filters were set may not have passed them.
         return self._message(self._waiting.popleft()), False

@@ -114,6 +114,13 @@ void bindDevices(py::module_& module) {
       .def_property_readonly(
           "killed", [](const Device& self) { return self.killed.load(); },
           "-> bool\n\nSet by close(); ends the threads.")
+      .def_property_readonly(
+          "connection_lost",
+          [](const Device& self) {
+            return std::ranges::any_of(self.channels(),
+                                       [](const Channel* channel) { return channel->state() == Channel::State::Lost; });
+          },
+          "-> bool\n\nWhether the connection has ended by itself; connect() makes a new one.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(
           "_checkCommandType",

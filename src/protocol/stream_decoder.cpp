@@ -36,9 +36,10 @@ void StreamDecoder::wakeUp() {
 void StreamDecoder::step() {
   bell_->wait();
   for (std::size_t index = 0; index < raw_.size(); ++index) {
-    while (!gate_->locked() && !worker_.killed()) {
+    // What came before the gate was closed, up to the wake-up item, can be read after it.
+    while (!worker_.killed()) {
       const auto item = raw_[index]->take();
-      if (!item) {
+      if (!item || (item->empty() && gate_->locked())) {
         break;
       }
       if (!item->empty()) {

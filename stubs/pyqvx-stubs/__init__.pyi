@@ -1716,6 +1716,9 @@ class Device(Packet, Packet_async):
     @property
     def killed(self) -> bool:
         """Set by close(); ends the threads."""
+    @property
+    def connection_lost(self) -> bool:
+        """Whether the connection has ended by itself; connect() makes a new one."""
     def _getDeviceName(self) -> str:
         """The product's label."""
     def _checkCommandType(self, cmd: int, data: bytes) -> str:

@@ -66,7 +66,7 @@ def operations(cls):
         pairs = [re.match(r"(\w+): ([^=]+?)(?: = .*)?$", part).groups() for part in parts]
         if not any(argument in ANYTHING for argument, _ in pairs) or name.startswith("CAN_"):
             # The ports of buses count from 1.
-            bus = re.match(r"_?(check)?(UART|CAN)", name)
+            bus = re.match(r"_?(check)?(UART|CAN|SPI|I2C)", name)
             found[name] = [("bus port" if bus and a == "port" else a, kind) for a, kind in pairs]
     return found
 
@@ -166,8 +166,11 @@ def test_a_closed_device_refuses_everything(cls):
         assert device.AI_open(0) == device.AI_close(0) == 0
 
 
+REPLIES = [b"", b"\0", b"\0\0", bytes(3), b"\x50\x50", b"\xff" * 5, bytes(2000)]
+
+
 @pytest.mark.parametrize("cls", models(), ids=lambda cls: cls.__name__)
-@pytest.mark.parametrize("reply", [b"", b"\0", b"\0\0", bytes(3), b"\x50\x50", b"\xff" * 5, bytes(2000)])
+@pytest.mark.parametrize("reply", REPLIES, ids=lambda reply: reply[:2].hex() + f"x{len(reply)}")
 def test_short_long_and_strange_replies(cls, reply):
     """Whatever a device answers, an operation returns or raises an error of this library."""
     device = connected(FakeTransport({}, default=reply), cls)
