@@ -65,10 +65,10 @@ class QvxBus(can.BusABC):
         self._own = receive_own_messages in (True, "True", "true", 1)
         self._waiting: deque[pyqvx.CANFrame] = deque()
         self._warned = False
-        device_class = getattr(pyqvx, model, None)
-        if not (isinstance(device_class, type) and issubclass(device_class, pyqvx.CANModule)):
+        product: Any = getattr(pyqvx, model, None)
+        if not hasattr(product, "CAN_open") or not hasattr(product, "connect"):
             raise ValueError(f"model {model} is no QVX product with a CAN bus")
-        self._device = device_class(verbose=False)
+        self._device = product(verbose=False)
         try:
             with raising(can.CanInitializationError):
                 self._device.connect(channel)
