@@ -9,7 +9,7 @@ import time
 import weakref
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually, run_script
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks, run_script
 
 import pyqvx
 
@@ -215,6 +215,7 @@ def test_requests_of_the_same_command_share_the_replies(device):
     assert min(asyncio.run(main()) for _ in range(5)) < pyqvx.RETRY_TIMEOUT
 
 
+@forks
 def test_a_forked_child_cannot_end_the_parents_connection(device):
     child = os.fork()
     if child == 0:
@@ -225,6 +226,7 @@ def test_a_forked_child_cannot_end_the_parents_connection(device):
     assert device.Sys_getSerialNumber() == "QVTEST01" and "connected to" in repr(device)
 
 
+@forks
 def test_a_forked_child_gets_errors():
     device = connected(FakeTransport())
     device.client_cmd.pool = None
