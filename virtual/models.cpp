@@ -127,6 +127,7 @@ ModelRow cordlogWithSerialPorts(ProductId product, const char* serial_prefix, st
 ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
   ModelRow row = cordlogWithSerialPorts(product, serial_prefix, {makeAi<kChosenChannels>});
   row.analog_inputs = 8;
+  row.fixed_pins = {{4, PinMode::ADC}};  // behind the digital ports
   return row;
 }
 

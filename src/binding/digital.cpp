@@ -56,17 +56,17 @@ constexpr const char* kPins = "port: int, pin: list[int] | int";
 
 void bindDIO(DIO& ops) {
   ops.request("DI_openPins", &DIOOperations::DI_openPins, kPins, "int",
-              "Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed "
-              "direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and "
-              "PinsNotExistError. Returns 0.")
+              "Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function "
+              "uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, "
+              "SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0.")
       .request("DI_openPort", &DIOOperations::DI_openPort, kPort, "int",
-               "Opens all pins of a port as inputs; see DI_openPins. Returns 0.")
+               "Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0.")
       .request("DO_openPins", &DIOOperations::DO_openPins, kPins, "int",
-               "Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins "
-               "have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, "
-               "and PinsNotExistError. Returns 0.")
+               "Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also "
+               "when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed "
+               "direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0.")
       .request("DO_openPort", &DIOOperations::DO_openPort, kPort, "int",
-               "Opens all pins of a port as outputs; see DO_openPins. Returns 0.")
+               "Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0.")
       .request("DI_closePins", &DIOOperations::DI_closePins, kPins, "int",
                "Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0.")
       .request("DI_closePort", &DIOOperations::DI_closePort, kPort, "int",
@@ -80,23 +80,26 @@ void bindDIO(DIO& ops) {
                "DIPortNotAvaliableError, PinsNotExistError.")
       .request("DI_readPort", &DIOOperations::DI_readPort, kPort, "list[int]",
                "The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError.")
-      .request("DO_writePins", &DIOOperations::DO_writePins, "port: int, pin: list[int] | int, value: list[int] | int",
-               "list[int]",
+      .request("DO_writePins", &DIOOperations::DO_writePins, "port: int, pin: list[int] | int, value: list[int] | int", "list[int]",
                "Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises "
                "DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, "
-               "InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port "
-               "drive now, pin 0 first.")
+               "InputTypeNotConsistentError when the values are of several types, as True and 1 are, and "
+               "FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive "
+               "now, pin 0 first.")
       .request(
           "DO_writePort", &DIOOperations::DO_writePort, "port: int, value: list[int] | int", "list[int]",
           "Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that "
           "DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, "
-          "PinsValueNotDefineError. Returns what they drive now, pin 0 first.")
+          "PinsValueNotDefineError for another number of values, InputTypeNotConsistentError, InputDataNotInRangeError "
+          "for another int, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, "
+          "pin 0 first.")
       .request("DO_togglePins", &DIOOperations::DO_togglePins, kPins, "list[int]",
-               "Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what "
-               "all outputs of the port drive now, pin 0 first.")
+               "Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError, and "
+               "FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive "
+               "now, pin 0 first.")
       .request("DO_togglePort", &DIOOperations::DO_togglePort, kPort, "list[int]",
-               "Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 "
-               "first.")
+               "Inverts all outputs of a port. Raises DOPortNotAvaliableError, and FirmwareEnableError unless all pins "
+               "are open as outputs. Returns what they drive now, pin 0 first.")
       .request("DIO_loadStartup", &DIOOperations::DIO_loadStartup, kPort, "list[list[int]]",
                "What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, "
                "pin 0 first. Raises DIPortNotAvaliableError.")
@@ -104,16 +107,23 @@ void bindDIO(DIO& ops) {
           "_DIO_saveStartup", &DIOOperations::_DIO_saveStartup,
           "port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int", "int",
           "Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints "
-          "with bit n for pin n. Returns 0.")
+          "0..65535 with bit n for pin n. Raises DIPortNotAvaliableError, PinsValueNotDefineError for another number "
+          "of "
+          "states, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwarePinIndexError "
+          "for "
+          "a pin that the port does not have. Returns 0.")
       .request("_DIO_setPortIdle", &DIOOperations::_DIO_setPortIdle, kPort, "int",
-               "Makes all pins of a port idle. Returns 0.")
+               "Makes all pins of a port idle. Raises "
+               "DIPortNotAvaliableError, and FirmwareDIOError where directions are fixed. Returns 0.")
       .request("_DIO_setPortDI", &DIOOperations::_DIO_setPortDI, kPort, "int",
-               "Makes all pins of a port inputs. Returns 0.")
+               "Makes all pins of a port inputs. Raises "
+               "DIPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0.")
       .request("_DIO_setPortDO", &DIOOperations::_DIO_setPortDO, kPort, "int",
-               "Makes all pins of a port outputs. Returns 0.");
+               "Makes all pins of a port outputs. Raises "
+               "DOPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0.");
 }
 
-// States are ints, bit n for pin n, or lists, pin 0 first.
+// States are ints, bit n for pin n, or lists, pin 0 first. What all raise stands at the class.
 void bindDIOCommands(DIO& ops) {
   constexpr const char* kMask = "port: int, mask: int";
   constexpr const char* kMaskState = "port: int, mask: int, state: list[int] | int";
@@ -132,14 +142,12 @@ void bindDIOCommands(DIO& ops) {
                "Sets outputs; gives what all outputs of the port drive.")
       .request("_toggleAndWriteDO", &DIOOperations::_toggleAndWriteDO, kMask, "list[int]",
                "Inverts outputs; gives what all outputs of the port drive.")
-      .request("_readDI", &DIOOperations::_readDI, kPort, "int",
-               "Reads the inputs of a port into its state register. Returns 0.")
+      .request("_readDI", &DIOOperations::_readDI, kPort, "int", "Reads the inputs of a port into its state register. Returns 0.")
       .request("_writeDO", &DIOOperations::_writeDO, kPort, "int",
                "Makes the outputs of a port drive its state register. Returns 0.")
       .request("_closeDIOInPins", &DIOOperations::_closeDIOInPins, kPins, "int",
                "Closes pins, whatever their direction. Returns 0.")
-      .request("_closeDIOInPort", &DIOOperations::_closeDIOInPort, kPort, "int",
-               "Closes all pins of a port. Returns 0.");
+      .request("_closeDIOInPort", &DIOOperations::_closeDIOInPort, kPort, "int", "Closes all pins of a port. Returns 0.");
 }
 
 }  // namespace
@@ -148,8 +156,12 @@ void bindDigital(py::module_& module) {
   py::class_<DIOBased, std::shared_ptr<DIOBased>> based(module, "DIOBased",
                                                         "Pin tables and checks of digital input and output.");
   bindDIOBased(based);
-  DIO ops({module, "DIOModule", "Digital input and output."},
-          {module, "DIOModule_async", "Digital input and output as coroutines."}, CoroutineTimeout::None);
+  DIO ops(
+      {module, "DIOModule",
+       "Digital input and output.\n\nOperations that name neither input nor output raise DIPortNotAvaliableError for a "
+       "port that is neither. Masks and states are ints 0..65535, else InputDataNotInRangeError; lists of states have "
+       "one for each pin, pin 0 first, else PinsValueNotDefineError."},
+      {module, "DIOModule_async", "Digital input and output as coroutines."}, CoroutineTimeout::None);
   bindDIO(ops);
   bindDIOCommands(ops);
 }

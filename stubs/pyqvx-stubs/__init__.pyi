@@ -2202,13 +2202,13 @@ class AIUnion:
     def _convertAITriggerModeToMask(self, mode: int) -> int:
         """Bit 0 command, bit 1 real-time clock, bit 2 external interrupt."""
     def AI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input; nothing is sent where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA). Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_open_async(self, port: int) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input; nothing is sent where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA). Raises AIPortNotAvaliableError. Returns 0."""
     def AI_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_close_async(self, port: int) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
 
 class AIBased(AIUnion):
     """State, checks, decoder thread and streaming of analog input."""
@@ -2253,113 +2253,113 @@ class AIBased(AIUnion):
     def _checkAIChipSelect(self, cs: list[int]) -> None:
         """Each 0, 1 or 2; else AICSNotAvaliableError."""
     def _ckeckAISamplingRate(self, port: int, rate: int) -> None:
-        """Raises AIRateNotVaildError above the product's limit."""
+        """1 to the product's limit, in Hz; else AIRateNotVaildError. Raises AIPortNotAvaliableError."""
     def _AI_changePortToIndex(self, port: int) -> int:
-        """The place of the port in the lists of queues."""
+        """The place of the port in the lists of queues. Raises AIPortNotAvaliableError."""
     def _AI_free(self) -> None:
         """Ends the decoder thread."""
     def AI_openStreaming(self, port: int, timeout: float = 3) -> int:
-        """Prepares a port for streaming. Returns 0."""
+        """Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open. Returns 0."""
     async def AI_openStreaming_async(self, port: int) -> int:
-        """Prepares a port for streaming. Returns 0."""
+        """Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open. Returns 0."""
     def AI_startStreaming(self, port: int) -> int:
-        """Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0."""
+        """Starts streaming; samples arrive from now on. Does not wait for a reply: after a refusal none come. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_startStreaming_async(self, port: int) -> int:
-        """Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0."""
+        """Starts streaming; samples arrive from now on. Does not wait for a reply: after a refusal none come. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_closeStreaming(self, port: int, timeout: float = 3) -> int:
-        """Ends streaming. Returns 0."""
+        """Ends streaming; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_closeStreaming_async(self, port: int) -> int:
-        """Ends streaming. Returns 0."""
+        """Ends streaming; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. Returns 0."""
+        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_setMode_async(self, port: int, mode: int) -> int:
-        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. Returns 0."""
+        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def AI_setNumSamples(self, port: int, num_samples: int, timeout: float = 3) -> int:
-        """How many samples mode 1 acquires, 0..4294967295. Returns 0."""
+        """How many samples mode 1 acquires, 0..4294967295. Raises InputDataNotInRangeError outside, AIPortNotAvaliableError, and FirmwareAIError for 0 and while a stream runs. Returns 0."""
     async def AI_setNumSamples_async(self, port: int, num_samples: int) -> int:
-        """How many samples mode 1 acquires, 0..4294967295. Returns 0."""
+        """How many samples mode 1 acquires, 0..4294967295. Raises InputDataNotInRangeError outside, AIPortNotAvaliableError, and FirmwareAIError for 0 and while a stream runs. Returns 0."""
     def AI_setSamplingRate(self, port: int, sampling_rate: int, timeout: float = 3) -> int:
-        """Samples per second and channel. Raises AIRateNotVaildError above the product's limit. Returns 0."""
+        """Samples per second and channel, in Hz, from 1 to the product's limit, which depends on the channels in use where their number can be chosen. Raises AIRateNotVaildError outside, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_setSamplingRate_async(self, port: int, sampling_rate: int) -> int:
-        """Samples per second and channel. Raises AIRateNotVaildError above the product's limit. Returns 0."""
+        """Samples per second and channel, in Hz, from 1 to the product's limit, which depends on the channels in use where their number can be chosen. Raises AIRateNotVaildError outside, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def _checkAIPinState(self, port: int, timeout: float = 3) -> None:
-        """Raises AIPortNotAvaliableError unless the port's pins are in AI mode."""
+        """Raises AIPortNotAvaliableError unless the port's pins are ADC in the device's pin query, where AI port 0 of CordlogF1AD and CordlogF1AOD is port 4: 0 to 3 are digital."""
     async def _checkAIPinState_async(self, port: int) -> None:
-        """Raises AIPortNotAvaliableError unless the port's pins are in AI mode."""
+        """Raises AIPortNotAvaliableError unless the port's pins are ADC in the device's pin query, where AI port 0 of CordlogF1AD and CordlogF1AOD is port 4: 0 to 3 are digital."""
 
 class AIModule_async(AIBased):
     """16-bit analog input as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     async def AI_enableChannel_async(self, port: int, channel: int) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_enableCS_async(self, slot: int, chip_select: list[int]) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     async def AI_setTriggerMode_async(self, port: int, mode: int) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all; not on CordlogF1AD and CordlogF1AOD: APINotSupportError. Raises AITriggerModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def _AI_getDataRTC_async(self, port: int) -> list[float]:
-        """The sample taken at the clock's last trigger."""
+        """The sample taken at the clock's last trigger: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def _AI_getCounter_async(self, port: int) -> list[int]:
-        """The device's counters: samples acquired, packets sent, samples lost."""
+        """The device's counters: samples acquired, packets sent, samples lost. Raises AIPortNotAvaliableError."""
     async def _AI_clearBufferStatus_async(self, port: int) -> int:
-        """Empties the device's buffer. Returns 0."""
+        """Empties the device's buffer and sets its counters to 0. Raises AIPortNotAvaliableError. Returns 0."""
     async def _AI_readBufferStatus_async(self, port: int) -> list[int]:
-        """The device's buffer: samples waiting, capacity."""
+        """The device's buffer: samples waiting, capacity. Raises AIPortNotAvaliableError."""
 
 class AIModule(AIBased):
     """16-bit analog input."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     def AI_enableChannel(self, port: int, channel: int, timeout: float = 3) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def AI_enableCS(self, slot: int, chip_select: list[int], timeout: float = 3) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     def AI_setTriggerMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all; not on CordlogF1AD and CordlogF1AOD: APINotSupportError. Raises AITriggerModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def _AI_getDataRTC(self, port: int, timeout: float = 3) -> list[float]:
-        """The sample taken at the clock's last trigger."""
+        """The sample taken at the clock's last trigger: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def _AI_getCounter(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's counters: samples acquired, packets sent, samples lost."""
+        """The device's counters: samples acquired, packets sent, samples lost. Raises AIPortNotAvaliableError."""
     def _AI_clearBufferStatus(self, port: int, timeout: float = 3) -> int:
-        """Empties the device's buffer. Returns 0."""
+        """Empties the device's buffer and sets its counters to 0. Raises AIPortNotAvaliableError. Returns 0."""
     def _AI_readBufferStatus(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's buffer: samples waiting, capacity."""
+        """The device's buffer: samples waiting, capacity. Raises AIPortNotAvaliableError."""
 
 class AI24BitStreamingModule_async(AIBased):
     """24-bit analog input with streaming as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
 
 class AI24BitStreamingModule(AIBased):
     """24-bit analog input with streaming. Volts are not rounded."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
 
 class AI24BitModule_async(AIUnion):
     """24-bit analog input, read on demand, as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel, rounded to three decimals."""
+        """One sample now: volts of each channel, rounded to three decimals. Raises AIPortNotAvaliableError."""
 
 class AI24BitModule(AIUnion):
     """24-bit analog input, read on demand."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel, rounded to three decimals."""
+        """One sample now: volts of each channel, rounded to three decimals. Raises AIPortNotAvaliableError."""
 
 class AOBased:
     """State and checks of analog output."""
@@ -2383,13 +2383,13 @@ class AOBased:
     async def AO_getPort_async(self) -> list[int]:
         """The AO ports of the product."""
     def _AO_getPinMapPort(self, port: int) -> list[int]:
-        """The channels of a port."""
+        """The channels of a port. Raises AOPortNotAvaliableError."""
     async def _AO_getPinMapPort_async(self, port: int) -> list[int]:
-        """The channels of a port."""
+        """The channels of a port. Raises AOPortNotAvaliableError."""
     def _checkAOPinState(self, port: int, timeout: float = 3) -> None:
-        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+        """Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are idle; on CordlogF1AOD those of the digital port."""
     async def _checkAOPinState_async(self, port: int) -> None:
-        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+        """Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are idle; on CordlogF1AOD those of the digital port."""
     def _checkAOPort(self, port: int) -> None:
         """Raises AOPortNotAvaliableError."""
     def _checkAOChannel(self, channel: int) -> None:
@@ -2408,114 +2408,114 @@ class AOBased:
 class AOModule_async(AOBased):
     """Analog output as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
 
 class AOModule(AOBased):
     """Analog output."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
 
 class AOStreamingModule_async(AOBased):
     """Analog output with generation as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
     async def AO_openStreaming_async(self, port: int) -> list[int | float]:
-        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+        """Prepares a port for generation. Raises AOPortNotAvaliableError, and FirmwareAOError where the output is not open. Returns the mode and the sampling rate in Hz that are set."""
     async def AO_startStreaming_async(self, port: int) -> int:
-        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_closeStreaming_async(self, port: int) -> int:
-        """Ends generation; the outputs stay where they are. Returns 0."""
+        """Ends generation; the outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     async def _AO_stopStreaming_async(self, port: int) -> int:
-        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+        """Stops generation; it may be started again. The outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_setMode_async(self, port: int, mode: int) -> int:
-        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def AO_setSamplingRate_async(self, port: int, sampling_rate: int) -> int:
-        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+        """Samples per second and channel, in Hz, 1..ao_rate. Raises AORateNotVaildError outside, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def AO_setNumSamples_async(self, port: int, num_samples: int) -> int:
-        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+        """How many samples mode 1 generates, 0..4294967295. Raises InputDataNotInRangeError outside, AOPortNotAvaliableError, and FirmwareAOError for 0 and while it generates. Returns 0."""
     async def AO_setEnableChannels_async(self, port: int, channel_list: list[int]) -> int:
-        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_setForm_async(self, port: int, channel: int, form: int) -> int:
-        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_setFormParam_async(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float) -> int:
-        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError for what is not finite, and FirmwareAOError for an amplitude or a frequency below 0, a duty cycle outside 0..100, a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_getValues_async(self, port: int) -> list[float]:
-        """What each channel puts out, in volts."""
+        """What each channel puts out, in volts. Raises AOPortNotAvaliableError."""
     async def _AO_setSpan_async(self, port: int, span: int) -> int:
-        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def _AO_getMode_async(self, port: int) -> int:
-        """The mode that is set."""
+        """The mode that is set. Raises AOPortNotAvaliableError."""
     async def _AO_getState_async(self, port: int) -> int:
-        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running. Raises AOPortNotAvaliableError."""
     async def _AO_getCounters_async(self, port: int) -> list[int]:
-        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+        """The device's counters since the start: interrupts (samples), SPI transfers (values). Raises AOPortNotAvaliableError."""
     async def _AO_initialBuffer_async(self, port: int) -> int:
-        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Raises AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns how many values it holds."""
     async def _AO_pushToBuffer_async(self, port: int, num_of_val: int, value_list: list[float]) -> int:
-        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. A push that is sent again because its reply is late is appended again: set `resend` to False where that matters. Raises PinsValueNotDefineError when value_list has another number of them, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError without room, without _AO_initialBuffer before, and while it generates. Returns 0."""
 
 class AOStreamingModule(AOBased):
     """Analog output with generation of waveforms."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
     def AO_openStreaming(self, port: int, timeout: float = 3) -> list[int | float]:
-        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+        """Prepares a port for generation. Raises AOPortNotAvaliableError, and FirmwareAOError where the output is not open. Returns the mode and the sampling rate in Hz that are set."""
     def AO_startStreaming(self, port: int) -> int:
-        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_closeStreaming(self, port: int, timeout: float = 3) -> int:
-        """Ends generation; the outputs stay where they are. Returns 0."""
+        """Ends generation; the outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     def _AO_stopStreaming(self, port: int, timeout: float = 3) -> int:
-        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+        """Stops generation; it may be started again. The outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def AO_setSamplingRate(self, port: int, sampling_rate: int, timeout: float = 3) -> int:
-        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+        """Samples per second and channel, in Hz, 1..ao_rate. Raises AORateNotVaildError outside, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def AO_setNumSamples(self, port: int, num_samples: int, timeout: float = 3) -> int:
-        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+        """How many samples mode 1 generates, 0..4294967295. Raises InputDataNotInRangeError outside, AOPortNotAvaliableError, and FirmwareAOError for 0 and while it generates. Returns 0."""
     def AO_setEnableChannels(self, port: int, channel_list: list[int], timeout: float = 3) -> int:
-        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     def AO_setForm(self, port: int, channel: int, form: int, timeout: float = 3) -> int:
-        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     def AO_setFormParam(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float, timeout: float = 3) -> int:
-        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError for what is not finite, and FirmwareAOError for an amplitude or a frequency below 0, a duty cycle outside 0..100, a channel that the product does not have, and while it generates. Returns 0."""
     def AO_getValues(self, port: int, timeout: float = 3) -> list[float]:
-        """What each channel puts out, in volts."""
+        """What each channel puts out, in volts. Raises AOPortNotAvaliableError."""
     def _AO_setSpan(self, port: int, span: int, timeout: float = 3) -> int:
-        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def _AO_getMode(self, port: int, timeout: float = 3) -> int:
-        """The mode that is set."""
+        """The mode that is set. Raises AOPortNotAvaliableError."""
     def _AO_getState(self, port: int, timeout: float = 3) -> int:
-        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running. Raises AOPortNotAvaliableError."""
     def _AO_getCounters(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+        """The device's counters since the start: interrupts (samples), SPI transfers (values). Raises AOPortNotAvaliableError."""
     def _AO_initialBuffer(self, port: int, timeout: float = 3) -> int:
-        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Raises AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns how many values it holds."""
     def _AO_pushToBuffer(self, port: int, num_of_val: int, value_list: list[float], timeout: float = 3) -> int:
-        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. A push that is sent again because its reply is late is appended again: set `resend` to False where that matters. Raises PinsValueNotDefineError when value_list has another number of them, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError without room, without _AO_initialBuffer before, and while it generates. Returns 0."""
 
 class ByteQueue:
     """Received bytes, each an int, oldest first: a bounded queue.Queue."""
@@ -2845,13 +2845,13 @@ class DIOBased:
 class DIOModule_async(DIOBased):
     """Digital input and output as coroutines."""
     async def DI_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
     async def DI_openPort_async(self, port: int) -> int:
-        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+        """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     async def DO_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
     async def DO_openPort_async(self, port: int) -> int:
-        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+        """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     async def DI_closePins_async(self, port: int, pin: list[int] | int) -> int:
         """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
     async def DI_closePort_async(self, port: int) -> int:
@@ -2865,23 +2865,23 @@ class DIOModule_async(DIOBased):
     async def DI_readPort_async(self, port: int) -> list[int]:
         """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
     async def DO_writePins_async(self, port: int, pin: list[int] | int, value: list[int] | int) -> list[int]:
-        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types, as True and 1 are, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     async def DO_writePort_async(self, port: int, value: list[int] | int) -> list[int]:
-        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError for another number of values, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     async def DO_togglePins_async(self, port: int, pin: list[int] | int) -> list[int]:
-        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     async def DO_togglePort_async(self, port: int) -> list[int]:
-        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     async def DIO_loadStartup_async(self, port: int) -> list[list[int]]:
         """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
     async def _DIO_saveStartup_async(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
-        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints 0..65535 with bit n for pin n. Raises DIPortNotAvaliableError, PinsValueNotDefineError for another number of states, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwarePinIndexError for a pin that the port does not have. Returns 0."""
     async def _DIO_setPortIdle_async(self, port: int) -> int:
-        """Makes all pins of a port idle. Returns 0."""
+        """Makes all pins of a port idle. Raises DIPortNotAvaliableError, and FirmwareDIOError where directions are fixed. Returns 0."""
     async def _DIO_setPortDI_async(self, port: int) -> int:
-        """Makes all pins of a port inputs. Returns 0."""
+        """Makes all pins of a port inputs. Raises DIPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     async def _DIO_setPortDO_async(self, port: int) -> int:
-        """Makes all pins of a port outputs. Returns 0."""
+        """Makes all pins of a port outputs. Raises DOPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     async def _setDIOCurrent_async(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
         """Configures the pins of `mask`; direction 1 is output. Returns 0."""
     async def _getDIOCurrent_async(self, port: int, mask: int) -> list[list[int]]:
@@ -2908,15 +2908,17 @@ class DIOModule_async(DIOBased):
         """Closes all pins of a port. Returns 0."""
 
 class DIOModule(DIOBased):
-    """Digital input and output."""
+    """Digital input and output.
+
+    Operations that name neither input nor output raise DIPortNotAvaliableError for a port that is neither. Masks and states are ints 0..65535, else InputDataNotInRangeError; lists of states have one for each pin, pin 0 first, else PinsValueNotDefineError."""
     def DI_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
     def DI_openPort(self, port: int, timeout: float = 3) -> int:
-        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+        """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     def DO_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
     def DO_openPort(self, port: int, timeout: float = 3) -> int:
-        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+        """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     def DI_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
         """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
     def DI_closePort(self, port: int, timeout: float = 3) -> int:
@@ -2930,23 +2932,23 @@ class DIOModule(DIOBased):
     def DI_readPort(self, port: int, timeout: float = 3) -> list[int]:
         """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
     def DO_writePins(self, port: int, pin: list[int] | int, value: list[int] | int, timeout: float = 3) -> list[int]:
-        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types, as True and 1 are, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     def DO_writePort(self, port: int, value: list[int] | int, timeout: float = 3) -> list[int]:
-        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError for another number of values, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     def DO_togglePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> list[int]:
-        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     def DO_togglePort(self, port: int, timeout: float = 3) -> list[int]:
-        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     def DIO_loadStartup(self, port: int, timeout: float = 3) -> list[list[int]]:
         """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
     def _DIO_saveStartup(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
-        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints 0..65535 with bit n for pin n. Raises DIPortNotAvaliableError, PinsValueNotDefineError for another number of states, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwarePinIndexError for a pin that the port does not have. Returns 0."""
     def _DIO_setPortIdle(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port idle. Returns 0."""
+        """Makes all pins of a port idle. Raises DIPortNotAvaliableError, and FirmwareDIOError where directions are fixed. Returns 0."""
     def _DIO_setPortDI(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port inputs. Returns 0."""
+        """Makes all pins of a port inputs. Raises DIPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     def _DIO_setPortDO(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port outputs. Returns 0."""
+        """Makes all pins of a port outputs. Raises DOPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     def _setDIOCurrent(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
         """Configures the pins of `mask`; direction 1 is output. Returns 0."""
     def _getDIOCurrent(self, port: int, mask: int, timeout: float = 3) -> list[list[int]]:

@@ -50,6 +50,7 @@ GOOD_BY_NAME = {
 }
 # Where anything goes, or what fits is not known from the type alone.
 READ_COUNTS = {"num_samples", "bytes_to_read", "num_frames"}
+FIXED = {pyqvx.FeroxD, pyqvx.SkylogE3AOD, pyqvx.CordlogF1DSNK}
 ANYTHING = {"cmd", "data", "data_out", "queue_", "item", "value_", "err"}
 
 
@@ -127,6 +128,8 @@ def test_arguments_of_a_wrong_type_are_refused(cls, name, pairs):
                     continue  # as many as there are
                 if name.startswith("DO_writePins") and argument == "value" and value in HUGE:
                     continue  # below 0 is 0, above 1 is 1
+                if name[:7] in ("DI_open", "DO_open") and cls in FIXED and value in HUGE:
+                    continue  # they are open, whatever they are
                 args = good(pairs)
                 args[index] = value
                 with pytest.raises(pyqvx.Error) as error:

@@ -67,6 +67,10 @@ def test_outputs_reach_the_inputs_that_they_are_wired_to(lines, form):
     assert call("DI_readPort", 1) == [0, 0, 0, 0, 0, 1, 0, 0]
     with pytest.raises(pyqvx.FirmwareEnableError):
         call("DO_writePort", 0, 0)
+    assert call("DO_writePins", 0, [1, 2], [True, False])[1:3] == [1, 0]
+    for mixed in ([True, 1], (1, False), ["1", 1]):
+        with pytest.raises(pyqvx.InputTypeNotConsistentError):
+            call("DO_writePins", 0, [1, 2], mixed)
     assert call("DO_closePort", 0) == call("DI_closePort", 1) == call("DI_closePins", 2, 6) == 0
     assert device.Sys_getPinModeInPort(0) == (8, ["Idle"] * 8)
 

@@ -1,6 +1,7 @@
 """Golden bytes of every operation of every product, in both forms. `python test_golden.py` counts them."""
 
 import asyncio
+import inspect
 from collections import Counter
 
 import pytest
@@ -87,6 +88,16 @@ def test_every_operation_has_a_golden_row(cls):
     offered = operations(cls)
     assert len(offered) > 30
     assert offered - {row.name for row in rows_of(cls)} == set()
+
+
+@pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
+def test_docstrings_name_the_class_for_a_port_that_is_not_there(cls):
+    for name in operations(cls):
+        family = name.lstrip("_")[:2]
+        doc = inspect.getdoc(getattr(cls, name))
+        if name.startswith(("AI_", "_AI_", "AO_", "_AO_", "DI_", "DO_")) and "(port: int" in doc:
+            if name != "AI_readStreamingArray":  # as AI_readStreaming
+                assert f"{family}PortNotAvaliableError" in doc, name
 
 
 def test_every_row_is_of_some_product():

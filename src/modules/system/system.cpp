@@ -63,6 +63,19 @@ PinModes readPinModes(const Link& link, int port, double timeout) {
   return result;
 }
 
+void checkPinsAre(const Link& link, std::string_view mode, int port, double timeout, ErrorId not_available) {
+  const auto [count, modes] = readPinModes(link, port, timeout);
+  const auto used = std::min(static_cast<std::size_t>(count), modes.size());
+  if (used == 0) {
+    refuse(not_available, "port", "the device has no pins there");
+  }
+  for (std::size_t pin = 0; pin < used; ++pin) {
+    if (modes[pin] != mode) {
+      refuse(not_available, "port", "pin " + std::to_string(pin) + " is " + modes[pin] + ", not " + std::string(mode));
+    }
+  }
+}
+
 int SystemBased::_checkLUMASlot(const Argument& slot) {
   const auto number = checkedInt(slot, "slot");
   if (number != 1 && number != 2 && number != 4) {

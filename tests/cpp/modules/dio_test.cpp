@@ -7,6 +7,9 @@ namespace {
 
 using List = std::vector<Argument>;
 
+Argument pythonsTrue() {
+  return Argument::intOf(1, "bool");
+}
 constexpr const char* kPinModes0 = "02 00 02 7F 00 0D 0A";
 
 TEST(DIO, SendsDecodesAndMapsTheStatus) {
@@ -185,13 +188,17 @@ TEST(DIO, PinsOfAFixedDirectionNeedNoOpening) {
        {ProductId::FeroxL, ProductId::FeroxD, ProductId::CordlogF1DSNK, ProductId::LUMA, ProductId::SkylogE3AOD}) {
     SCOPED_TRACE(productLabel(product));
     Bench bench(product);
-    for (const int port : {0, 9}) {
-      EXPECT_EQ(bench.dio.DI_openPins(port, List{0, 1}, kTimeout), 0);
+    for (const int port : {-1, 0, 9, 256}) {
+      EXPECT_EQ(bench.dio.DI_openPins(port, List{0, -1}, kTimeout), 0);
       EXPECT_EQ(bench.dio.DI_openPort(port, kTimeout), 0);
-      EXPECT_EQ(bench.dio.DO_openPins(port, 15, kTimeout), 0);
+      EXPECT_EQ(bench.dio.DO_openPins(port, 16, kTimeout), 0);
       EXPECT_EQ(bench.dio.DO_openPort(port, kTimeout), 0);
     }
-    EXPECT_TRUE(bench.transport->sent().empty());
+    constexpr const char* kType = "InputTypeNotCorrectError";
+    checkRefusals(bench, {{"port", [](Bench& b) { b.dio.DI_openPort("0", kTimeout); }, kType},
+                          {"pin", [](Bench& b) { b.dio.DO_openPins(0, List{1.0}, kTimeout); }, kType},
+                          {"timeout", [](Bench& b) { b.dio.DI_openPins(0, 0, "soon"); }, kType},
+                          {"closing", [](Bench& b) { b.dio.DI_closePort(9, kTimeout); }, "DIPortNotAvaliableError"}});
   }
 }
 
@@ -228,6 +235,11 @@ TEST(DIO, RefusesArgumentsBeforeAnythingIsSent) {
                     QVX_REFUSE(DO_writePins(0, List{0}, 1, kTimeout), "InputTypeNotCorrectError"),
                     QVX_REFUSE(DO_writePins(0, List{0}, List{1.0}, kTimeout), "InputTypeNotCorrectError"),
                     QVX_REFUSE(DO_writePins(0, (List{0, 1}), (List{1, "1"}), kTimeout), "InputTypeNotConsistentError"),
+                    QVX_REFUSE(DO_writePins(0, (List{0, 1}), (List{"1", 1}), kTimeout), "InputTypeNotConsistentError"),
+                    QVX_REFUSE(DO_writePort(0, (List{pythonsTrue(), 1, 0, 0, 0, 0, 0, 0}), kTimeout),
+                               "InputTypeNotConsistentError"),
+                    QVX_REFUSE(_setDIOState(0, 255, (List{0, 0, 0, 0, 0, 0, 0, pythonsTrue()}), kTimeout),
+                               "InputTypeNotConsistentError"),
                     QVX_REFUSE(DO_writePort(0, "1", kTimeout), "InputTypeNotCorrectError"),
                     QVX_REFUSE(DO_writePort(0, 0x10000, kTimeout), "InputDataNotInRangeError"),
                     QVX_REFUSE(DO_writePort(0, -1, kTimeout), "InputDataNotInRangeError"),
