@@ -104,8 +104,12 @@ void bindAnalog(py::module_& module) {
   bindAIChecks(based);
 
   Operations(ai_union, ai_union, CoroutineTimeout::None)
-      .request("AI_open", &AIUnion::AI_open, "port: int", "int", "Opens analog input. Returns 0.")
-      .request("AI_close", &AIUnion::AI_close, "port: int", "int", "Closes analog input. Returns 0.");
+      .request(
+          "AI_open", &AIUnion::AI_open, "port: int", "int",
+          "Opens analog input. Where it is always on (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device "
+          "that is closed is not noticed. Returns 0.")
+      .request("AI_close", &AIUnion::AI_close, "port: int", "int",
+               "Closes analog input; where nothing is sent see AI_open. Returns 0.");
   Operations(based, based, CoroutineTimeout::None)
       .request("AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
                "Prepares a port for streaming. Returns 0.")

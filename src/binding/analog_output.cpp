@@ -57,9 +57,12 @@ template <class Ops>
 void bindOutput(Ops& operations) {
   using M = AOOperations;
   operations
-      .request("AO_open", &M::AO_open, "port: int", "int",
-               "Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0.")
-      .request("AO_close", &M::AO_close, "port: int", "int", "Closes analog output. Returns 0.")
+      .request(
+          "AO_open", &M::AO_open, "port: int", "int",
+          "Opens analog output. Where it is always on (FeroxO) nothing is sent, and a device that is closed is not "
+          "noticed. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0.")
+      .request("AO_close", &M::AO_close, "port: int", "int",
+               "Closes analog output; where nothing is sent see AO_open. Returns 0.")
       .request("AO_writeOneChannel", &M::AO_writeOneChannel, "port: int, channel: int, value: float", "int",
                "Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and "
                "InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0.")

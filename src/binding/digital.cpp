@@ -56,15 +56,18 @@ constexpr const char* kPort = "port: int";
 constexpr const char* kPins = "port: int, pin: list[int] | int";
 
 void bindDIO(DIO& ops) {
-  ops.request("DI_openPins", &M::DI_openPins, kPins, "int",
-              "Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed "
-              "direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and "
-              "PinsNotExistError. Returns 0.")
+  ops.request(
+         "DI_openPins", &M::DI_openPins, kPins, "int",
+         "Opens pins (a number or a list) as inputs; on products whose pins have a fixed direction nothing is sent, "
+         "and a device that is closed is not noticed. Raises DIPortNotAvaliableError, also when another function uses "
+         "one of them, and "
+         "PinsNotExistError. Returns 0.")
       .request("DI_openPort", &M::DI_openPort, kPort, "int",
                "Opens all pins of a port as inputs; see DI_openPins. Returns 0.")
       .request("DO_openPins", &M::DO_openPins, kPins, "int",
-               "Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins "
-               "have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, "
+               "Opens pins (a number or a list) as outputs, which then drive 0; on products whose pins have a fixed "
+               "direction nothing is sent, and a device that is closed is not noticed. Raises DOPortNotAvaliableError, "
+               "also when another function uses one of them, "
                "and PinsNotExistError. Returns 0.")
       .request("DO_openPort", &M::DO_openPort, kPort, "int",
                "Opens all pins of a port as outputs; see DO_openPins. Returns 0.")

@@ -2202,13 +2202,13 @@ class AIUnion:
     def _convertAITriggerModeToMask(self, mode: int) -> int:
         """Bit 0 command, bit 1 real-time clock, bit 2 external interrupt."""
     def AI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input. Where it is always on (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Returns 0."""
     async def AI_open_async(self, port: int) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input. Where it is always on (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Returns 0."""
     def AI_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input; where nothing is sent see AI_open. Returns 0."""
     async def AI_close_async(self, port: int) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input; where nothing is sent see AI_open. Returns 0."""
 
 class AIBased(AIUnion):
     """State, checks, decoder thread and streaming of analog input."""
@@ -2408,9 +2408,9 @@ class AOBased:
 class AOModule_async(AOBased):
     """Analog output as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always on (FeroxO) nothing is sent, and a device that is closed is not noticed. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output; where nothing is sent see AO_open. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
         """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
@@ -2419,9 +2419,9 @@ class AOModule_async(AOBased):
 class AOModule(AOBased):
     """Analog output."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always on (FeroxO) nothing is sent, and a device that is closed is not noticed. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output; where nothing is sent see AO_open. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
         """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
@@ -2430,9 +2430,9 @@ class AOModule(AOBased):
 class AOStreamingModule_async(AOBased):
     """Analog output with generation as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always on (FeroxO) nothing is sent, and a device that is closed is not noticed. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output; where nothing is sent see AO_open. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
         """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
@@ -2475,9 +2475,9 @@ class AOStreamingModule_async(AOBased):
 class AOStreamingModule(AOBased):
     """Analog output with generation of waveforms."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always on (FeroxO) nothing is sent, and a device that is closed is not noticed. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output; where nothing is sent see AO_open. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
         """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
@@ -2845,11 +2845,11 @@ class DIOBased:
 class DIOModule_async(DIOBased):
     """Digital input and output as coroutines."""
     async def DI_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs; on products whose pins have a fixed direction nothing is sent, and a device that is closed is not noticed. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
     async def DI_openPort_async(self, port: int) -> int:
         """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
     async def DO_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0; on products whose pins have a fixed direction nothing is sent, and a device that is closed is not noticed. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
     async def DO_openPort_async(self, port: int) -> int:
         """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
     async def DI_closePins_async(self, port: int, pin: list[int] | int) -> int:
@@ -2910,11 +2910,11 @@ class DIOModule_async(DIOBased):
 class DIOModule(DIOBased):
     """Digital input and output."""
     def DI_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs; on products whose pins have a fixed direction nothing is sent, and a device that is closed is not noticed. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
     def DI_openPort(self, port: int, timeout: float = 3) -> int:
         """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
     def DO_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0; on products whose pins have a fixed direction nothing is sent, and a device that is closed is not noticed. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
     def DO_openPort(self, port: int, timeout: float = 3) -> int:
         """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
     def DI_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
