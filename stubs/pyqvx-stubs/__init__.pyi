@@ -1885,7 +1885,7 @@ class SystemModule_async(SystemBased):
     async def Sys_getDeviceAlias_async(self, timeout: float = 3) -> str:
         """The name given to the device."""
     async def Sys_setDeviceAlias_async(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     async def Sys_getPinModeInPort_async(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     async def Sys_getRTC_async(self, timeout: float = 3) -> str:
@@ -1927,7 +1927,7 @@ class SystemModule_async(SystemBased):
     async def _getEEPROMPage_async(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     async def _setEEPROMPage_async(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     async def _getEEPROMDevice_async(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     async def _setEEPROMByte_async(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:
@@ -1950,7 +1950,7 @@ class SystemModule(SystemBased):
     def Sys_getDeviceAlias(self, timeout: float = 3) -> str:
         """The name given to the device."""
     def Sys_setDeviceAlias(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     def Sys_getPinModeInPort(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     def Sys_getRTC(self, timeout: float = 3) -> str:
@@ -1992,7 +1992,7 @@ class SystemModule(SystemBased):
     def _getEEPROMPage(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     def _setEEPROMPage(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     def _getEEPROMDevice(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     def _setEEPROMByte(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:

@@ -59,7 +59,7 @@ RULES = [
     ("Sys_getPinModeInPort", "port", INT, beyond(0, 255), RANGE),
     (".*", "slot", INT, [0, 3, 5, *HUGE, *NEGATIVE_HUGE], pyqvx.LUMAPortNotAvaliableError),
     ("_Sys_setSlotMode", "mode", INT, beyond(0, 6), RANGE),
-    ("Sys_setDeviceAlias", "alias", TEXT, ["\n", "\x7f", "\xe9"], RANGE),
+    ("Sys_setDeviceAlias", "alias", TEXT, ["\n", "\x7f", "\xe9", "a" * 65], RANGE),
     ("Sys_setRTC", "year", INT, beyond(1900, 2155), RANGE),
     ("Sys_setRTC", "month", INT, beyond(1, 12), RANGE),
     ("Sys_(setRTC|startRTCAlarm)", "day", INT, beyond(1, 31), RANGE),
@@ -68,7 +68,7 @@ RULES = [
     ("Sys_startRTCAlarm", "mode", INT, beyond(0, 1), RANGE),
     ("_getDriverInfo_dev", "mode", INT, beyond(0, 255), RANGE),
     ("_[gs]etEEPROM.*", "page_number|device_number|byte_index|value", INT, beyond(0, 255), RANGE),
-    ("_setEEPROMPage", "int_list", INTS, NO_BYTES, RANGE),
+    ("_setEEPROMPage", "int_list", INTS, [*NO_BYTES, [0] * 65, bytes(70000)], RANGE),
     ("_setSerialNumber", "serial_num", TEXT, ["ABCD123", "ABCD12345", "ABCD123\n"], RANGE),
     # Network and Wi-Fi
     ("Net_setIP|_checkIPAddr", "ip_addr", TEXT, [*NO_ADDRESS, "0.0.0.0"], RANGE),
