@@ -111,7 +111,8 @@ void bindAnalog(py::module_& module) {
 
   Operations(ai_union, ai_union, CoroutineTimeout::None)
       .request("AI_open", &AIUnion::AI_open, "port: int", "int",
-               "Opens analog input; nothing is sent where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA). Raises "
+               "Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a "
+               "device that is closed is not noticed. Raises "
                "AIPortNotAvaliableError. Returns 0.")
       .request("AI_close", &AIUnion::AI_close, "port: int", "int",
                "Closes analog input and ends its stream; samples that have come can still be read. Raises "

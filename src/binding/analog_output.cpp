@@ -62,7 +62,8 @@ void bindOutput(Ops& operations) {
   operations
       .request(
           "AO_open", &M::AO_open, "port: int", "int",
-          "Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins "
+          "Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not "
+          "noticed. On CordlogF1AOD it takes all pins "
           "of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of "
           "these pins is not idle: when the output is open already, too. Returns 0.")
       .request(

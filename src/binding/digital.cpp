@@ -58,13 +58,15 @@ void bindDIO(DIO& ops) {
   ops.request("DI_openPins", &DIOOperations::DI_openPins, kPins, "int",
               "Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function "
               "uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, "
-              "SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0.")
+              "SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not "
+              "noticed. Returns 0.")
       .request("DI_openPort", &DIOOperations::DI_openPort, kPort, "int",
                "Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0.")
       .request("DO_openPins", &DIOOperations::DO_openPins, kPins, "int",
                "Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also "
                "when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed "
-               "direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0.")
+               "direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a "
+               "closed device is not noticed. Returns 0.")
       .request("DO_openPort", &DIOOperations::DO_openPort, kPort, "int",
                "Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0.")
       .request("DI_closePins", &DIOOperations::DI_closePins, kPins, "int",
@@ -80,7 +82,8 @@ void bindDIO(DIO& ops) {
                "DIPortNotAvaliableError, PinsNotExistError.")
       .request("DI_readPort", &DIOOperations::DI_readPort, kPort, "list[int]",
                "The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError.")
-      .request("DO_writePins", &DIOOperations::DO_writePins, "port: int, pin: list[int] | int, value: list[int] | int", "list[int]",
+      .request("DO_writePins", &DIOOperations::DO_writePins, "port: int, pin: list[int] | int, value: list[int] | int",
+               "list[int]",
                "Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises "
                "DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, "
                "InputTypeNotConsistentError when the values are of several types, as True and 1 are, and "
@@ -142,12 +145,14 @@ void bindDIOCommands(DIO& ops) {
                "Sets outputs; gives what all outputs of the port drive.")
       .request("_toggleAndWriteDO", &DIOOperations::_toggleAndWriteDO, kMask, "list[int]",
                "Inverts outputs; gives what all outputs of the port drive.")
-      .request("_readDI", &DIOOperations::_readDI, kPort, "int", "Reads the inputs of a port into its state register. Returns 0.")
+      .request("_readDI", &DIOOperations::_readDI, kPort, "int",
+               "Reads the inputs of a port into its state register. Returns 0.")
       .request("_writeDO", &DIOOperations::_writeDO, kPort, "int",
                "Makes the outputs of a port drive its state register. Returns 0.")
       .request("_closeDIOInPins", &DIOOperations::_closeDIOInPins, kPins, "int",
                "Closes pins, whatever their direction. Returns 0.")
-      .request("_closeDIOInPort", &DIOOperations::_closeDIOInPort, kPort, "int", "Closes all pins of a port. Returns 0.");
+      .request("_closeDIOInPort", &DIOOperations::_closeDIOInPort, kPort, "int",
+               "Closes all pins of a port. Returns 0.");
 }
 
 }  // namespace

@@ -1885,7 +1885,7 @@ class SystemModule_async(SystemBased):
     async def Sys_getDeviceAlias_async(self, timeout: float = 3) -> str:
         """The name given to the device."""
     async def Sys_setDeviceAlias_async(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     async def Sys_getPinModeInPort_async(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     async def Sys_getRTC_async(self, timeout: float = 3) -> str:
@@ -1927,7 +1927,7 @@ class SystemModule_async(SystemBased):
     async def _getEEPROMPage_async(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     async def _setEEPROMPage_async(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     async def _getEEPROMDevice_async(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     async def _setEEPROMByte_async(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:
@@ -1950,7 +1950,7 @@ class SystemModule(SystemBased):
     def Sys_getDeviceAlias(self, timeout: float = 3) -> str:
         """The name given to the device."""
     def Sys_setDeviceAlias(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     def Sys_getPinModeInPort(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     def Sys_getRTC(self, timeout: float = 3) -> str:
@@ -1992,7 +1992,7 @@ class SystemModule(SystemBased):
     def _getEEPROMPage(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     def _setEEPROMPage(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     def _getEEPROMDevice(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     def _setEEPROMByte(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:
@@ -2202,9 +2202,9 @@ class AIUnion:
     def _convertAITriggerModeToMask(self, mode: int) -> int:
         """Bit 0 command, bit 1 real-time clock, bit 2 external interrupt."""
     def AI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog input; nothing is sent where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA). Raises AIPortNotAvaliableError. Returns 0."""
+        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_open_async(self, port: int) -> int:
-        """Opens analog input; nothing is sent where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA). Raises AIPortNotAvaliableError. Returns 0."""
+        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_close(self, port: int, timeout: float = 3) -> int:
         """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_close_async(self, port: int) -> int:
@@ -2408,7 +2408,7 @@ class AOBased:
 class AOModule_async(AOBased):
     """Analog output as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
@@ -2419,7 +2419,7 @@ class AOModule_async(AOBased):
 class AOModule(AOBased):
     """Analog output."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
@@ -2430,7 +2430,7 @@ class AOModule(AOBased):
 class AOStreamingModule_async(AOBased):
     """Analog output with generation as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
@@ -2475,7 +2475,7 @@ class AOStreamingModule_async(AOBased):
 class AOStreamingModule(AOBased):
     """Analog output with generation of waveforms."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output; nothing is sent where it is always open (FeroxO). On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
@@ -2845,11 +2845,11 @@ class DIOBased:
 class DIOModule_async(DIOBased):
     """Digital input and output as coroutines."""
     async def DI_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     async def DI_openPort_async(self, port: int) -> int:
         """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     async def DO_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     async def DO_openPort_async(self, port: int) -> int:
         """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     async def DI_closePins_async(self, port: int, pin: list[int] | int) -> int:
@@ -2912,11 +2912,11 @@ class DIOModule(DIOBased):
 
     Operations that name neither input nor output raise DIPortNotAvaliableError for a port that is neither. Masks and states are ints 0..65535, else InputDataNotInRangeError; lists of states have one for each pin, pin 0 first, else PinsValueNotDefineError."""
     def DI_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     def DI_openPort(self, port: int, timeout: float = 3) -> int:
         """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     def DO_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     def DO_openPort(self, port: int, timeout: float = 3) -> int:
         """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     def DI_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
