@@ -109,7 +109,7 @@ RULES = [
     ("DO_writePort", "value", INT_OR_INTS, NO_STATES, RANGE),
     ("DO_writePort", "value", INT_OR_INTS, [[], [0] * 9], NUMBERS_DIFFER),
     ("DO_writePins", "value", INT_OR_INTS, [[], [0] * 9], NUMBERS_DIFFER),
-    ("DO_write.*", "value", INT_OR_INTS, [[0, "a"], [0, 1.0]], pyqvx.InputTypeNotConsistentError),
+    ("DO_write.*", "value", INT_OR_INTS, [[0, "a"], [0, 1.0], [0, True]], pyqvx.InputTypeNotConsistentError),
     (".*", "pin", INT_OR_INTS, NO_PIN, pyqvx.PinsNotExistError),
     # Serial ports
     (".*UART.*", "baud_rate|rate", INT, beyond(0, 400000), pyqvx.UARTBaudRateNotSupportError),
@@ -266,8 +266,10 @@ def bad_calls(device):
             rules = rules_of(device, name, argument)
             pairs = [(value, TYPE) for value in rules[0][0]]
             # Pins that need no opening: nobody asks which there are.
-            if not (re.fullmatch(OPENS_FIXED, name) and sends_nothing(type(device), name)):
-                pairs += [(value, error) for _, outside, error in rules for value in outside]
+            asked = argument == "timeout" or not (
+                re.fullmatch(OPENS_FIXED, name) and sends_nothing(type(device), name)
+            )
+            pairs += [(value, error if asked else 0) for _, outside, error in rules for value in outside]
             for value, error in pairs:
                 # What a model does not have it refuses whatever the arguments are.
                 expected = result if result is pyqvx.APINotSupportError else error
