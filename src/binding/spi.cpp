@@ -72,12 +72,15 @@ void bindSPI(py::module_& module) {
                "The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. "
                "Returns 0.")
       .request("SPI_write", &M::SPI_write, "port: int, write_data: list[int]", "int",
-               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises "
-               "FirmwareSPIError when they are too many for the device. Returns 0.")
+               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at "
+               "most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More "
+               "than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer "
+               "than 0.01 s is sent again unless `resend` is False. Returns 0.")
       .request("SPI_read", &M::SPI_read, "port: int, bytes_to_read: int", "list[int]",
-               "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent.")
+               "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. "
+               "Raises FirmwareSPIError for half a word when the data size is 16 bits.")
       .request("SPI_readAndWrite", &M::SPI_readAndWrite, "port: int, write_data: list[int]", "list[int]",
-               "Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile.")
+               "Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile.")
       .request("SPI_reset", &M::SPI_reset, "port: int", "int",
                "Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0.");
 }

@@ -2596,7 +2596,7 @@ class UARTBased:
 class UARTModule_async(UARTBased):
     """Serial ports as coroutines."""
     async def UART_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     async def UART_close_async(self, port: int) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     async def UART_setBaudRate_async(self, port: int, baud_rate: int) -> int:
@@ -2614,7 +2614,7 @@ class UARTModule_async(UARTBased):
     async def UART_reset_async(self, port: int) -> int:
         """Gives a port its default settings. Returns 0."""
     async def _UART_startReading_async(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     async def _UART_stopReading_async(self, port: int) -> int:
         """Ends reading. Returns 0."""
     async def UART_stopReading_async(self, port: int) -> int:
@@ -2623,7 +2623,7 @@ class UARTModule_async(UARTBased):
 class UARTModule(UARTBased):
     """Serial ports."""
     def UART_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     def UART_close(self, port: int, timeout: float = 3) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     def UART_setBaudRate(self, port: int, baud_rate: int, timeout: float = 3) -> int:
@@ -2641,7 +2641,7 @@ class UARTModule(UARTBased):
     def UART_reset(self, port: int, timeout: float = 3) -> int:
         """Gives a port its default settings. Returns 0."""
     def _UART_startReading(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     def _UART_stopReading(self, port: int, timeout: float = 3) -> int:
         """Ends reading. Returns 0."""
     def UART_stopReading(self, port: int, timeout: float = 3) -> int:
@@ -3001,9 +3001,9 @@ class I2CModule_async(I2CBased):
     async def I2C_setAddressSize_async(self, port: int, mode: int) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     async def I2C_write_async(self, port: int, write_address: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def I2C_read_async(self, port: int, read_address: int, bytes_to_read: int) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, from about 110 bytes on at 100 kHz, is asked for again unless `resend` is False."""
     async def I2C_reset_async(self, port: int) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3018,9 +3018,9 @@ class I2CModule(I2CBased):
     def I2C_setAddressSize(self, port: int, mode: int, timeout: float = 3) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     def I2C_write(self, port: int, write_address: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def I2C_read(self, port: int, read_address: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, from about 110 bytes on at 100 kHz, is asked for again unless `resend` is False."""
     def I2C_reset(self, port: int, timeout: float = 3) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3065,11 +3065,11 @@ class SPIModule_async(SPIBased):
     async def _SPI_setCPHA_async(self, port: int, phase: int) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     async def SPI_write_async(self, port: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def SPI_read_async(self, port: int, bytes_to_read: int) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     async def SPI_readAndWrite_async(self, port: int, write_data: list[int]) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     async def SPI_reset_async(self, port: int) -> int:
         """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
 
@@ -3092,11 +3092,11 @@ class SPIModule(SPIBased):
     def _SPI_setCPHA(self, port: int, phase: int, timeout: float = 3) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     def SPI_write(self, port: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def SPI_read(self, port: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     def SPI_readAndWrite(self, port: int, write_data: list[int], timeout: float = 3) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     def SPI_reset(self, port: int, timeout: float = 3) -> int:
         """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
 
