@@ -77,7 +77,7 @@ struct Answer {
 
   int status = status::kOk;
   Bytes data;
-  bool silent = false;                 // accepted without a reply; a refusal is always sent
+  bool silent = false;                // accepted without a reply; a refusal is always sent
   std::chrono::nanoseconds takes{0};  // until the reply is sent
 };
 

@@ -255,7 +255,8 @@ void describe(CLI::App& app, Given& given) {
   list("--attach", given.attachments, "BUS=PART",
        "put a slave on a bus: i2c1=24c02[:ADDRESS], an EEPROM; spi1=74hc595, a shift register; spi2=loopback");
   app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");
-  app.add_flag("--stream-as-fast-as-possible", given.unpaced, "ignore sampling rates and the time that buses take: for benchmarks");
+  app.add_flag("--stream-as-fast-as-possible", given.unpaced,
+               "ignore sampling rates and the time that buses take: for benchmarks");
 
   app.add_option("--delay", given.delay_ms, "every packet leaves this much later")
       ->type_name("MS")

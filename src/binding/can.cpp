@@ -92,7 +92,13 @@ void bindCan(py::module_& module) {
   bindCANFrame(module);
   bindSignalQueue<FrameQueue>(
       module, "FrameQueue", "Received frames, each a CANFrame, oldest first: a bounded queue.Queue.",
-      {"frames", "CANFrame"}, [](const py::handle& item) { return std::vector<CANFrame>{item.cast<CANFrame>()}; },
+      {"frames", "CANFrame"},
+      [](const py::handle& item) {
+        if (!py::isinstance<CANFrame>(item)) {
+          fail(ErrorId::InputTypeNotCorrectError, "a FrameQueue holds CANFrame objects");
+        }
+        return std::vector<CANFrame>{item.cast<CANFrame>()};
+      },
       [](const std::vector<CANFrame>& frame) { return frame.front(); });
   py::class_<CANBased, std::shared_ptr<CANBased>> based(module, "CANBased",
                                                         "State, checks and decoder thread of the CAN bus.");

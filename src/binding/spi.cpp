@@ -72,7 +72,8 @@ void bindSPI(py::module_& module) {
                "The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. "
                "Returns 0.")
       .request("SPI_write", &M::SPI_write, "port: int, write_data: list[int]", "int",
-               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at "
+               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device "
+               "takes at "
                "most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More "
                "than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer "
                "than 0.01 s is sent again unless `resend` is False. Returns 0.")

@@ -83,7 +83,8 @@ void bindUart(py::module_& module) {
                                                                                         "Serial ports as coroutines."),
              CoroutineTimeout::None)
       .request("UART_open", &M::UART_open, "port: int", "int",
-               "Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. "
+               "Opens a port, whose pins must be idle or digital lines, and starts reading. Raises "
+               "UARTPortNotAvaliableError. "
                "Returns 0.")
       .request("UART_close", &M::UART_close, "port: int", "int",
                "Ends reading and closes a port. What has been received can still be read. Returns 0.")
@@ -101,9 +102,10 @@ void bindUart(py::module_& module) {
              "At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` "
              "seconds for them and returns what is there; never raises for lack of data.")
       .request("UART_reset", &M::UART_reset, "port: int", "int", "Gives a port its default settings. Returns 0.")
-      .plain("_UART_startReading", &M::_UART_startReading, "port: int", "int",
-             "Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be "
-             "called while the port is read: the device's answer would pass for a received byte. Returns 0.")
+      .plain(
+          "_UART_startReading", &M::_UART_startReading, "port: int", "int",
+          "Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be "
+          "called while the port is read: the device's answer would pass for a received byte. Returns 0.")
       .request("_UART_stopReading", &M::UART_stopReading, "port: int", "int", "Ends reading. Returns 0.")
       .request("UART_stopReading", &M::UART_stopReading, "port: int", "int", "Ends reading. Returns 0.");
 }

@@ -34,8 +34,8 @@ TEST_F(I2cFirmwareTest, AnEepromKeepsPagesAndTakesItsTime) {
   pass(1s);
   play({{WRITE_I2C, {1, 0x50, 0x0D, 1, 2, 3, 4}, {1, 0}}});  // from 13 on: 16 is the next page
   EXPECT_EQ(outlet_.took, 560us);
-  play({{READ_I2C, {1, 0x50, 1}, {1, 21}}});  // it is storing
-  EXPECT_EQ(outlet_.took, 560us + 110us);     // behind the write
+  play({{READ_I2C, {1, 0x50, 1}, {1, 21}}});       // it is storing
+  EXPECT_EQ(outlet_.took, 560us + 110us);          // behind the write
   play({{READ_I2C, {1, 0x57, 1}, {1, 0, 0xFF}}});  // the other one is not
   pass(5559us);
   play({{WRITE_I2C, {1, 0x50, 0}, {1, 21}}});
@@ -104,7 +104,8 @@ TEST_F(I2cFirmwareTest, AddressesOfTenBitsAreOthers) {
   });
 }
 
-// GET_PIN_MODE_OF_SLOT: 1 idle, 2 DI, 3 DO, 4 UART, 5 I2C, 6 SPI; SET_DIO_CURRENT: port, mask, enabled, direction, state
+// GET_PIN_MODE_OF_SLOT: 1 idle, 2 DI, 3 DO, 4 UART, 5 I2C, 6 SPI; SET_DIO_CURRENT: port, mask, enabled, direction,
+// state
 class PinTest : public BenchTest {
  protected:
   PinTest() : BenchTest(withParts("CordlogF1D", {})) {}
