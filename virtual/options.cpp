@@ -181,6 +181,11 @@ std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
   if (given.serials.size() > count || given.aliases.size() > count) {
     throw UsageError("more --serial or --alias options than devices");
   }
+  const auto& buses = setup.model->buses;
+  if ((!given.can_buses.empty() || given.can_load > 0) &&
+      std::none_of(buses.begin(), buses.end(), [](const BusPort& port) { return port.bus == Bus::CAN; })) {
+    throw UsageError("--can-bus, --can-load: the model has no CAN bus");
+  }
   if (given.can_buses.size() > count) {
     throw UsageError("more --can-bus options than devices");
   }

@@ -61,8 +61,9 @@ void bindSPI(py::module_& module) {
                "Raises SPIDataSizeNotVaildError. Returns 0.")
       .request("SPI_setFirstBit", &M::SPI_setFirstBit, "port: int, mode: int", "int",
                "Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0.")
-      .request("SPI_setPrescaler", &M::SPI_setPrescaler, "port: int, prescaler: int", "int",
-               "Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0.")
+      .request(
+          "SPI_setPrescaler", &M::SPI_setPrescaler, "port: int, prescaler: int", "int",
+          "Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0.")
       .request("SPI_setMode", &M::SPI_setMode, "port: int, mode: int", "int",
                "Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 "
                "high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0.")
@@ -83,7 +84,8 @@ void bindSPI(py::module_& module) {
       .request("SPI_readAndWrite", &M::SPI_readAndWrite, "port: int, write_data: list[int]", "list[int]",
                "Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile.")
       .request("SPI_reset", &M::SPI_reset, "port: int", "int",
-               "Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0.");
+               "Restores the default settings of a port: 8 bits, most significant first, mode 0, "
+               "prescaler 256. Returns 0.");
 }
 
 }  // namespace qvx::binding
