@@ -64,9 +64,8 @@ void bindI2C(py::module_& module) {
       .request("I2C_read", &M::I2C_read, "port: int, read_address: int, bytes_to_read: int", "list[int]",
                "What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else "
                "InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than "
-               "0.01 s, as "
-               "110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that pass for "
-               "those of the next reads.")
+               "0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that "
+               "pass for those of the next reads.")
       .request("I2C_reset", &M::I2C_reset, "port: int", "int",
                "Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0.");
 }

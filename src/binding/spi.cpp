@@ -83,9 +83,10 @@ void bindSPI(py::module_& module) {
                "Raises FirmwareSPIError for half a word when the data size is 16 bits.")
       .request("SPI_readAndWrite", &M::SPI_readAndWrite, "port: int, write_data: list[int]", "list[int]",
                "Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile.")
-      .request("SPI_reset", &M::SPI_reset, "port: int", "int",
-               "Restores the default settings of a port: 8 bits, most significant first, mode 0, "
-               "prescaler 256. Returns 0.");
+      .request(
+          "SPI_reset", &M::SPI_reset, "port: int", "int",
+          "Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns "
+          "0.");
 }
 
 }  // namespace qvx::binding

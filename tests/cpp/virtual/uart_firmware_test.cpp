@@ -185,6 +185,11 @@ TEST_F(UartFirmwareTest, StoppingBringsWhatHasArrivedBeforeTheReply) {
   ASSERT_EQ(outlet_.frames.size(), 2U);
   EXPECT_EQ(outlet_.frames[0], (Frame{START_UART_READING, {2, 'a', 'b'}}));
   EXPECT_EQ(outlet_.frames[1], (Frame{STOP_UART_READING, {2, 0}}));
+  // Closing ends reading too.
+  play({{START_UART_READING, {2}, {2, 0}}, {CLOSE_UART, {2}, {2, 0}}, {OPEN_UART, {2}, {2, 0}}});
+  write(1, {'c'});
+  pass(1s);
+  EXPECT_EQ(streamedFrom(2), Bytes{});
 }
 
 }  // namespace
