@@ -17,7 +17,7 @@ DeviceSetup parts() {
 
 class SpiFirmwareTest : public BenchTest {
  protected:
-  explicit SpiFirmwareTest() : BenchTest(parts()) { play({{OPEN_SPI, {1}, {1, 0}}, {OPEN_SPI, {2}, {2, 0}}}); }
+  SpiFirmwareTest() : BenchTest(parts()) { play({{OPEN_SPI, {1}, {1, 0}}, {OPEN_SPI, {2}, {2, 0}}}); }
 };
 
 TEST_F(SpiFirmwareTest, AShiftRegisterGivesWhatItGotAByteAgo) {

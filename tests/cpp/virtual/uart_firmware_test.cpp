@@ -179,8 +179,10 @@ TEST_F(UartFirmwareTest, AFullSendBufferRefuses) {
 TEST_F(UartFirmwareTest, StoppingBringsWhatHasArrivedBeforeTheReply) {
   open(1);
   open(2);
+  write(1, {'x'});
+  pass(100us);  // the next packet is due in 5 ms
   write(1, {'a', 'b'});
-  now_ += 1s;
+  now_ += 1ms;
   send(STOP_UART_READING, {2});
   ASSERT_EQ(outlet_.frames.size(), 2U);
   EXPECT_EQ(outlet_.frames[0], (Frame{START_UART_READING, {2, 'a', 'b'}}));
