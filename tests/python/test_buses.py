@@ -1,4 +1,4 @@
-"""UART, I2C, SPI and CAN: both forms against virtual devices, and what Python sees of their queues and frames."""
+"""UART, I2C, SPI and CAN: both forms against virtual devices, and their queues and frames in Python."""
 
 import asyncio
 import random
