@@ -138,6 +138,12 @@ ModelRow withBus(ModelRow row, const std::vector<BusPort>& ports) {
   return row;
 }
 
+ModelRow withCan(ModelRow row) {
+  row.buses.push_back(kCanPort);
+  row.modules.push_back(makeCan);
+  return row;
+}
+
 ModelRow withI2c(ModelRow row) {
   return withBus<I2cFirmware>(std::move(row), kI2cPorts);
 }
@@ -193,7 +199,7 @@ const std::vector<ModelRow>& modelRows() {
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1D, "CD")),
       withI2cAndSpi(cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA")),
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1TD, "CT")),
-      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC", {makeCan})),
+      withCan(withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC"))),
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1RD, "CR")),
       cordlogWithSinks(),
       withI2c(withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>)),

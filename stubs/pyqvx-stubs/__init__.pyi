@@ -2596,11 +2596,11 @@ class UARTBased:
 class UARTModule_async(UARTBased):
     """Serial ports as coroutines."""
     async def UART_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     async def UART_close_async(self, port: int) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     async def UART_setBaudRate_async(self, port: int, baud_rate: int) -> int:
-        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+        """Bits per second, 115200 at first, at most 400000. Raises UARTBaudRateNotSupportError; FirmwareUARTError for 0. Returns 0."""
     async def UART_setDataBit_async(self, port: int, mode: int) -> int:
         """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
     async def UART_setParity_async(self, port: int, mode: int) -> int:
@@ -2608,13 +2608,13 @@ class UARTModule_async(UARTBased):
     async def UART_setNumStopBit_async(self, port: int, mode: int) -> int:
         """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
     async def UART_write_async(self, port: int, write_data: str | bytes | list[str] | list[int]) -> int:
-        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+        """Sends at most 50 characters or bytes, 0..255 each, and returns before they have left. Raises UARTExceedMaxLengthError, InputDataNotInRangeError; FirmwareUARTError when the port is not open or too much waits to be sent. Returns 0."""
     async def UART_read_async(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
         """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     async def UART_reset_async(self, port: int) -> int:
-        """Gives a port its default settings. Returns 0."""
+        """Gives a port its default settings: 115200 bit/s, 8 data bits, no parity, 1 stop bit. Returns 0."""
     async def _UART_startReading_async(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     async def _UART_stopReading_async(self, port: int) -> int:
         """Ends reading. Returns 0."""
     async def UART_stopReading_async(self, port: int) -> int:
@@ -2623,11 +2623,11 @@ class UARTModule_async(UARTBased):
 class UARTModule(UARTBased):
     """Serial ports."""
     def UART_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     def UART_close(self, port: int, timeout: float = 3) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     def UART_setBaudRate(self, port: int, baud_rate: int, timeout: float = 3) -> int:
-        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+        """Bits per second, 115200 at first, at most 400000. Raises UARTBaudRateNotSupportError; FirmwareUARTError for 0. Returns 0."""
     def UART_setDataBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
     def UART_setParity(self, port: int, mode: int, timeout: float = 3) -> int:
@@ -2635,13 +2635,13 @@ class UARTModule(UARTBased):
     def UART_setNumStopBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
     def UART_write(self, port: int, write_data: str | bytes | list[str] | list[int], timeout: float = 3) -> int:
-        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+        """Sends at most 50 characters or bytes, 0..255 each, and returns before they have left. Raises UARTExceedMaxLengthError, InputDataNotInRangeError; FirmwareUARTError when the port is not open or too much waits to be sent. Returns 0."""
     def UART_read(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
         """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     def UART_reset(self, port: int, timeout: float = 3) -> int:
-        """Gives a port its default settings. Returns 0."""
+        """Gives a port its default settings: 115200 bit/s, 8 data bits, no parity, 1 stop bit. Returns 0."""
     def _UART_startReading(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     def _UART_stopReading(self, port: int, timeout: float = 3) -> int:
         """Ends reading. Returns 0."""
     def UART_stopReading(self, port: int, timeout: float = 3) -> int:
@@ -2749,17 +2749,17 @@ class CANModule_async(CANBased):
     async def CAN_getPort_async(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     async def CAN_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
     async def CAN_close_async(self, port: int) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     async def CAN_start_async(self, port: int) -> int:
-        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+        """Takes part in the bus: frames are sent and received from now on. Also brings back a port that went off the bus, after CAN_stop. Raises FirmwareCANError when the port is not open. Returns 0."""
     async def CAN_stop_async(self, port: int) -> int:
         """Takes no part in the bus any more. Returns 0."""
     async def CAN_setSpeed_async(self, port: int, speed_mode: int) -> int:
-        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500 (at first), 3 for 1000. Raises CANSpeedNotVaildError; FirmwareCANError between CAN_start and CAN_stop. Returns 0."""
     async def CAN_write_async(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False) -> int:
-        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Returns when it waits to be sent. Raises CANDataLengthNotVaildError, InputDataNotInRangeError; FirmwareCANError when the port is not started, is off the bus after too many errors, or too many frames wait. Returns 0."""
     async def CAN_read_async(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
         """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
     async def CAN_setRXFilteringOn_async(self, port: int, on_off: int) -> int:
@@ -2773,28 +2773,28 @@ class CANModule_async(CANBased):
     async def _CAN_setEnableInterrupt_async(self, port: int, status: int) -> int:
         """Which interrupts are enabled, a mask 0..255. Returns 0."""
     async def _CAN_getInterrupts_async(self, port: int) -> list[int]:
-        """Interrupt enable, interrupt state, error state."""
+        """Interrupt enable, interrupt state, error state, each with bits as in docs/protocol.md."""
     async def _CAN_getErrors_async(self, port: int) -> list[int]:
-        """TX error code, RX error code."""
+        """TX and RX error counters; from 128 on the port is error-passive."""
     async def _CAN_getCounters_async(self, port: int) -> list[int]:
-        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+        """TX interrupts (frames that were sent), RX interrupts (frames received), SPI transfers, sends (frames that were written), bus errors, overflows (frames lost), since the device started."""
 
 class CANModule(CANBased):
     """CAN bus."""
     def CAN_getPort(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     def CAN_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
     def CAN_close(self, port: int, timeout: float = 3) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     def CAN_start(self, port: int, timeout: float = 3) -> int:
-        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+        """Takes part in the bus: frames are sent and received from now on. Also brings back a port that went off the bus, after CAN_stop. Raises FirmwareCANError when the port is not open. Returns 0."""
     def CAN_stop(self, port: int, timeout: float = 3) -> int:
         """Takes no part in the bus any more. Returns 0."""
     def CAN_setSpeed(self, port: int, speed_mode: int, timeout: float = 3) -> int:
-        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500 (at first), 3 for 1000. Raises CANSpeedNotVaildError; FirmwareCANError between CAN_start and CAN_stop. Returns 0."""
     def CAN_write(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False, timeout: float = 3) -> int:
-        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Returns when it waits to be sent. Raises CANDataLengthNotVaildError, InputDataNotInRangeError; FirmwareCANError when the port is not started, is off the bus after too many errors, or too many frames wait. Returns 0."""
     def CAN_read(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
         """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
     def CAN_setRXFilteringOn(self, port: int, on_off: int, timeout: float = 3) -> int:
@@ -2808,11 +2808,11 @@ class CANModule(CANBased):
     def _CAN_setEnableInterrupt(self, port: int, status: int, timeout: float = 3) -> int:
         """Which interrupts are enabled, a mask 0..255. Returns 0."""
     def _CAN_getInterrupts(self, port: int, timeout: float = 3) -> list[int]:
-        """Interrupt enable, interrupt state, error state."""
+        """Interrupt enable, interrupt state, error state, each with bits as in docs/protocol.md."""
     def _CAN_getErrors(self, port: int, timeout: float = 3) -> list[int]:
-        """TX error code, RX error code."""
+        """TX and RX error counters; from 128 on the port is error-passive."""
     def _CAN_getCounters(self, port: int, timeout: float = 3) -> list[int]:
-        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+        """TX interrupts (frames that were sent), RX interrupts (frames received), SPI transfers, sends (frames that were written), bus errors, overflows (frames lost), since the device started."""
 
 class DIOBased:
     """Pin tables and checks of digital input and output."""
@@ -3003,9 +3003,9 @@ class I2CModule_async(I2CBased):
     async def I2C_setAddressSize_async(self, port: int, mode: int) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     async def I2C_write_async(self, port: int, write_address: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def I2C_read_async(self, port: int, read_address: int, bytes_to_read: int) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that pass for those of the next reads."""
     async def I2C_reset_async(self, port: int) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3020,9 +3020,9 @@ class I2CModule(I2CBased):
     def I2C_setAddressSize(self, port: int, mode: int, timeout: float = 3) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     def I2C_write(self, port: int, write_address: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def I2C_read(self, port: int, read_address: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that pass for those of the next reads."""
     def I2C_reset(self, port: int, timeout: float = 3) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3059,7 +3059,7 @@ class SPIModule_async(SPIBased):
     async def SPI_setFirstBit_async(self, port: int, mode: int) -> int:
         """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
     async def SPI_setPrescaler_async(self, port: int, prescaler: int) -> int:
-        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+        """Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0."""
     async def SPI_setMode_async(self, port: int, mode: int) -> int:
         """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
     async def _SPI_setCPOL_async(self, port: int, polarity: int) -> int:
@@ -3067,13 +3067,13 @@ class SPIModule_async(SPIBased):
     async def _SPI_setCPHA_async(self, port: int, phase: int) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     async def SPI_write_async(self, port: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def SPI_read_async(self, port: int, bytes_to_read: int) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     async def SPI_readAndWrite_async(self, port: int, write_data: list[int]) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     async def SPI_reset_async(self, port: int) -> int:
-        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns 0."""
 
 class SPIModule(SPIBased):
     """SPI masters."""
@@ -3086,7 +3086,7 @@ class SPIModule(SPIBased):
     def SPI_setFirstBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
     def SPI_setPrescaler(self, port: int, prescaler: int, timeout: float = 3) -> int:
-        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+        """Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0."""
     def SPI_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
         """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
     def _SPI_setCPOL(self, port: int, polarity: int, timeout: float = 3) -> int:
@@ -3094,13 +3094,13 @@ class SPIModule(SPIBased):
     def _SPI_setCPHA(self, port: int, phase: int, timeout: float = 3) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     def SPI_write(self, port: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def SPI_read(self, port: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     def SPI_readAndWrite(self, port: int, write_data: list[int], timeout: float = 3) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     def SPI_reset(self, port: int, timeout: float = 3) -> int:
-        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns 0."""
 
 class SkylogE3A(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async):
     """Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi."""

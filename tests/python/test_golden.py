@@ -3,10 +3,11 @@
 import asyncio
 import inspect
 from collections import Counter
+from dataclasses import replace
 
 import pytest
 from fakes import FakeTransport, connected
-from golden import ROWS
+from golden import ROWS, i2c_spi, serial_can
 from golden.row import products
 
 import pyqvx
@@ -81,6 +82,21 @@ def test_operations_send_and_give_what_they_should(cls, form):
     finally:
         device.client_cmd.pool = None
         device.close()
+
+
+def test_buses_raise_what_the_device_refuses():
+    """Every one of their replies is [port, status, ...]."""
+    device = connected(FakeTransport({}), pyqvx.CordlogF1CD)
+    device.resend = False
+    for row in i2c_spi.ROWS + serial_can.ROWS:
+        check(device, row, "blocking")
+        answered = [exchange for exchange in row.exchanges if exchange[2] is not None]
+        if answered and answered[-1][0] != pyqvx.GET_PIN_MODE_OF_SLOT:
+            code, sent, reply = answered.pop()
+            exchanges = (*answered, (code, sent, reply[:2] + "39"))
+            check(device, replace(row, exchanges=exchanges, result=pyqvx.FirmwareCANError), "blocking")
+    device.client_cmd.pool = None
+    device.close()
 
 
 @pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)

@@ -319,6 +319,8 @@ def test_hostile_bytes() -> None:
         (["--wire", "do0.1"], "from an output to an input"),
         (["--wire", "do0.1=di0.2"], "no such output"),
         (["--wire", "ao0.0=ai0.0"], "the device has none"),
+        (["--can-load", "5"], "no CAN bus"),
+        (["--model", "CordlogF1D", "--can-bus", "a"], "no CAN bus"),
         (["--quiet", "--verbose"], "quiet"),
         (["--seed", "x"], "seed"),
         (["stray"], "stray"),

@@ -3,8 +3,6 @@
 
 #include "modules/analog/ai24.h"
 #include "modules/analog/ao.h"
-#include "modules/bus/i2c.h"
-#include "modules/bus/spi.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -42,9 +40,6 @@ struct Bench {
   AI24BitStreamingOperations ai24{Link(device), {.ports = {{0, {0, 1}}}, .ratio = 10.0 / (1 << 23), .num_channels = 2}};
   AI24BitOperations ai24_on_demand{Link(device), {.ports = {{0, {0, 1}}}, .num_channels = 2}};
   AOStreamingOperations ao{Link(device), {.ports = {{0, {0, 1, 2}}, {3, {0}}}, .channels = 3}};
-
-  I2COperations i2c{Link(device), {{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}}};
-  SPIOperations spi{Link(device), {{{1, {{2, 0}, {2, 1}, {2, 2}, {2, 3}}}, {2, {{2, 4}, {3, 2}}}}}};
 
   explicit Bench(ProductId product = ProductId::FeroxA,
                  AIConfiguration configuration = {.ports = {{0, {0, 1}}}, .num_channels = 2})
