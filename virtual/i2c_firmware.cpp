@@ -111,7 +111,7 @@ Answer I2cFirmware::write(Port& port, const Request& request) {
   for (const std::uint8_t byte : bytes) {
     slave->write(byte);
   }
-  const Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), status::kOk);
+  Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), status::kOk);
   slave->end(begin(port, request.now));
   return answer;
 }
@@ -128,7 +128,7 @@ Answer I2cFirmware::read(Port& port, const Request& request) {
   }
   Bytes bytes(request.payload[1 + width]);
   std::generate(bytes.begin(), bytes.end(), [slave] { return slave->read(); });
-  const Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), bytes);
+  Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), bytes);
   slave->end(begin(port, request.now));
   return answer;
 }

@@ -74,6 +74,7 @@ int checkedKey(const Argument& value, std::string_view what, const std::map<int,
   const std::int64_t number = checkedInt(value, what);
   if (!std::in_range<int>(number) || !choices.contains(static_cast<int>(number))) {
     std::vector<int> keys;
+    keys.reserve(choices.size());
     for (const auto& [key, entry] : choices) {
       keys.push_back(key);
     }

@@ -100,6 +100,7 @@ std::uint16_t DIOBased::checkValues(const std::vector<int>& pins, const Argument
            items.front().typeName() + " and " + other->typeName() + " in one list");
   }
   std::vector<int> bits;
+  bits.reserve(items.size());
   for (const Argument& item : items) {
     bits.push_back(static_cast<int>(std::clamp<std::int64_t>(checkedInt(item, what), 0, 1)));
   }
