@@ -21,8 +21,8 @@ PATIENCE_S = 20.0
 # How long a test watches for what must not happen.
 GLANCE_S = 0.05
 
-# For tests that fork a process with threads: AddressSanitizer's allocator may be locked by one of them at that
-# moment, and stays so in the child.
+# For tests that fork a process with threads: AddressSanitizer's allocator may be locked by one of them at
+# that moment, and stays so in the child.
 forks = pytest.mark.skipif(
     os.environ.get("QVX_SANITIZER") == "asan", reason="AddressSanitizer does not survive a fork"
 )
