@@ -117,8 +117,7 @@ async def awaited_pairs(
 def awaited(rounds: int, repeats: int) -> list[Row]:
     """Sys_getSerialNumber_async against asyncio's streams: write, then read a packet by its length.
 
-    Ours has one thread more between the device and the loop: two more switches between threads, which the
-    processor time of the whole process counts too, and which cost most where cores are busy or asleep.
+    Processor time is that of the whole process, the receive thread included.
     """
     with connected() as (device, bench):
         pairs = asyncio.run(awaited_pairs(device, bench.address, rounds, repeats))
