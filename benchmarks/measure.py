@@ -18,6 +18,8 @@ from qvx_virtual import VirtualDevice
 
 PORT = 0
 CHANNELS = 8
+# Memory once used stays in the process: else the kernel, clearing pages, decides who is faster.
+KEEP_MEMORY = {"MALLOC_MMAP_THRESHOLD_": str(1 << 30), "MALLOC_TRIM_THRESHOLD_": str(1 << 32)}
 # What a device puts into one packet of a stream.
 BLOCK_BYTES = 1440
 BLOCK_SAMPLES = BLOCK_BYTES // (2 * CHANNELS)

@@ -19,7 +19,7 @@ import numpy as np
 import pyqvx
 import roads
 import round_trip
-from measure import Row, compared, in_new_process
+from measure import KEEP_MEMORY, Row, compared, in_new_process
 
 MEGABYTE = 1e6
 
@@ -27,9 +27,7 @@ MEGABYTE = 1e6
 def streaming(rounds: int) -> list[Row]:
     rows = []
     for form, bits, limit in (("lists", 16, 1.5), ("array", 16, 1.0), ("lists", 24, 1.5), ("array", 24, 1.0)):
-        # Memory once used stays in the process: else the kernel, clearing pages, decides who is faster.
-        keep = {"MALLOC_MMAP_THRESHOLD_": str(1 << 30), "MALLOC_TRIM_THRESHOLD_": str(1 << 32)}
-        result = in_new_process("decoding.py", form, bits, rounds, environ=keep)
+        result = in_new_process("decoding.py", form, bits, rounds, environ=KEEP_MEMORY)
         what = f"{result['samples']:,} samples x 8 of {bits} bits to {form} / numpy"
         rows.append(compared(what, result["pairs"], limit))
     return rows

@@ -16,7 +16,6 @@ struct State {
   std::shared_ptr<LoopPort> port;  // from the first step on
   std::unique_ptr<Fiber> fiber;    // from the first step until it has ended
   py::object future;               // what the task waits for now
-  py::object timer;
   bool running = false;
   bool ended = false;
 };
@@ -59,12 +58,8 @@ Result guarded(Result on_error, Call call) noexcept {
 
 void stopWaiting(State& state, const Fiber& fiber) {
   if (state.future) {
-    state.port->forget(fiber.ticket());
+    state.port->forget(fiber.ticket(), fiber.deadline());
     state.future = py::object();
-  }
-  if (state.timer) {
-    const py::object timer = std::move(state.timer);
-    timer.attr("cancel")();
   }
 }
 
@@ -113,7 +108,8 @@ PySendResult step(State& state, PyObject** result) {
     finished = state.fiber->resume();
   }
   if (!finished) {
-    state.future = state.port->makeFuture(state.fiber->ticket(), state.fiber->deadline(), state.timer);
+    state.port->startWatching();
+    state.future = state.port->makeFuture(state.fiber->ticket(), state.fiber->deadline());
     *result = py::object(state.future).release().ptr();
     return PYGEN_NEXT;
   }
@@ -121,6 +117,7 @@ PySendResult step(State& state, PyObject** result) {
   const auto fiber = std::move(state.fiber);
   const auto body = std::move(state.body);
   const py::object owner = std::move(state.owner);
+  state.port->startWatching();
   if (fiber->failure()) {
     std::rethrow_exception(fiber->failure());
   }
@@ -222,7 +219,6 @@ int traverse(PyObject* self, visitproc visit, void* arg) {
   if (state != nullptr) {
     Py_VISIT(state->owner.ptr());
     Py_VISIT(state->future.ptr());
-    Py_VISIT(state->timer.ptr());
   }
   Py_VISIT(Py_TYPE(self));
   return 0;

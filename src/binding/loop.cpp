@@ -16,6 +16,8 @@ struct LoopTable {
   py::object ports = py::module_::import("weakref").attr("WeakKeyDictionary")();
   py::str create_future{"create_future"};
   py::str call_later{"call_later"};
+  py::str done{"done"};
+  py::str set_result{"set_result"};
   py::str blocking{"_asyncio_future_blocking"};
   std::weak_ptr<LoopPort> latest;  // there is rarely more than one
 };
@@ -34,6 +36,17 @@ LoopTable& table() {
   }
   return *instance;
 }
+
+// The port that reads a source on this thread: what is posted meanwhile it fires without being told.
+thread_local const LoopPort* reading = nullptr;
+
+class Reading {
+ public:
+  explicit Reading(const LoopPort& port) { reading = &port; }
+  ~Reading() { reading = nullptr; }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+};
 
 py::object checked(PyObject* object) {
   if (object == nullptr) {
@@ -71,6 +84,10 @@ std::shared_ptr<LoopPort> LoopPort::current() {
   return port;
 }
 
+py::object LoopPort::loop() const {
+  return py::reinterpret_borrow<py::object>(PyWeakref_GetObject(loop_.ptr()));
+}
+
 bool LoopPort::belongsTo(const py::object& loop) const {
   return PyWeakref_GetObject(loop_.ptr()) == loop.ptr();
 }
@@ -88,9 +105,9 @@ LoopPort::~LoopPort() {
 // The loop keeps what it is given for as long as it lives; it must not keep the port.
 void LoopPort::attach(const py::object& loop) {
   const std::weak_ptr<LoopPort> self = weak_from_this();
-  fire_ = py::cpp_function([self](std::uint64_t ticket) {
+  fire_late_ = py::cpp_function([self](Clock::rep timer) {
     if (const auto port = self.lock()) {
-      port->fire(ticket);
+      port->fireLate(timer);
     }
   });
   loop_ = checked(PyWeakref_NewRef(loop.ptr(), nullptr));
@@ -108,7 +125,7 @@ void LoopPort::post(std::uint64_t ticket) {
     first = posted_.empty();
     posted_.push_back(ticket);
   }
-  if (first) {
+  if (first && reading != this) {
     const std::uint64_t one = 1;
     while (::write(event_fd_, &one, sizeof one) < 0 && errno == EINTR) {
     }
@@ -119,6 +136,10 @@ void LoopPort::drain() {
   std::uint64_t count = 0;
   while (::read(event_fd_, &count, sizeof count) < 0 && errno == EINTR) {
   }
+  fireAll();
+}
+
+void LoopPort::fireAll() {
   std::vector<std::uint64_t> tickets;
   {
     const std::lock_guard lock(mutex_);
@@ -135,27 +156,104 @@ void LoopPort::fire(std::uint64_t ticket) {
     return;
   }
   const auto future = py::reinterpret_borrow<py::object>(entry.mapped());
-  if (!future.attr("done")().cast<bool>()) {
-    future.attr("set_result")(py::none());
+  const LoopTable& names = table();
+  if (checked(PyObject_CallMethodNoArgs(future.ptr(), names.done.ptr())).ptr() == Py_False) {
+    checked(PyObject_CallMethodOneArg(future.ptr(), names.set_result.ptr(), Py_None));
   }
 }
 
-py::object LoopPort::makeFuture(std::uint64_t ticket, const Deadline& deadline, py::object& timer) {
+void LoopPort::watch(const std::shared_ptr<Source>& source) {
+  const std::lock_guard lock(mutex_);
+  bool known = false;
+  std::erase_if(watched_, [&](const auto& entry) {
+    const auto watched = entry.lock();
+    known = known || watched == source;
+    return !watched;
+  });
+  if (!known) {
+    watched_.push_back(source);
+    unwatched_.push_back(source);
+  }
+}
+
+void LoopPort::startWatching() {
+  std::vector<std::shared_ptr<Source>> sources;
+  {
+    const std::lock_guard lock(mutex_);
+    sources.swap(unwatched_);
+  }
+  for (auto& source : sources) {
+    const int fd = source->fd();
+    loop().attr("add_reader")(fd, py::cpp_function([self = weak_from_this(), source = std::move(source)] {
+                                if (const auto port = self.lock()) {
+                                  port->read(source);
+                                }
+                              }));
+  }
+}
+
+void LoopPort::read(const std::shared_ptr<Source>& source) {
+  bool more = false;
+  {
+    const Reading on_this_thread(*this);
+    more = source->read();
+  }
+  fireAll();
+  if (!more) {
+    {
+      const std::lock_guard lock(mutex_);
+      std::erase_if(watched_, [&](const auto& entry) { return entry.lock() == source; });
+    }
+    loop().attr("remove_reader")(source->fd());
+  }
+}
+
+py::object LoopPort::makeFuture(std::uint64_t ticket, const Deadline& deadline) {
   const LoopTable& names = table();
-  const py::object loop = runningLoop();
-  py::object future = checked(PyObject_CallMethodNoArgs(loop.ptr(), names.create_future.ptr()));
+  py::object future = checked(PyObject_CallMethodNoArgs(loop().ptr(), names.create_future.ptr()));
   // What a future's own __await__ does before it hands itself to the task.
   if (PyObject_SetAttr(future.ptr(), names.blocking.ptr(), Py_True) != 0) {
     throw py::error_already_set();
   }
   if (deadline) {
-    const double seconds = std::chrono::duration<double>(*deadline - Clock::now()).count();
-    timer =
-        checked(PyObject_CallMethodObjArgs(loop.ptr(), names.call_later.ptr(), py::float_(std::max(seconds, 0.0)).ptr(),
-                                           fire_.ptr(), py::int_(ticket).ptr(), nullptr));
+    deadlines_.emplace(*deadline, ticket);
+    setTimer();
   }
   futures_.emplace(ticket, future.ptr());
   return future;
+}
+
+void LoopPort::forget(std::uint64_t ticket, const Deadline& deadline) {
+  futures_.erase(ticket);
+  if (deadline) {
+    deadlines_.erase({*deadline, ticket});
+  }
+}
+
+void LoopPort::setTimer() {
+  const auto earliest = deadlines_.begin()->first;
+  const auto timer = earliest.time_since_epoch().count();
+  if (!timers_.empty() && *timers_.begin() <= timer) {
+    return;
+  }
+  const double seconds = std::chrono::duration<double>(earliest - Clock::now()).count();
+  checked(PyObject_CallMethodObjArgs(loop().ptr(), table().call_later.ptr(), py::float_(std::max(seconds, 0.0)).ptr(),
+                                     fire_late_.ptr(), py::int_(timer).ptr(), nullptr));
+  timers_.insert(timer);
+}
+
+// A timer may come a little early by our clock; that is soon enough.
+void LoopPort::fireLate(Clock::rep timer) {
+  timers_.erase(timer);
+  const auto now = std::max(Clock::now(), Clock::time_point(Clock::duration(timer)));
+  while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
+    const auto ticket = deadlines_.begin()->second;
+    deadlines_.erase(deadlines_.begin());
+    fire(ticket);
+  }
+  if (!deadlines_.empty()) {
+    setTimer();
+  }
 }
 
 }  // namespace qvx::binding

@@ -11,6 +11,7 @@
 #include "binding/bindings.h"
 #include "binding/coroutine.h"
 #include "binding/results.h"
+#include "binding/self.h"
 
 #include <array>
 #include <string>
@@ -109,10 +110,10 @@ class Operations {
                           const char* result, const char* doc, std::index_sequence<I...> /*unused*/) {
     blocking_.def(
         name,
-        [body](typename Blocking::type& self, const Each<I>&... args) {
+        [body](const Self<typename Blocking::type>& self, const Each<I>&... args) {
           prepareResult(static_cast<Result*>(nullptr));
           const Unlocked unlocked;
-          return (static_cast<Owner&>(self).*body)(args...);
+          return (static_cast<Owner&>(self.object).*body)(args...);
         },
         Signature(signature), docstring(name, signature, result, doc));
   }
@@ -125,7 +126,7 @@ class Operations {
         full_name,
         [body, full_name](const py::object& self, const Each<I>&... args) {
           prepareResult(static_cast<Result*>(nullptr));
-          Owner& owner = self.cast<typename Coroutine::type&>();
+          Owner& owner = self.cast<Self<typename Coroutine::type>>().object;
           return makeCoroutineOf(full_name, self, [&owner, body, bound = std::make_tuple(args...)] {
             return std::apply([&](const auto&... each) { return (owner.*body)(each...); }, bound);
           });
@@ -140,7 +141,7 @@ class Operations {
     coroutine_.def(
         full_name,
         [body, full_name](const py::object& self, const Each<I>&... args) {
-          Owner& owner = self.cast<typename Coroutine::type&>();
+          Owner& owner = self.cast<Self<typename Coroutine::type>>().object;
           return makeCoroutineOf(full_name, self, [&owner, body, bound = std::make_tuple(args...)] {
             return std::apply([&](const auto&... each) { return (owner.*body)(each..., Argument(kDefaultTimeout)); },
                               bound);

@@ -11,9 +11,30 @@ constexpr std::chrono::milliseconds kParkLimit{100};
 
 }  // namespace
 
+// A connection, as an event loop reads it.
+class ConnectionSource final : public Source {
+ public:
+  ConnectionSource(std::shared_ptr<Transport> client, std::shared_ptr<const Descriptor> descriptor,
+                   std::shared_ptr<Intake> intake)
+      : client_(std::move(client)), descriptor_(std::move(descriptor)), intake_(std::move(intake)) {}
+  int fd() const override { return descriptor_->get(); }
+  bool read() override {
+    return generation_ == processGeneration() && intake_->leasedUntil() > Clock::now() &&
+           client_->receiveNow(*descriptor_, *intake_);
+  }
+  bool reads(const std::shared_ptr<const Descriptor>& descriptor) const { return descriptor_ == descriptor; }
+
+ private:
+  const std::shared_ptr<Transport> client_;
+  const std::shared_ptr<const Descriptor> descriptor_;
+  const std::shared_ptr<Intake> intake_;
+  const unsigned generation_ = processGeneration();  // a forked child must not take its parent's bytes
+};
+
 Channel::Channel(Device& device, Setup setup)
     : device_(device),
       setup_(std::move(setup)),
+      intake_(std::make_shared<Intake>(setup_.read_size, setup_.file)),
       worker_(
           setup_.thread_name, gate_, [this] { readOnce(); },
           [this] {
@@ -21,6 +42,42 @@ Channel::Channel(Device& device, Setup setup)
               client->wake();
             }
           }) {}
+
+Channel::~Channel() {
+  worker_.stop();
+  if (!device_.forked()) {  // a child may have been forked in the middle of a step
+    intake_->end();
+  }
+}
+
+void Channel::expectReply() {
+  const Fiber* const fiber = Fiber::current();
+  if (fiber == nullptr && !intake_->endLease()) {
+    return;
+  }
+  const auto client = setup_.client();
+  if (fiber == nullptr) {
+    if (client) {
+      client->wake();
+    }
+    return;
+  }
+  auto descriptor = client ? client->watchable() : nullptr;
+  if (!descriptor) {
+    return;
+  }
+  std::shared_ptr<ConnectionSource> source;
+  {
+    const std::lock_guard lock(source_mutex_);
+    source = source_.lock();
+    if (!source || !source->reads(descriptor)) {
+      source = std::make_shared<ConnectionSource>(client, std::move(descriptor), intake_);
+      source_ = source;
+    }
+  }
+  intake_->renewLease();
+  fiber->scheduler()->watch(source);
+}
 
 std::string Channel::identifier() const {
   const std::lock_guard lock(state_mutex_);
@@ -152,6 +209,7 @@ void Channel::stop() {
   client->wake();
   gate_->waitParked(Clock::now() + kParkLimit);
   client->disconnect();
+  intake_->settle();
 }
 
 void Channel::readOnce() {
@@ -161,9 +219,7 @@ void Channel::readOnce() {
     return;
   }
   try {
-    for (Frame& frame : client->recvAndSplitPacket(setup_.read_size)) {
-      setup_.file(std::move(frame));
-    }
+    client->receive(*intake_);
   } catch (const Failure& failure) {
     lose(failure);
   } catch (const std::exception& error) {

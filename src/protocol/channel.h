@@ -16,6 +16,7 @@
 namespace qvx {
 
 class Device;
+class ConnectionSource;
 
 // A member of its handle, made with it. The receive thread starts with the channel and parks at the closed gate until
 // the first connect(). Any thread may call anything.
@@ -29,6 +30,7 @@ class Channel {
     std::function<void(Frame)> file;                     // takes each received frame
   };
   Channel(Device& device, Setup setup);
+  ~Channel();
 
   enum class State : std::uint8_t { Disconnected, Connecting, Connected, Lost, Disconnecting };
   State state() const { return state_; }
@@ -47,6 +49,10 @@ class Channel {
   // Ends the thread.
   void end() { worker_.stop(); }
 
+  // A reply has been asked for. A fiber will wait for it while its loop reads the connection; for a thread the receive
+  // thread reads, at once.
+  void expectReply();
+
   // What is connected to, or was last.
   std::string identifier() const;
 
@@ -62,6 +68,9 @@ class Channel {
 
   Device& device_;
   const Setup setup_;
+  const std::shared_ptr<Intake> intake_;
+  std::mutex source_mutex_;                 // guards source_
+  std::weak_ptr<ConnectionSource> source_;  // of the loops that watch it
   // Guards what follows; a change of state and the move of the gate that belongs to it are one step under it.
   // Connecting and Disconnecting are held by one thread, `holder_`, which calls the transport and prints without any
   // mutex; others wait for the change. The holder itself, coming back from a transport or a signal handler, does not.

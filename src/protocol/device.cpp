@@ -14,6 +14,12 @@ std::string Device::deviceName() const {
   return product_ == ProductId::None ? handle_name_ : std::string(productLabel(product_));
 }
 
+void Device::expectReply() {
+  if (!channels_.empty()) {
+    channels_.front()->expectReply();
+  }
+}
+
 void Device::failUnanswered() const {
   if (data_pool_echo.closed()) {
     fail(lostError(), "The device was closed while a reply was awaited.");

@@ -56,6 +56,7 @@ class Device : public Packet, public Packet_async {
   void say(const std::string& line, std::optional<bool> verbose = {}) const;
 
  protected:
+  void expectReply() override;
   // A handle announces each of its channels once, in its constructor.
   void add(Channel& channel) { channels_.push_back(&channel); }
   // What a channel's thread works on: found while the handle is made, because the way from a handle to its virtual base

@@ -92,6 +92,7 @@ std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
 std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
   const int key = replyKey(cmd, data_out);
   sendPacketWithoutReply(cmd, data_out);
+  expectReply();
   return getReplyFromPool(key, timeout);
 }
 

@@ -69,6 +69,8 @@ class Packet_based {
   void closePools();
 
  protected:
+  // Called when a command has been sent whose reply is waited for next.
+  virtual void expectReply() {}
   // The class of a failed send where there is no connection: that of the handle's medium.
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 

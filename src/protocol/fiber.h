@@ -22,6 +22,16 @@ using Clock = std::chrono::steady_clock;
 using Deadline = std::optional<Clock::time_point>;
 Deadline deadlineAfter(double seconds);
 
+// Something that a loop can read itself while its coroutines wait for what comes there.
+class Source {
+ public:
+  virtual ~Source() = default;
+  // Becomes readable when there is something to read; open for as long as the source lives.
+  virtual int fd() const = 0;
+  // Reads and files without waiting. False when the loop need not watch any longer.
+  virtual bool read() = 0;
+};
+
 // The event loop, as far as fibers know it.
 class Scheduler {
  public:
@@ -29,6 +39,9 @@ class Scheduler {
   // Asks the loop to resume the fiber that waits with `ticket`. Any thread. A ticket that no fiber waits with any more
   // is passed over, so posting one twice or late is harmless.
   virtual void post(std::uint64_t ticket) = 0;
+  // Asks the loop to read `source` whenever there is something, until read() returns false. Only from a fiber of the
+  // loop; may be repeated. Without it everything is read all the same, by another thread.
+  virtual void watch(const std::shared_ptr<Source>& /*source*/) {}
 };
 
 // Thrown by a wait on a cancelled fiber and on through the body. Not an exception that a body may swallow.

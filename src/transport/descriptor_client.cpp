@@ -87,27 +87,36 @@ void DescriptorClient::sendAll(Link& link, ByteView frame, Clock::time_point dea
 
 Bytes DescriptorClient::recvPacket(std::size_t size) {
   const auto link = current();
-  return receive(*link, size);
+  return read(*link, size);
 }
 
 std::vector<Frame> DescriptorClient::recvAndSplitPacket(std::size_t size) {
   const auto link = current();
-  return appendAndSplit(receive(*link, size), link->number());
+  return appendAndSplit(read(*link, size), link->number());
 }
 
-Bytes DescriptorClient::receive(Link& link, std::size_t size) {
-  Bytes bytes(std::min(size, kMostAtOnce));
+Bytes DescriptorClient::read(Link& link, std::size_t size) {
   const Deadline deadline = readDeadline();
-  while (!bytes.empty()) {
+  while (size != 0) {
+    if (auto bytes = readOnce(link, size)) {
+      return std::move(*bytes);
+    }
+    if (!awaitArrival(link, deadline)) {
+      break;
+    }
+  }
+  return {};
+}
+
+std::optional<Bytes> DescriptorClient::readOnce(Link& link, std::size_t size) {
+  Bytes bytes(std::min(size, kMostAtOnce));
+  for (;;) {
     const bool readable = medium_.reads_to_the_end || !(link.isLost() || link.isEnded());
     const auto count = readable ? medium_.read(link.fd(), bytes.data(), bytes.size()) : 0;
     const int error = errno;
-    if (count > 0) {
-      bytes.resize(static_cast<std::size_t>(count));
+    if (count > 0 || link.isEnded()) {
+      bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
       return bytes;
-    }
-    if (link.isEnded()) {
-      break;
     }
     if (count < 0 && error == EINTR) {
       continue;
@@ -116,16 +125,20 @@ Bytes DescriptorClient::receive(Link& link, std::size_t size) {
       link.lose();
       failLost();
     }
-    std::array<pollfd, 2> arriving{pollfd{link.fd(), POLLIN, 0}, pollfd{link.wake.fd(), POLLIN, 0}};
-    if (!waitReady(arriving, deadline)) {
-      break;
-    }
-    if (arriving[0].revents == 0) {
-      link.wake.drain();
-      break;
-    }
+    return std::nullopt;
   }
-  return {};
+}
+
+bool DescriptorClient::awaitArrival(Link& link, Deadline deadline) {
+  std::array<pollfd, 2> arriving{pollfd{link.fd(), POLLIN, 0}, pollfd{link.wake.fd(), POLLIN, 0}};
+  if (!waitReady(arriving, deadline)) {
+    return false;
+  }
+  if (arriving[0].revents == 0) {
+    link.wake.drain();
+    return false;
+  }
+  return true;
 }
 
 void DescriptorClient::disconnect() {
@@ -206,6 +219,11 @@ void DescriptorClient::abandon(const std::shared_ptr<Link>& link) {
 Deadline DescriptorClient::readDeadline() const {
   const std::lock_guard lock(mutex_);
   return timeout_s_ ? deadlineIn(*timeout_s_) : std::nullopt;
+}
+
+std::shared_ptr<DescriptorClient::Link> DescriptorClient::openLink() const {
+  const std::lock_guard lock(mutex_);
+  return link_;
 }
 
 std::shared_ptr<DescriptorClient::Link> DescriptorClient::current() const {

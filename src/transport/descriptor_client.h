@@ -24,9 +24,9 @@ inline constexpr std::chrono::milliseconds kSendLimit{5000};
 // What one read returns at most, however much it may: the room for it is made before anything has come.
 inline constexpr std::size_t kMostAtOnce = 1 << 20;
 
-// Threads: one reader at a time; any number of senders; disconnect, wake and setTimeout from anywhere. All of them
-// share the Link they work on, so that its descriptor is closed only when the last of them has let go, and is never
-// recycled under a read or a send. Sends and reads don't wait for each other.
+// Threads: one reader at a time, beside which any may call receiveNow; any number of senders; disconnect, wake and
+// setTimeout from anywhere. All of them share the Link they work on, so that its descriptor is closed only when the
+// last of them has let go, and is never recycled under a read or a send. Sends and reads don't wait for each other.
 class DescriptorClient : public Client {
  public:
   // The descriptor of the open medium, 0 when none is open.
@@ -71,6 +71,7 @@ class DescriptorClient : public Client {
     Link(const Medium& medium, Descriptor descriptor, std::uint64_t number)
         : medium_(medium), descriptor_(std::move(descriptor)), number_(number) {}
     int fd() const { return descriptor_.get(); }
+    const Descriptor& descriptor() const { return descriptor_; }
     std::uint64_t number() const { return number_; }
     // Broken by the peer, or given up.
     bool isLost() const { return lost_; }
@@ -111,6 +112,13 @@ class DescriptorClient : public Client {
   void abandon(const std::shared_ptr<Link>& link);
   // The open link. Raises the medium's class when there is none.
   std::shared_ptr<Link> current() const;
+  // The same; nullptr when there is none.
+  std::shared_ptr<Link> openLink() const;
+  // Reads once, without waiting: nothing when nothing has come, no bytes when disconnect has ended the connection.
+  // Raises when it is lost.
+  std::optional<Bytes> readOnce(Link& link, std::size_t size);
+  // Waits until there is something to read (true), or until the deadline, wake() or the end of the connection.
+  static bool awaitArrival(Link& link, Deadline deadline);
   // When a read that begins now gives up.
   Deadline readDeadline() const;
   // Raises `id` with its default text, followed by `reason`.
@@ -118,7 +126,7 @@ class DescriptorClient : public Client {
 
  private:
   void refuseSecondLocked() const;
-  Bytes receive(Link& link, std::size_t size);
+  Bytes read(Link& link, std::size_t size);
   void sendAll(Link& link, ByteView frame, Clock::time_point deadline);
   [[noreturn]] void failLost() const;
 

@@ -110,6 +110,50 @@ bool TCPClient::connect(const std::string& ip, int port, double timeout_s) {
   failToConnect(target, link->isEnded() ? "ended by disconnect" : reason);
 }
 
+std::shared_ptr<const Descriptor> TCPClient::watchable() const {
+  const auto link = openLink();
+  return link ? std::shared_ptr<const Descriptor>(link, &link->descriptor()) : nullptr;
+}
+
+void TCPClient::receive(Intake& intake) {
+  const auto link = current();
+  const Deadline deadline = readDeadline();
+  for (;;) {
+    if (const auto leased_until = intake.leasedUntil(); leased_until > Clock::now()) {
+      std::array<pollfd, 1> woken{pollfd{link->wake.fd(), POLLIN, 0}};
+      if (waitReady(woken, leased_until)) {
+        link->wake.drain();
+        return;
+      }
+      continue;
+    }
+    std::optional<Bytes> bytes;
+    intake.step([&] {
+      bytes = readOnce(*link, intake.readSize());
+      return bytes ? appendAndSplit(*bytes, link->number()) : std::vector<Frame>();
+    });
+    if (bytes || !awaitArrival(*link, deadline)) {
+      return;
+    }
+  }
+}
+
+bool TCPClient::receiveNow(const Descriptor& descriptor, Intake& intake) {
+  const auto link = openLink();
+  if (!link || &link->descriptor() != &descriptor) {
+    return false;
+  }
+  try {
+    intake.tryStep([&] {
+      const auto bytes = readOnce(*link, intake.readSize());
+      return bytes ? appendAndSplit(*bytes, link->number()) : std::vector<Frame>();
+    });
+  } catch (const Failure&) {
+    return false;  // the receive thread raises it too: what is lost reads as lost every time
+  }
+  return !link->isEnded();
+}
+
 std::optional<TCPPlace> tcpPlace(const std::string& identifier) {
   constexpr std::string_view kScheme = "tcp://";
   if (identifier.rfind(kScheme, 0) != 0) {

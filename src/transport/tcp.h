@@ -20,6 +20,10 @@ class TCPClient : public NetworkClient {
   // thread ends the wait so. Blocks. A connection known to be lost need not be disconnected before.
   bool connect(const std::string& ip, int port, double timeout_s);
   bool connect(const std::string& ip, int port) override { return connect(ip, port, CONNECTION_TIMEOUT); }
+
+  void receive(Intake& intake) override;
+  std::shared_ptr<const Descriptor> watchable() const override;
+  bool receiveNow(const Descriptor& descriptor, Intake& intake) override;
 };
 
 struct TCPPlace {

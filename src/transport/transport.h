@@ -4,16 +4,18 @@
 #include "core/bytes.h"
 #include "core/errors.h"
 #include "core/frame.h"
+#include "transport/intake.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace qvx {
 
-// One device over one medium. Owned by a device handle. At most one thread reads at a time; any thread may send, wake
-// or disconnect while it does.
+// One device over one medium. Owned by a device handle. At most one thread reads at a time, receiveNow excepted; any
+// thread may send, wake or disconnect while it does.
 class Transport {
  public:
   Transport() = default;
@@ -25,6 +27,17 @@ class Transport {
   virtual void sendPacket(ByteView frame) = 0;
   // Reads at most `size` bytes, waiting up to the medium's read timeout, and returns the frames that are now whole.
   virtual std::vector<Frame> recvAndSplitPacket(std::size_t size) = 0;
+  // Waits and reads as recvAndSplitPacket does, and files the frames.
+  virtual void receive(Intake& intake) {
+    auto frames = recvAndSplitPacket(intake.readSize());
+    intake.step([&] { return std::move(frames); });
+  }
+  // The descriptor of the open connection, for an event loop to watch: it becomes readable when something has come or
+  // the connection is over, and stays open while it is held. nullptr where there is none, or none to be watched.
+  virtual std::shared_ptr<const Descriptor> watchable() const { return nullptr; }
+  // Reads and files what has come on the connection of `descriptor`; leaves it to a thread that is reading already.
+  // False when that connection is over, which the receive thread finds out by itself. Any thread, never waits.
+  virtual bool receiveNow(const Descriptor& /*descriptor*/, Intake& /*intake*/) { return false; }
   // Opens the medium: an address and a port number, or what identifies a device on another medium. Blocks. Raises the
   // connection class of the medium.
   virtual bool connect(const std::string& /*address*/, int /*number*/) {

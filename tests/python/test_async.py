@@ -3,11 +3,13 @@
 import asyncio
 import gc
 import inspect
+import os
 import threading
 import time
 import types
 import weakref
 from collections.abc import Coroutine
+from pathlib import Path
 
 import pytest
 from fakes import PATIENCE_S, FakeTransport, connected, eventually
@@ -196,9 +198,10 @@ def test_several_loops_one_after_the_other_and_at_once(device):
     threads = [threading.Thread(target=lambda: results.append(asyncio.run(ask(50)))) for _ in range(2)]
     for thread in threads:
         thread.start()
+    moments = [device.Sys_getRTC(timeout=20) for _ in range(50)]
     for thread in threads:
         thread.join(4 * PATIENCE_S)
-    assert results == [["QVTEST01"] * 50] * 2
+    assert results == [["QVTEST01"] * 50] * 2 and len(moments) == 50
 
 
 def test_a_port_of_a_loop_goes_with_the_loop(device):
@@ -211,6 +214,50 @@ def test_a_port_of_a_loop_goes_with_the_loop(device):
     references = [use() for _ in range(30)]
     gc.collect()
     assert sum(reference() is not None for reference in references) <= 1
+
+
+def test_a_loop_lets_go_of_connections(bench):
+    """Of those that end while it sleeps, whose descriptor's number the next may have, and of all when it is closed."""
+
+    def sockets():
+        return sum(
+            "socket" in os.readlink(entry) for entry in Path("/proc/self/fd").iterdir() if entry.exists()
+        )
+
+    place = bench(serial="QVTEST01")
+    with pyqvx.FeroxA(verbose=False) as device:
+        gc.collect()
+        before = sockets()
+        loop = asyncio.new_event_loop()
+        for _ in range(5):
+            device.connect(place.ip, place.port)
+            for _ in range(5):
+                assert loop.run_until_complete(device.Sys_getSerialNumber_async()) == "QVTEST01"
+            device.disconnect()
+        own = 2
+        assert eventually(lambda: loop.run_until_complete(asyncio.sleep(0.01)) or sockets() == before + own)
+        device.connect(place.ip, place.port)
+        loop.run_until_complete(device.Sys_getSerialNumber_async())
+        loop.close()
+        device.disconnect()
+        assert eventually(lambda: sockets() == before)
+
+
+def test_waits_end_in_the_order_of_their_deadlines(silent):
+    async def main():
+        async def ask(timeout):
+            with pytest.raises(pyqvx.ReceivePacketTimeoutError):
+                await silent.Sys_getSerialNumber_async(timeout=timeout)
+            ended.append(timeout)
+
+        ended = []
+        endless = asyncio.create_task(silent.Sys_getRTC_async(600))
+        begin = time.monotonic()
+        await asyncio.gather(*map(ask, (0.6, 0.2, 0.4)))
+        assert ended == [0.2, 0.4, 0.6] and time.monotonic() - begin >= 0.6
+        endless.cancel()
+
+    asyncio.run(main())
 
 
 def test_the_loop_goes_on_while_a_coroutine_waits(silent):
