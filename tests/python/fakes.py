@@ -2,14 +2,18 @@
 
 from __future__ import annotations
 
+import contextlib
+import functools
 import os
 import queue
+import signal
 import socket
 import struct
 import subprocess
 import sys
 import time
-from collections.abc import Callable, Mapping
+from collections.abc import Callable, Iterator, Mapping, Sequence
+from contextlib import AbstractContextManager
 from pathlib import Path
 
 import pytest
@@ -164,14 +168,30 @@ def environment() -> dict[str, str]:
     return os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths))}
 
 
-def start_script(text: str, *arguments: str) -> subprocess.Popen[str]:
-    return subprocess.Popen(
-        [sys.executable, "-u", "-c", text, *arguments],
-        env=environment(),
+@contextlib.contextmanager
+def start_program(
+    command: Sequence[str], env: Mapping[str, str] | None = None
+) -> Iterator[subprocess.Popen[str]]:
+    """A program whose output can be read; it must end by itself, and soon, unless the test fails."""
+    process = subprocess.Popen(
+        command,
+        env=env or environment(),
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,
         text=True,
+        # What runs in the background is started deaf to Ctrl-C.
+        preexec_fn=functools.partial(signal.signal, signal.SIGINT, signal.SIG_DFL),
     )
+    try:
+        yield process
+        process.wait(PATIENCE_S)
+    finally:
+        process.kill()
+        process.communicate()
+
+
+def start_script(text: str, *arguments: str) -> AbstractContextManager[subprocess.Popen[str]]:
+    return start_program([sys.executable, "-u", "-c", text, *arguments])
 
 
 def run_script(text: str, *arguments: str) -> str:
@@ -179,9 +199,7 @@ def run_script(text: str, *arguments: str) -> str:
     with start_script(text, *arguments) as process:
         try:
             output, _ = process.communicate(timeout=PATIENCE_S)
-        except subprocess.TimeoutExpired:
-            process.kill()
-            output, _ = process.communicate()
-            raise AssertionError("the program hung\n" + output) from None
+        except subprocess.TimeoutExpired as error:
+            raise AssertionError(f"the program hung\n{error.output}") from None
     assert process.returncode == 0, output
     return output

@@ -11,7 +11,7 @@ import tomllib
 import warnings
 
 import pytest
-from fakes import PATIENCE_S, ROOT, environment, eventually
+from fakes import PATIENCE_S, ROOT, environment, eventually, start_program
 
 import pyqvx
 
@@ -220,13 +220,7 @@ def test_the_tools_of_python_can(urls, installed, tmp_path):
         (int(id_, 16), bytes.fromhex(data)) for id_, data in re.findall(r"(\w+)#(\w+)", recorded.read_text())
     ]
     command = [sys.executable, "-u", "-m", "can.logger", "-i", "qvx", "-c", urls[0]]
-    logger = subprocess.Popen(
-        command, env=installed, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True
-    )
-    assert logger.stdout is not None
-    watchdog = threading.Timer(3 * PATIENCE_S, logger.kill)
-    watchdog.start()
-    try:
+    with start_program(command, installed) as logger:
         lines = iter(logger.stdout)
         assert any("Connected to QvxBus" in line for line in lines)
         player = subprocess.run(
@@ -248,8 +242,4 @@ def test_the_tools_of_python_can(urls, installed, tmp_path):
                 assert abs(float(match[1]) - time.time()) < 600
         assert logged == expected
         logger.send_signal(signal.SIGINT)
-        assert logger.wait(PATIENCE_S) == 0
-    finally:
-        watchdog.cancel()
-        logger.kill()
-        logger.communicate()
+    assert logger.returncode == 0
