@@ -100,19 +100,5 @@ TEST(Constants, CodesLieInTheBlockOfTheirFunction) {
   }
 }
 
-TEST(Constants, DroneMovesComeInReadAndWritePairs) {
-  std::map<int, std::string> moves;
-  for (const NamedConstant& constant : constants()) {
-    if (std::regex_match(constant.name, std::regex("DRONE_(READ_|WRITE_)?MOVE_.*"))) {
-      moves[constant.value] = constant.name;
-    }
-  }
-  for (const auto& [code, name] : moves) {
-    const bool reads = name.starts_with("DRONE_READ_");
-    EXPECT_EQ(reads, code % 2 == 0) << name;
-    EXPECT_TRUE(moves.contains(reads ? code + 1 : code - 1)) << name;
-  }
-}
-
 }  // namespace
 }  // namespace qvx
