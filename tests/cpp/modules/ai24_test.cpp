@@ -5,47 +5,6 @@
 namespace qvx::test {
 namespace {
 
-TEST(AI24, SendsDecodesAndMapsTheStatus) {
-  const std::vector<Golden> rows{
-      {QVX_CALL(ai24.AI_readOnDemand(0, kTimeout)),
-       "02 00 03 20 04 00 0D 0A",
-       {0, 0, 0x7F, 0xFF, 0xFF, 0x80, 0x00, 0x00},
-       "[10,-10]",
-       1},
-      {QVX_CALL(ai24.AI_readOnDemand(0, kTimeout)),
-       "02 00 03 20 04 00 0D 0A",
-       {0, 0, 0x00, 0x00, 0x01, 0xFF, 0xFF, 0xFF},
-       "[1.19209e-06,-1.19209e-06]",
-       1},
-      {QVX_CALL(ai24.AI_openStreaming(0, kTimeout)), "02 00 02 B6 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai24.AI_setSamplingRate(0, 10000, kTimeout)), "02 00 06 B1 00 46 1C 40 00 0D 0A", {0, 0}, "0", 1},
-      // Range 0 is +-50 V, any other +-25 V; the lower end, and the highest value.
-      {QVX_CALL(ai24_on_demand.AI_readOnDemand(0, kTimeout)),
-       "02 00 04 20 04 00 FF 0D 0A",
-       {0, 0, 0, 0, 0, 0, 1, 0, 0, 0},
-       "[-50,-25]",
-       1},
-      {QVX_CALL(ai24_on_demand.AI_readOnDemand(0, kTimeout)),
-       "02 00 04 20 04 00 FF 0D 0A",
-       {0, 0, 0, 0x80, 0, 0, 9, 0xC0, 0, 0},
-       "[0,12.5]",
-       1},
-      // One step is 6 or 3 uV: rounded to three decimals.
-      {QVX_CALL(ai24_on_demand.AI_readOnDemand(0, kTimeout)),
-       "02 00 04 20 04 00 FF 0D 0A",
-       {0, 0, 0, 0xFF, 0xFF, 0xFF, 2, 0x80, 0x01, 0x80},
-       "[50,0.001]",
-       1},
-  };
-  Bench bench(ProductId::FeroxA2);
-  for (const auto& row : rows) {
-    check(bench, row);
-  }
-  bench.transport->sent();
-  EXPECT_EQ(bench.ai24.AI_startStreaming(0), 0);
-  EXPECT_EQ(bench.transport->sent(), std::vector<std::string>{"02 00 03 20 0D 00 0D 0A"});
-}
-
 TEST(AI24, DecodesStreamsExactly) {
   Bench bench(ProductId::FeroxA2);
   bench.ai24.AI_open(0, kTimeout);

@@ -3,7 +3,6 @@
 #include "tests/cpp/modules/bench.h"
 
 #include <cmath>
-#include <future>
 
 namespace qvx::test {
 namespace {
@@ -15,54 +14,6 @@ AIConfiguration lumaPorts() {
 }
 AIConfiguration cordlogPorts() {
   return {.ports = {{1, {0, 1, 2, 3, 4, 5, 6, 7}}}, .num_channels = 8, .variable = true};
-}
-
-TEST(AI, SendsDecodesAndMapsTheStatus) {
-  const std::vector<Golden> rows{
-      {QVX_CALL(ai.AI_openStreaming(0, kTimeout)), "02 00 02 B6 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_closeStreaming(0, kTimeout)), "02 00 02 B8 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setMode(0, 0, kTimeout)), "02 00 03 B2 00 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setMode(0, 2, kTimeout)), "02 00 03 B2 00 02 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setNumSamples(0, 0x12345678, kTimeout)), "02 00 06 B3 00 12 34 56 78 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setNumSamples(0, std::int64_t{4294967295}, kTimeout)),
-       "02 00 06 B3 00 FF FF FF FF 0D 0A",
-       {0, 0},
-       "0",
-       1},
-      {QVX_CALL(ai.AI_setSamplingRate(0, 20000, kTimeout)), "02 00 06 B1 00 46 9C 40 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setSamplingRate(0, 1, kTimeout)), "02 00 06 B1 00 3F 80 00 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 0, kTimeout)), "02 00 04 20 16 00 01 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 1, kTimeout)), "02 00 04 20 16 00 02 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 2, kTimeout)), "02 00 04 20 16 00 04 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 3, kTimeout)), "02 00 04 20 16 00 03 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 4, kTimeout)), "02 00 04 20 16 00 05 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 5, kTimeout)), "02 00 04 20 16 00 06 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 6, kTimeout)), "02 00 04 20 16 00 07 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai._AI_clearBufferStatus(0, kTimeout)), "02 00 02 BA 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_readOnDemand(0, kTimeout)),
-       "02 00 02 B5 00 0D 0A",
-       {0, 0, 0x7F, 0xFF, 0x80, 0x00},
-       "[9.9997,-10]",
-       1},
-      {QVX_CALL(ai._AI_getDataRTC(0, kTimeout)),
-       "02 00 03 20 22 00 0D 0A",
-       {0, 0, 0x00, 0x01, 0xFF, 0xFF},
-       "[0.0003,-0.0003]",
-       1},
-      {QVX_CALL(ai._AI_getCounter(0, kTimeout)),
-       "02 00 02 BC 00 0D 0A",
-       {0, 0, 0, 0, 1, 0, 0xFF, 0xFF, 0xFF, 0xFF},
-       "[256,4294967295]",
-       1},
-      {QVX_CALL(ai._AI_readBufferStatus(0, kTimeout)), "02 00 02 BB 00 0D 0A", {0, 0, 0, 0, 0, 7}, "[7]", 1},
-  };
-  Bench bench;
-  for (const auto& row : rows) {
-    check(bench, row);
-  }
-  bench.transport->sent();
-  EXPECT_EQ(bench.ai.AI_startStreaming(0), 0);
-  EXPECT_EQ(bench.transport->sent(), std::vector<std::string>{"02 00 02 B7 00 0D 0A"});
 }
 
 TEST(AI, RememberedOnlyWhenTheDeviceAccepts) {
@@ -239,90 +190,6 @@ TEST(AI, ChannelsAreChosenOnCordlogOnly) {
     Bench bench(product);
     checkRefusals(bench, {{"channel", [](Bench& b) { b.ai.AI_enableChannel(0, 1, kTimeout); }, kNo}});
   }
-}
-
-TEST(AI, DecodesEveryCodeAsTheRoundedProduct) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  bench.ai.AI_open(0, kTimeout);
-  Bytes block{0};
-  for (int code = -32768; code <= 32767; ++code) {
-    appendBig(block, static_cast<std::int16_t>(code));
-  }
-  bench.device.putToDataPool(START_AI_STREAMING, block);
-  const auto volts = bench.ai.AI_readStreamingArray(0, 65536, kTimeout).values;
-  ASSERT_EQ(volts.size(), 65536U);
-  for (int code = -32768; code <= 32767; ++code) {
-    const double exact = code * 10.0 / 32768;
-    const double value = volts[static_cast<std::size_t>(code + 32768)];
-    ASSERT_LE(std::abs(value - exact), 0.00005 + 1e-12) << code;
-    ASSERT_EQ(value, std::stod(std::to_string(std::lround(value * 1e4)) + "e-4")) << code;  // four decimals, no more
-  }
-}
-
-// A block that ends within a sample, an empty one, and a start that the device refused (its packet is a status).
-TEST(AI, IncompleteSamplesAreNoSamples) {
-  Bench bench;
-  bench.ai.AI_open(0, kTimeout);
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 52});
-  bench.device.putToDataPool(START_AI_STREAMING, {0});
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 0x40, 0, 0x20, 0, 0x10, 0, 0x08});
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 0xC0, 0, 0xE0, 0});
-  const auto samples = bench.ai.AI_readStreamingArray(0, 2, kTimeout);
-  EXPECT_EQ(samples.channels, 2U);
-  EXPECT_EQ(samples.values, (std::vector<double>{5, 2.5, -5, -2.5}));
-}
-
-TEST(AI, ReadsWhatIsThereAndWaitsNoLongerThanItMust) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  const auto count = [&](const Argument& number, const Argument& delay) {
-    std::size_t rows = 0;
-    for (const auto& piece : bench.ai.AI_readStreaming(0, number, delay)) {
-      rows += piece.rows();
-    }
-    return rows;
-  };
-  EXPECT_EQ(count(10, 0), 0U);
-  EXPECT_EQ(count(-1, 600), 0U);  // all that are there: nothing to wait for
-  bench.ai.AI_open(0, kTimeout);
-  bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * 5));
-  EXPECT_EQ(count(3, 600), 3U);
-  EXPECT_TRUE(eventually([&] { return bench.ai.signalQueues()[0]->size() == 2; }));
-  EXPECT_EQ(count(10, 0.01), 2U);
-  const auto waiting = std::async(std::launch::async, [&] { bench.device.close(); });
-  EXPECT_EQ(count(10, 600), 0U);  // close() ends the wait
-}
-
-TEST(AI, ClosingParksAndOpeningGoesOnWithWhatCame) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  for (std::uint8_t round = 1; round <= 10; ++round) {
-    bench.device.putToDataPool(START_AI_STREAMING, {0, round, 0});
-    EXPECT_TRUE(bench.ai.AI_readStreamingArray(0, 1, 0.002).values.empty());
-    bench.ai.AI_open(0, kTimeout);
-    const auto volts = bench.ai.AI_readStreamingArray(0, 1, kTimeout).values;
-    ASSERT_EQ(volts.size(), 1U);
-    EXPECT_NEAR(volts[0], round * 256 * 10.0 / 32768, 1e-4);
-    bench.ai.AI_close(0, kTimeout);
-    EXPECT_TRUE(bench.ai.decoder().gate().waitParked(Clock::now() + kPatience));
-  }
-  EXPECT_TRUE(bench.ai.decoder().worker().alive());
-  bench.device.close();
-  EXPECT_FALSE(bench.ai.decoder().worker().alive());
-  EXPECT_TRUE(bench.ai.ai_killed);
-}
-
-TEST(AI, AFullQueueDropsCountsAndWarns) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  const auto& queue = *bench.ai.signalQueues()[0];
-  bench.ai.AI_open(0, kTimeout);
-  constexpr std::size_t kRows = 60000;
-  const std::size_t blocks = QUEUE_SIZE_MAX / kRows + 2;
-  for (std::size_t block = 0; block < blocks; ++block) {
-    bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * kRows));
-  }
-  EXPECT_TRUE(eventually([&] { return queue.size() + queue.dropped() == blocks * kRows; }));
-  EXPECT_EQ(queue.size(), static_cast<std::size_t>(QUEUE_SIZE_MAX));
-  EXPECT_TRUE(eventually([&] { return !bench.host.warnings().empty(); }));
-  EXPECT_EQ(bench.host.warnings().front(), "AIQueueOverflowWarning");
 }
 
 TEST(AI, ChecksThatThePinsAreInputs) {

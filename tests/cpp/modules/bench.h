@@ -92,19 +92,6 @@ std::string show(const std::vector<Value>& values) {
   }
   return "[" + text + "]";
 }
-inline std::string show(const AOSettings& settings) {
-  return show(std::vector<double>{static_cast<double>(settings.mode), settings.sampling_rate});
-}
-inline std::string show(const std::pair<std::string, std::string>& texts) {
-  return texts.first + "," + texts.second;
-}
-inline std::string show(const WifiSettings& settings) {
-  return std::apply([](const auto&... texts) { return ((texts + ",") + ...); }, settings);
-}
-inline std::string show(const PinModes& pins) {
-  return show(pins.first) + show(pins.second);
-}
-
 #define QVX_CALL(call) [](Bench& b) { return show(b.call); }
 
 inline Bytes text(std::string_view characters) {

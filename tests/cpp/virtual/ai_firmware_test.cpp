@@ -39,17 +39,6 @@ class AiFirmwareTest : public BenchTest {
   Inputs source_;
 };
 
-TEST_F(AiFirmwareTest, ReadsOnDemandWhatTheSourceSays) {
-  pass(1300ms);
-  for (const int code : {READ_AI_ON_DEMAND, READ_AI_ON_DEMAND_VARIABLE, AI_GET_DATA}) {
-    Bytes expected{0, 0};
-    for (const auto& channel : source_) {
-      appendBig(expected, static_cast<std::int16_t>(codeOfVolts(channel->at(1.3))));
-    }
-    EXPECT_EQ(ask(code, {0}), expected);
-  }
-}
-
 TEST_F(AiFirmwareTest, RefusesWhatDoesNotFit) {
   struct Case {
     int code;
@@ -83,22 +72,6 @@ TEST_F(AiFirmwareTest, RefusesWhatDoesNotFit) {
   };
   for (const Case& c : cases) {
     EXPECT_EQ(ask(c.code, c.request), (Bytes{c.request[0], static_cast<std::uint8_t>(c.status)})) << c.code;
-  }
-}
-
-TEST_F(AiFirmwareTest, StreamsExactlyNSamples) {
-  for (const int code : {START_AI_STREAMING, START_AI_STREAMING_VARIABLE}) {
-    configure(1, 48000, 1000);
-    for (int run = 0; run < 2; ++run) {  // it may be started again
-      send(code, {0});
-      pass(5s);
-      ASSERT_FALSE(outlet_.frames.empty());
-      EXPECT_EQ(outlet_.frames[0].code, code);
-      const auto codes = streamed();
-      ASSERT_EQ(codes.size(), 8000U);
-      expectSamples(codes, 48000);
-    }
-    EXPECT_EQ(ask(GET_AI_COUNTERS, {0}), countersReply(1000, 14, 0));
   }
 }
 
@@ -156,19 +129,6 @@ TEST_F(AiFirmwareTest, LosesTheOldestWhenTheClientDoesNotRead) {
   expectSamples(codes, 1e6, 1000000 - kCapacity);
 }
 
-TEST_F(AiFirmwareTest, BuffersAndCountersAreCleared) {
-  configure(2, 1000);
-  outlet_.space = 0;
-  send(START_AI_STREAMING, {0});
-  pass(1s);
-  EXPECT_EQ(ask(AI_RESET_BUFFER, {0}), (Bytes{0, 0}));
-  EXPECT_EQ(readBig<std::uint32_t>(ask(CHECK_BUFFER_STATUS, {0}), 2), 0U);
-  EXPECT_EQ(readBig<std::uint32_t>(ask(GET_AI_COUNTERS, {0}), 2), 1001U);
-  pass(1s);
-  EXPECT_EQ(ask(CLEAR_DATA, {0}), (Bytes{0, 0}));
-  EXPECT_EQ(ask(GET_AI_COUNTERS, {0}), countersReply(0, 0, 0));
-}
-
 TEST_F(AiFirmwareTest, TheAlarmStartsAStreamThatWaitsForIt) {
   configure(1, 1000, 10);
   ask(AI_SET_TRIG_MODE, {0, 2});
@@ -179,14 +139,6 @@ TEST_F(AiFirmwareTest, TheAlarmStartsAStreamThatWaitsForIt) {
   EXPECT_TRUE(outlet_.frames.empty());
   pass(200ms);
   EXPECT_EQ(streamed().size(), 80U);
-}
-
-TEST_F(AiFirmwareTest, AStreamEndsWithItsConnection) {
-  configure(2, 1000);
-  send(START_AI_STREAMING, {0});
-  device_.forget(outlet_);
-  EXPECT_EQ(device_.due(now_), kNever);
-  EXPECT_EQ(ask(SET_AI_MODE, {0, 1}), (Bytes{0, 0}));
 }
 
 class UnpacedTest : public AiFirmwareTest {

@@ -126,31 +126,6 @@ TEST_F(AoFirmwareTest, FormsAsTheReferenceDrawsThem) {
   }
 }
 
-TEST_F(AoFirmwareTest, NSamplesAndTheirCounters) {
-  configure(1, 1000, 0x03, 5);
-  EXPECT_EQ(state(), 1);
-  form(0, 2, 5, 0, 100, 0, 100);  // -5, -4, -3, ...
-  for (int run = 0; run < 2; ++run) {
-    start();
-    EXPECT_EQ(state(), 2);
-    EXPECT_EQ(ask(GET_AO_COUNTERS, {0}), countersReply(1, 2));
-    pass(2500us);
-    EXPECT_NEAR(output(0), -3, kStep);
-    EXPECT_EQ(ask(GET_AO_COUNTERS, {0}), countersReply(3, 6));
-    expectStatus(SET_AO_MODE, {0, 2}, 53);  // not while it runs
-    expectStatus(WRITE_AO_BY_CHANNEL, payload(u8(0), u8(5), f32(1)), 53);
-    EXPECT_EQ(ask(START_AO_STREAMING, {0}), (Bytes{0, 53}));
-    pass(2500us);
-    EXPECT_EQ(state(), 1);
-    pass(1s);
-    EXPECT_NEAR(output(0), -1, kStep);  // the last one stays
-    EXPECT_EQ(ask(GET_AO_COUNTERS, {0}), countersReply(5, 10));
-  }
-  expectStatus(CLOSE_AO_STREAMING, {0}, 0);
-  EXPECT_EQ(state(), 0);
-  EXPECT_NEAR(output(0), -1, kStep);
-}
-
 TEST_F(AoFirmwareTest, StoppingHoldsWhatIsThereAndNobodyNeedsToStay) {
   configure(2, 1000, 0x01);
   form(0, 3, 5, 0, 10, 0, 50);
@@ -237,35 +212,10 @@ TEST_F(AoFirmwareTest, RefusesWhatDoesNotFit) {
   EXPECT_EQ(ask(START_AO_STREAMING, {0}), (Bytes{0, 53}));  // no channel
 }
 
-class LevelsOnlyTest : public AoFirmwareTest {
- protected:
-  LevelsOnlyTest() : AoFirmwareTest(generator("SkylogE3AO")) {}
-};
-
-TEST_F(LevelsOnlyTest, NeedsOpeningAndDoesNotGenerate) {
-  expectStatus(WRITE_AO_BY_CHANNEL, payload(u8(0), u8(0), f32(1)), 53);
-  expectStatus(OPEN_AO, {0}, 0);
-  expectStatus(WRITE_AO_BY_CHANNEL, payload(u8(0), u8(0), f32(1)), 0);
-  EXPECT_EQ(ask(OPEN_AO_STREAMING, {0}), (Bytes{80, 80}));
-}
-
 class WiredTest : public AoFirmwareTest {
  protected:
   WiredTest() : AoFirmwareTest(generator("CordlogF1AOD", {"ao0.1=ai0.2", "ao0.0=ai0.3"})) {}
 };
-
-TEST_F(WiredTest, PinsAreTakenAndGivenBack) {
-  const Bytes idle = ask(GET_PIN_MODE_OF_SLOT, {0});
-  expectStatus(OPEN_AO, {0}, 0);
-  expectStatus(OPEN_AO, {0}, 0);
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {0}), (Bytes{0, 8, 0, 0, 0, 0}));
-  expectStatus(CLOSE_AO, {0}, 0);
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {0}), idle);
-  expectStatus(OPEN_AO, {0}, 0);
-  send(REBOOT, {});
-  device_.rebooted();
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {0}), idle);
-}
 
 // What was put out while nobody read is what comes, not what is put out when it is read.
 TEST_F(WiredTest, InputsSampleTheOutputOfTheirTime) {
