@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import asyncio
 import sys
 from pathlib import Path
 
@@ -10,7 +11,7 @@ import pytest
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "virtual" / "python"))
 
-from fakes import FakeTransport, connected  # noqa: E402
+from fakes import FakeTransport, connected, fence  # noqa: E402
 from qvx_virtual import VirtualDevice  # noqa: E402
 
 import pyqvx  # noqa: E402
@@ -54,3 +55,21 @@ def silent():
     made = connected(FakeTransport({}))
     yield made
     made.close()
+
+
+@pytest.fixture(params=["blocking", "coroutine"])
+def form(request):
+    """form(device, "AI_open", 0) runs either form of an operation."""
+
+    def run(device, name, *args):
+        if not isinstance(device.client_cmd, FakeTransport):
+            fence(device)
+        if request.param == "blocking":
+            return getattr(device, name)(*args)
+
+        async def main():
+            return await getattr(device, name + "_async")(*args)
+
+        return asyncio.run(main())
+
+    return run

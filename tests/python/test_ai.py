@@ -42,30 +42,6 @@ def blocks(count, size=50):
         yield struct.pack(f">{len(codes)}h", *codes)
 
 
-def settle(device):
-    if isinstance(device.client_cmd, pyqvx.TCPClient):
-        fence(device)
-
-
-@pytest.fixture(params=["blocking", "coroutine"])
-def form(request):
-    """form(device, "AI_open", 0) runs either form of an operation."""
-
-    def blocking(device, name, *args):
-        settle(device)
-        return getattr(device, name)(*args)
-
-    def coroutine(device, name, *args):
-        settle(device)
-
-        async def main():
-            return await getattr(device, name + "_async")(*args)
-
-        return asyncio.run(main())
-
-    return blocking if request.param == "blocking" else coroutine
-
-
 @pytest.fixture
 def recording(bench, tmp_path):
     """A device that plays a WAV file in which every sample is different, and the samples of that file."""
@@ -205,26 +181,6 @@ def test_settings_during_a_stream_are_refused_by_the_device(device):
             getattr(device, name)(0, value)
     assert device.ai_mode == 2
     device.AI_closeStreaming(0)
-
-
-def test_trigger_modes(device, form):
-    for mode in range(7):
-        assert form(device, "AI_setTriggerMode", 0, mode) == 0
-    assert [device._convertAITriggerModeToMask(mode) for mode in range(-1, 8)] == [7, 1, 2, 4, 3, 5, 6, 7, 7]
-
-
-def test_what_this_product_does_not_do(fake, form):
-    for name, args in [("AI_enableChannel", (0, 1)), ("AI_enableCS", (1, [0]))]:
-        with pytest.raises(pyqvx.APINotSupportError):
-            form(fake, name, *args)
-    assert fake.client_cmd.sent == []
-
-
-def test_pins_must_be_inputs(fake, form):
-    assert form(fake, "_checkAIPinState", 0) is None
-    fake.client_cmd.answers[pyqvx.GET_PIN_MODE_OF_SLOT] = bytes([0, 8, 0x99, 0x99, 0x99, 0x29])
-    with pytest.raises(pyqvx.AIPortNotAvaliableError):
-        form(fake, "_checkAIPinState", 0)
 
 
 # The decoder, with raw blocks put into its queue from Python.

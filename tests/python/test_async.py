@@ -10,7 +10,7 @@ import weakref
 from collections.abc import Coroutine
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually
+from fakes import PATIENCE_S, FakeTransport, connected
 
 import pyqvx
 
@@ -78,23 +78,6 @@ def test_wait_for_timeout_and_tasks(device, silent):
         with pytest.raises(TimeoutError):
             async with asyncio.timeout(0.02):
                 await silent.AI_readStreaming_async(0, 10, 600)
-
-    asyncio.run(main())
-
-
-def test_unanswered_requests_raise(silent):
-    async def main():
-        begin = time.monotonic()
-        results = await asyncio.gather(
-            silent.Sys_getSerialNumber_async(timeout=0.1),
-            silent.Sys_getRTC_async(0.1),
-            silent._echoPacket_async(122, [], 0.1),
-            silent.AI_readOnDemand_async(0),
-            return_exceptions=True,
-        )
-        timeout = pyqvx.ReceivePacketTimeoutError
-        assert [type(result) for result in results] == [timeout, timeout, type(None), timeout]
-        assert time.monotonic() - begin >= 3  # of the AI module, whose coroutines have the default alone
 
     asyncio.run(main())
 
@@ -370,18 +353,3 @@ def test_a_blocking_call_in_a_thread_beside_the_loop(device):
 
     sample, serial, moment = asyncio.run(main())
     assert len(sample) == 8 and serial == "QVTEST01" and len(moment) == 20
-
-
-def test_memory_of_many_coroutines_is_given_back(fake):
-    def resident():
-        with open("/proc/self/statm", encoding="ascii") as statm:
-            return int(statm.read().split()[1]) * 4096
-
-    async def main():
-        for _ in range(3000):
-            await fake.AI_setMode_async(0, 1)
-
-    asyncio.run(main())
-    before = resident()
-    asyncio.run(main())
-    assert eventually(lambda: resident() - before < 8_000_000)

@@ -215,16 +215,6 @@ def test_requests_of_the_same_command_share_the_replies(device):
     assert min(asyncio.run(main()) for _ in range(5)) < pyqvx.RETRY_TIMEOUT
 
 
-def test_a_forked_child_cannot_end_the_parents_connection(device):
-    child = os.fork()
-    if child == 0:
-        device.client_cmd.disconnect()
-        device.disconnect()
-        os._exit(0)
-    assert os.waitpid(child, 0)[1] == 0
-    assert device.Sys_getSerialNumber() == "QVTEST01" and "connected to" in repr(device)
-
-
 def test_a_forked_child_gets_errors():
     device = connected(FakeTransport())
     device.client_cmd.pool = None

@@ -1,31 +1,18 @@
 """The system module against a virtual device, each operation in both forms."""
 
-import asyncio
 import datetime
+import functools
 
 import pytest
-from fakes import eventually, fence
+from fakes import eventually
 
 import pyqvx
 
 
-@pytest.fixture(params=["blocking", "coroutine"])
-def call(request, device):
+@pytest.fixture
+def call(form, device):
     """call("Sys_getMode", 1) runs either form of an operation."""
-
-    def blocking(name, *args):
-        fence(device)
-        return getattr(device, name)(*args)
-
-    def coroutine(name, *args):
-        fence(device)
-
-        async def main():
-            return await getattr(device, name + "_async")(*args)
-
-        return asyncio.run(main())
-
-    return blocking if request.param == "blocking" else coroutine
+    return functools.partial(form, device)
 
 
 def test_who_the_device_is(call):
@@ -118,34 +105,6 @@ def test_a_reboot_ends_the_connection(call, device, operation, capsys):
         device.Sys_getRTC()
     assert eventually(lambda: "NetworkConnectionLostError" in capsys.readouterr().out)
     assert place == (device.ip_addr, device.client_cmd)
-
-
-@pytest.mark.parametrize("status", [10, 20, 52, 80, 99])
-def test_firmware_failures_are_mapped(bench, status):
-    """With every status replaced by another, every operation that has one raises its class."""
-    with pytest.raises(pyqvx.Error) as expected:
-        pyqvx.checkFirmwareError(status)
-    place = bench(status=status)
-    operations = [
-        ("Sys_setDeviceAlias", "x"),
-        ("Sys_getRTC",),
-        ("Sys_setRTC", 2024, 1, 1, 0, 0, 0),
-        ("Sys_startRTCAlarm", 0, 1, 0, 0, 0),
-        ("Sys_stopRTCAlarm",),
-        ("Sys_getMode", 4),
-        ("Sys_setDIMode", 4),
-        ("Sys_getPinModeInPort", 0),
-        ("AI_setMode", 0, 1),
-        ("AI_readOnDemand", 0),
-        ("AI_openStreaming", 0),
-    ]
-    with pyqvx.FeroxA(verbose=False) as device:
-        device.connect(place.ip, place.port)
-        for name, *args in operations:
-            with pytest.raises(type(expected.value)):
-                getattr(device, name)(*args)
-            with pytest.raises(type(expected.value)):
-                asyncio.run(getattr(device, name + "_async")(*args))
 
 
 @pytest.mark.parametrize(
