@@ -1,7 +1,6 @@
 """Analog input against a virtual device: every operation in both forms, streams to the last sample."""
 
 import array
-import asyncio
 import queue
 import struct
 import sys
@@ -131,29 +130,6 @@ def test_streams_survive_what_the_network_does(bench, faults):
         device.AI_startStreaming(0)
         count = 400 if "duplicate" in faults else 200
         assert collect(device, count) == [[2.5] * 8] * count
-
-
-def test_async_streams_of_several_devices(bench):
-    async def measure(place, value):
-        async with pyqvx.FeroxA(verbose=False) as device:
-            await device.connect_async(place.ip, place.port)
-            await device.AI_open_async(0)
-            await device.AI_setMode_async(0, 2)
-            await device.AI_setSamplingRate_async(0, 5000)
-            await device.AI_openStreaming_async(0)
-            await device.AI_startStreaming_async(0)
-            samples = []
-            while len(samples) < 2000:
-                samples += await device.AI_readStreaming_async(0, 500, 2)
-                assert samples
-            await device.AI_closeStreaming_async(0)
-            assert samples == [[value] * 8] * len(samples)
-
-    async def main():
-        values = (-5.0, 2.5, 7.5)
-        await asyncio.gather(*(measure(bench(source=f"constant:{value}"), value) for value in values))
-
-    asyncio.run(main())
 
 
 def test_a_stream_stops_and_starts_again(device):

@@ -4,7 +4,6 @@ import asyncio
 import gc
 import inspect
 import threading
-import time
 import types
 import weakref
 from collections.abc import Coroutine
@@ -47,21 +46,6 @@ def test_coroutines_of_different_commands_run_at_once():
     # Packets leave in the order in which the coroutines start.
     assert [code for code, _ in patient.sent] == list(requests.values())
     device.close()
-
-
-def test_200_requests_at_once_all_come_to_an_end(device):
-    async def main():
-        coroutines = [device.Sys_getSerialNumber_async(timeout=5) for _ in range(100)]
-        coroutines += [device.AI_readOnDemand_async(0) for _ in range(100)]
-        return await asyncio.gather(*coroutines, return_exceptions=True)
-
-    begin = time.monotonic()
-    results = asyncio.run(main())
-    assert time.monotonic() - begin < 5 + PATIENCE_S
-    good = [result for result in results if not isinstance(result, Exception)]
-    assert len(results) == 200 and good
-    assert all(isinstance(r, pyqvx.ReceivePacketTimeoutError) for r in results if isinstance(r, Exception))
-    assert device.Sys_getSerialNumber() == "QVTEST01"
 
 
 def test_wait_for_timeout_and_tasks(device, silent):
@@ -122,20 +106,6 @@ def test_a_reply_that_comes_with_the_cancelling_is_not_lost(silent):
             assert await silent._getReplyFromPool_async(7) == b"reply"
 
     asyncio.run(main())
-
-
-def test_close_ends_waiting_coroutines(silent):
-    async def main():
-        waiting = [
-            asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600)),
-            asyncio.create_task(silent.AI_readStreaming_async(0, 5, 600)),
-        ]
-        await asyncio.sleep(0)
-        threading.Thread(target=silent.close).start()
-        return await asyncio.wait_for(asyncio.gather(*waiting, return_exceptions=True), PATIENCE_S)
-
-    lost, samples = asyncio.run(main())
-    assert isinstance(lost, pyqvx.NetworkConnectionLostError) and samples == []
 
 
 def test_close_within_the_loop(silent):
@@ -341,15 +311,3 @@ def test_a_coroutine_keeps_its_device_alive():
     with pytest.warns(ResourceWarning):
         assert asyncio.run(main()) == "FAKE0001"
         gc.collect()
-
-
-def test_a_blocking_call_in_a_thread_beside_the_loop(device):
-    async def main():
-        return await asyncio.gather(
-            asyncio.to_thread(device.AI_readOnDemand, 0),
-            device.Sys_getSerialNumber_async(),
-            asyncio.to_thread(device.Sys_getRTC),
-        )
-
-    sample, serial, moment = asyncio.run(main())
-    assert len(sample) == 8 and serial == "QVTEST01" and len(moment) == 20

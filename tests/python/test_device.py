@@ -170,33 +170,6 @@ def test_close_ends_every_other_wait(silent):
     assert len(ended) == len(calls)
 
 
-def test_requests_of_many_threads_and_a_close(device):
-    problems = []
-
-    def work():
-        try:
-            for _ in range(100):
-                assert device.Sys_getSerialNumber(timeout=20) == "QVTEST01"
-                assert len(device.AI_readOnDemand(0, timeout=20)) == 8
-        except pyqvx.NetworkConnectionLostError:
-            pass
-        except Exception as error:
-            problems.append(error)
-
-    threads = [threading.Thread(target=work)]
-    # Others ask for something else: of two who ask for the same at once, one may go empty-handed.
-    for ask in (device.Sys_getRTC, device.Sys_getDeviceAlias, device.Sys_getDriverInfo):
-        threads.append(threading.Thread(target=lambda ask=ask: [ask(timeout=20) for _ in range(50)]))
-    for thread in threads:
-        thread.start()
-    threads[0].join(0.05)
-    for thread in threads[1:]:
-        thread.join(PATIENCE_S)
-    device.close()
-    threads[0].join(PATIENCE_S)
-    assert problems == []
-
-
 def test_a_collected_device_warns_and_closes(bench, capsys):
     place = bench()
     device = pyqvx.FeroxA()

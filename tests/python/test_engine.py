@@ -126,21 +126,6 @@ def test_timeout_0_never_ends():
     assert e.data_pool_echo[ECHO] == b"there"
 
 
-def test_motion_requests_have_keys_of_their_own():
-    e = engine()
-    key = pyqvx.convert4U8ToI32([3, 1, 2, pyqvx.MOTION])
-    e.data_pool_echo[key] = b"mine"
-    e.data_pool_echo[pyqvx.MOTION] = b"not mine"
-    assert e._echoPacket(pyqvx.MOTION, [1, 2, 3, 4], 5) == b"mine"
-    with pytest.raises(pyqvx.InputDataNotInRangeError):
-        e._echoPacket(pyqvx.MOTION, [1, 2], 5)
-    assert len(e.client_cmd.sent) == 1
-    device = pyqvx.Device()
-    device._putToDataPool(pyqvx.MOTION, bytes([1, 2, 0x83, 9]))
-    assert device.data_pool_echo.keys() == [pyqvx.convert4U8ToI32([0x83, 1, 2, pyqvx.MOTION])]
-    device.close()
-
-
 @pytest.mark.parametrize("make", [pyqvx.RawQueue, queue.Queue])
 def test_streamed_items_are_drained(make):
     e = engine()
@@ -157,6 +142,12 @@ def test_streamed_items_are_drained(make):
     q.put(b"e")
     thread.join(PATIENCE_S)
     assert results == [[b"d", b"e"]]
+    timer = threading.Timer(GLANCE_S, lambda: [q.put(item) for item in (b"f", b"g")])
+    timer.start()
+    assert asyncio.run(pyqvx.Packet_async()._getStreamingFromPool_async(q, 2, 0.01)) == [b"f", b"g"]
+    timer.join()
+    with pytest.raises(pyqvx.Error):
+        e._getStreamingFromPool(object(), 3, 0.01)
 
 
 def test_raw_queues_are_queues():

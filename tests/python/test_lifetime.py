@@ -3,7 +3,6 @@
 import asyncio
 import gc
 import os
-import queue
 import threading
 import time
 import weakref
@@ -130,22 +129,6 @@ def test_requests_of_a_closed_loop_are_given_back():
     device.close()
     del loop, device
     assert eventually(lambda: gc.collect() is not None and gone() is None)
-
-
-@pytest.mark.parametrize("form", ["blocking", "coroutine"])
-def test_queues_of_pythons_may_be_drained(silent, form):
-    """_getStreamingFromPool takes any object with a queue's methods."""
-    items: queue.Queue = queue.Queue()
-    timer = threading.Timer(0.05, lambda: [items.put(i) for i in range(3)])
-    timer.start()
-    if form == "blocking":
-        taken = silent._getStreamingFromPool(items, 3, 0.01)
-    else:
-        taken = asyncio.run(silent._getStreamingFromPool_async(items, 3, 0.01))
-    assert taken == [0, 1, 2]
-    timer.join()
-    with pytest.raises(pyqvx.Error):
-        silent._getStreamingFromPool(object(), 3, 0.01)
 
 
 def test_a_daemon_thread_in_a_call_does_not_disturb_the_end():

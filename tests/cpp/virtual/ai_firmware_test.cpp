@@ -75,21 +75,15 @@ TEST_F(AiFirmwareTest, RefusesWhatDoesNotFit) {
   }
 }
 
-TEST_F(AiFirmwareTest, SamplesComeWhenTheyAreDue) {
+TEST_F(AiFirmwareTest, SamplesComeWhenTheyAreDueAndAllBeforeTheEnd) {
   configure(2, 1000);
   send(START_AI_STREAMING, {0});
   EXPECT_EQ(streamed().size(), 8U);  // sample 0
-  EXPECT_LE(device_.due(now_), now_ + 10ms);
   pass(10s);
   // 0..10000 are due; those of the last few milliseconds may still be on their way.
   const std::size_t samples = streamed().size() / 8 + 1;
   EXPECT_GE(samples, 9990U);
   EXPECT_LE(samples, 10001U);
-  EXPECT_EQ(ask(SET_AI_SAMPLING_RATE, payload(u8(0), f32(5))), (Bytes{0, 52}));  // not while it runs
-  outlet_.frames.clear();
-  send(START_AI_STREAMING, {0});
-  EXPECT_EQ(outlet_.frames.back().payload, (Bytes{0, 52}));
-  outlet_.frames.clear();
   send(CLOSE_AI_STREAMING, {0});
   EXPECT_EQ(outlet_.frames.back().code, CLOSE_AI_STREAMING);
   outlet_.frames.pop_back();
