@@ -2,8 +2,6 @@
 
 #include "tests/cpp/modules/bench.h"
 
-#include <cmath>
-
 namespace qvx::test {
 namespace {
 
@@ -28,41 +26,6 @@ TEST(AI, RememberedOnlyWhenTheDeviceAccepts) {
   EXPECT_EQ(bench.frameOf([&] { bench.ai.AI_enableChannel(1, 3, kTimeout); }), "02 00 03 B4 01 03 0D 0A");
   EXPECT_EQ(bench.ai.ai_mode, 2);
   EXPECT_EQ(bench.ai.ai_num_channels, 3);
-}
-
-struct Opening {
-  ProductId product;
-  bool sends;
-  bool opens;
-};
-
-TEST(AI, OpensAndClosesByProduct) {
-  for (const Opening& row : {Opening{ProductId::FeroxI, false, false}, Opening{ProductId::FeroxIA, false, false},
-                             Opening{ProductId::FeroxA, false, true}, Opening{ProductId::FeroxA2, false, true},
-                             Opening{ProductId::SkylogE3A, true, true}, Opening{ProductId::CordlogF1AD, true, true}}) {
-    SCOPED_TRACE(productLabel(row.product));
-    Bench bench(row.product);
-    bench.replies = {{OPEN_AI, {0, 0}}, {CLOSE_AI, {0, 0}}};
-    const auto frames = [&](const char* frame) {
-      return row.sends ? std::vector<std::string>{frame} : std::vector<std::string>{};
-    };
-    for (int round = 0; round < 2; ++round) {
-      for (int again = 0; again < 2; ++again) {  // repeated it does no harm
-        EXPECT_EQ(bench.ai.AI_open(0, kTimeout), 0);
-        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 B0 00 0D 0A"));
-        EXPECT_EQ(bench.ai.aiOpenFlag(), row.opens);
-      }
-      for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(bench.ai.AI_close(0, kTimeout), 0);
-        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 BF 00 0D 0A"));
-        EXPECT_FALSE(bench.ai.aiOpenFlag());
-      }
-    }
-    if (row.sends) {
-      bench.replies[OPEN_AI] = {0, 52};
-      EXPECT_EQ(failureOf([&] { bench.ai.AI_open(0, kTimeout); }), "FirmwareAIError");
-    }
-  }
 }
 
 TEST(AI, SkylogRepliesToOpenStreamingCarryModeAndRate) {
@@ -168,71 +131,9 @@ TEST(AI, LimitsTheSamplingRateByProduct) {
   }
 }
 
-TEST(AI, ChannelsAreChosenOnCordlogOnly) {
-  Bench cordlog(ProductId::CordlogF1AOD, cordlogPorts());
-  cordlog.replies = {{SET_AI_ENABLED_CS, {1, 0}}, {READ_AI_ON_DEMAND_VARIABLE, {1, 0, 0x40, 0}}};
-  cordlog.ai.AI_enableChannel(1, 1, kTimeout);
-  EXPECT_EQ(cordlog.frameOf([&] { EXPECT_EQ(cordlog.ai.AI_readOnDemand(1, kTimeout), std::vector<double>{5}); }),
-            "02 00 02 BD 01 0D 0A");
-  cordlog.transport->sent();
-  cordlog.ai.AI_startStreaming(1);
-  EXPECT_EQ(cordlog.transport->sent(), std::vector<std::string>{"02 00 02 BE 01 0D 0A"});
-  constexpr const char* kNo = "APINotSupportError";
-  checkRefusals(cordlog,
-                {
-                    {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(1, 0, kTimeout); }, kNo},
-                    {"chips", [](Bench& b) { b.ai.AI_enableCS(1, List{0}, kTimeout); }, kNo},
-                    {"none", [](Bench& b) { b.ai.AI_enableChannel(1, 0, kTimeout); }, "AIChannelNotAvaliableError"},
-                    {"nine", [](Bench& b) { b.ai.AI_enableChannel(1, 9, kTimeout); }, "AIChannelNotAvaliableError"},
-                });
-  for (const auto product :
-       {ProductId::FeroxA, ProductId::LUMA, ProductId::SkylogE3A, ProductId::SkylogE3AH, ProductId::SkylogF4A}) {
-    Bench bench(product);
-    checkRefusals(bench, {{"channel", [](Bench& b) { b.ai.AI_enableChannel(0, 1, kTimeout); }, kNo}});
-  }
-}
-
-TEST(AI, ChecksThatThePinsAreInputs) {
-  Bench bench;
-  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x99};  // only two pins count
-  EXPECT_EQ(bench.frameOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "02 00 02 7F 00 0D 0A");
-  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x29};
-  EXPECT_EQ(failureOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "AIPortNotAvaliableError");
-}
-
-TEST(AI, RefusesArgumentsBeforeAnythingIsSent) {
+TEST(AI, LumaRefusesOtherSlotsAndChips) {
   constexpr const char* kPort = "AIPortNotAvaliableError";
-  constexpr const char* kRange = "InputDataNotInRangeError";
-  constexpr const char* kRate = "AIRateNotVaildError";
-  std::vector<Refusal> rows{
-      {"mode", [](Bench& b) { b.ai.AI_setMode(0, 3, kTimeout); }, "AIModeNotAvaliableError"},
-      {"mode", [](Bench& b) { b.ai.AI_setMode(0, -1, kTimeout); }, "AIModeNotAvaliableError"},
-      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, 7, kTimeout); }, "AITriggerModeNotAvaliableError"},
-      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, -1, kTimeout); }, "AITriggerModeNotAvaliableError"},
-      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, -1, kTimeout); }, kRange},
-      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, std::int64_t{1} << 32, kTimeout); }, kRange},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 0, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, -1, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 20001, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 1000.0, kTimeout); }, "InputTypeNotCorrectError"},
-      {"count", [](Bench& b) { b.ai.AI_readStreaming(0, -2, 0); }, kRange},
-      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, -1); }, kRange},
-      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, std::nan("")); }, kRange},
-  };
-  for (const Argument& port : {Argument(-1), Argument(1), Argument(256), Argument(std::int64_t{1} << 32),
-                               Argument::hugeInt(true), Argument::hugeInt(false)}) {
-    rows.push_back({"open", [port](Bench& b) { b.ai.AI_open(port, kTimeout); }, kPort});
-    rows.push_back({"close", [port](Bench& b) { b.ai.AI_close(port, kTimeout); }, kPort});
-    rows.push_back({"openStreaming", [port](Bench& b) { b.ai.AI_openStreaming(port, kTimeout); }, kPort});
-    rows.push_back({"start", [port](Bench& b) { b.ai.AI_startStreaming(port); }, kPort});
-    rows.push_back({"read", [port](Bench& b) { b.ai.AI_readOnDemand(port, kTimeout); }, kPort});
-    rows.push_back({"readStreaming", [port](Bench& b) { b.ai.AI_readStreaming(port, 1, 0); }, kPort});
-    rows.push_back({"pins", [port](Bench& b) { b.ai._checkAIPinState(port, kTimeout); }, kPort});
-  }
-  Bench ferox;
-  checkRefusals(ferox, rows);
-
-  rows.clear();
+  std::vector<Refusal> rows;
   for (const Argument& slot :
        {Argument(0), Argument(3), Argument(5), Argument::hugeInt(true), Argument::hugeInt(false)}) {
     rows.push_back({"slot", [slot](Bench& b) { b.ai.AI_readOnDemand(slot, kTimeout); }, kPort});

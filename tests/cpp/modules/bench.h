@@ -1,7 +1,7 @@
 // A device of any product with the modules under test, over a transport that records and answers.
 #pragma once
 
-#include "modules/analog/ai24.h"
+#include "modules/analog/ai.h"
 #include "modules/analog/ao.h"
 #include "modules/bus/i2c.h"
 #include "modules/bus/spi.h"
@@ -39,8 +39,6 @@ struct Bench {
   DIOOperations dio{Link(device),
                     {.inputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {4, {0, 1}}},
                      .outputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {5, {6, 7}}}}};
-  AI24BitStreamingOperations ai24{Link(device), {.ports = {{0, {0, 1}}}, .ratio = 10.0 / (1 << 23), .num_channels = 2}};
-  AI24BitOperations ai24_on_demand{Link(device), {.ports = {{0, {0, 1}}}, .num_channels = 2}};
   AOStreamingOperations ao{Link(device), {.ports = {{0, {0, 1, 2}}, {3, {0}}}, .channels = 3}};
 
   I2COperations i2c{Link(device), {{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}}};

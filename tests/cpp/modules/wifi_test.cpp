@@ -38,49 +38,6 @@ TEST(Wifi, RepliesThatCannotBeDecodedRaise) {
   }
 }
 
-TEST(Wifi, RefusesArgumentsBeforeAnythingIsSent) {
-  constexpr const char* kRange = "InputDataNotInRangeError";
-  constexpr const char* kType = "InputTypeNotCorrectError";
-  struct Row {
-    Argument ssid;
-    Argument password;
-    Argument security;
-    const char* error;
-  };
-  const std::string long_password(64, 'p');
-  std::vector<Refusal> rows;
-  for (const Row& row : {Row{"", "password", 1, kRange},
-                         {std::string(33, 's'), "password", 1, kRange},
-                         {"tab\t", "password", 1, kRange},
-                         {std::string("nul\0", 4), "password", 1, kRange},
-                         {"Lab", "password", 3, kRange},
-                         {"Lab", "password", -1, kRange},
-                         {"Lab", "password", 0, kRange},
-                         {"Lab", "", 1, kRange},
-                         {"Lab", "seven77", 2, kRange},
-                         {"Lab", long_password, 2, kRange},
-                         {"Lab", "p\xC3\xA4sswort", 1, kRange},
-                         {"Lab", "pass\nword", 1, kRange},
-                         {7, "password", 1, kType},
-                         {"Lab", Argument(), 1, kType},
-                         {"Lab", "password", "WPA2", kType},
-                         {"Lab", "password", 1.0, kType}}) {
-    rows.push_back({"configuration",
-                    [row](Bench& b) { b.wifi.Wifi_setConfiguration(row.ssid, row.password, row.security, kTimeout); },
-                    row.error});
-  }
-  for (const int wrong : {-1, 2}) {
-    rows.push_back({"access point", [wrong](Bench& b) { b.wifi.Wifi_setAP(wrong, kTimeout); }, kRange});
-  }
-  for (const int wrong : {0, 1, 30, 80, 276}) {
-    rows.push_back({"bandwidth", [wrong](Bench& b) { b.wifi.Wifi_setBandwidth(wrong, kTimeout); }, kRange});
-  }
-  rows.push_back({"bandwidth type", [](Bench& b) { b.wifi.Wifi_setBandwidth(20.0, kTimeout); }, kType});
-  rows.push_back({"timeout", [](Bench& b) { b.system_analog.Wifi_readBattery("soon"); }, kType});
-  Bench bench;
-  checkRefusals(bench, rows);
-}
-
 TEST(Wifi, NoMessageShowsAPassword) {
   Bench bench;
   for (const char* secret : {"sEcReT", "sEcReT\xC3\xA4 and more"}) {

@@ -133,6 +133,13 @@ GENERATION = [
         (8280, "00 0D" + "3F800000" * 13, "00 00"),
         (8280, "00 01 3F800000", "00 00"),
     ),
+    # What is refused is followed by nothing.
+    op(
+        "_AO_pushToBuffer",
+        (0, 14, [1.0] * 14),
+        (8280, "00 0D" + "3F800000" * 13, "00 35"),
+        result=pyqvx.FirmwareAOError,
+    ),
     op("AO_getValues", (0,), (206, "00", "00 00 3F800000 C1200000"), result=[1.0, -10.0]),
     op("_AO_getCounters", (0,), (204, "00", "00 00 00000100 FFFFFFFF"), result=[256, 0xFFFFFFFF]),
     op("_AO_getMode", (0,), (8290, "00", "00 00 01"), result=1),

@@ -16,10 +16,13 @@ def opening(direction: str, port: str, pins: object, mask: str, on: set[str]) ->
     args = (int(port, 16), *args)
     output = mask if direction == "DO" else "0000"
     current = (227, f"{port} {mask} {mask} {output} 0000", f"{port} 00")
+    own, other = ("33", "22") if direction == "DO" else ("22", "33")
     taken = pyqvx.DOPortNotAvaliableError if direction == "DO" else pyqvx.DIPortNotAvaliableError
     rows = [
         op(name, args, on=on & FIXED),
         op(name, args, (127, port, "00 08 11 11 11 11"), current, on=on - FIXED),
+        op(name, args, (127, port, f"00 08 {own} {own} {own} {own}"), current, on=on - FIXED),
+        op(name, args, (127, port, f"00 08 {other} {other} {other} {other}"), result=taken, on=on - FIXED),
         op(name, args, (127, port, "00 08 44 44 44 44"), result=taken, on=on - FIXED),
     ]
     return [row for row in rows if row.models]

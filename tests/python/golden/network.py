@@ -2,6 +2,8 @@
 
 from golden.row import op
 
+import pyqvx
+
 
 def padded(text: str, size: int) -> str:
     return text.encode().ljust(size, b"\0").hex()
@@ -11,6 +13,11 @@ ROWS = [
     op("Net_getIP", (), (243, "", "00 C0A80114 FFFFFF00"), result=("192.168.1.20", "255.255.255.0")),
     op("Net_setIP", ("10.13.10.2", "255.255.0.0"), (244, "0A0D0A02 FFFF0000", "00")),
     op("Net_setIP", ("1.0.0.1", "255.255.255.252"), (244, "01000001 FFFFFFFC", "00")),
+    # The first and the last address of a subnet.
+    *[
+        op("Net_setIP", (ip, mask), result=pyqvx.InputDataNotInRangeError)
+        for ip, mask in [("192.168.1.255", "255.255.255.0"), ("10.0.0.4", "255.255.255.252")]
+    ],
     op("Net_getGateway", (), (124, "", "00 00000000"), result="0.0.0.0"),
     op("Net_setGateway", ("0.0.0.0",), (125, "00000000", "00")),
     op("Net_getGateway", (), (124, "", "00 C0A80101"), result="192.168.1.1"),
@@ -43,6 +50,10 @@ ROWS = [
         ("Lab 7", "password", 1),
         (116, "01" + padded("Lab 7", 32) + padded("password", 64), "00"),
     ),
+    # A password where there is none, and none where there must be one.
+    op("Wifi_setConfiguration", ("Lab", "password", 0), result=pyqvx.InputDataNotInRangeError),
+    op("Wifi_setConfiguration", ("Lab", "", 1), result=pyqvx.InputDataNotInRangeError),
+    op("_Net_setMAC", ("ff:ff:ff:ff:ff:ff",), result=pyqvx.InputDataNotInRangeError),
     op("Wifi_setAP", (1,), (112, "01", "00")),
     op("Wifi_getBandwidth", (), (119, "", "00 28"), result=40),
     op("Wifi_setBandwidth", (20,), (118, "14", "00")),

@@ -34,6 +34,7 @@ ROWS = [
     op("Sys_setRTC", (1900, 1, 1, 0, 0, 0), (242, "00 01 01 00 00 00", "00")),
     op("Sys_startRTCAlarm", (0, 31, 7, 8, 9), (2212, "00 1F 07 08 09", "00 00")),
     op("Sys_startRTCAlarm", (1, 7, 4, 5, 6), (2212, "01 07 04 05 06", "01 00")),
+    op("Sys_startRTCAlarm", (1, 8, 4, 5, 6), result=pyqvx.InputDataNotInRangeError),  # no day of the week
     op("Sys_stopRTCAlarm", (), (2213, "00", "00 00")),
     op("_Sys_getRTCAlarmState", (), (2214, "00", "00 01"), result="on"),
     op("_Sys_getRTCAlarmState", (), (2214, "00", "00 02"), result="off"),
