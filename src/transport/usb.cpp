@@ -343,8 +343,7 @@ void USBClient::Link::close() {
   port_.context.reset();
 }
 
-USBClient::USBClient(const std::string& serial_num, std::chrono::milliseconds send_limit)
-    : send_limit_(send_limit) {
+USBClient::USBClient(const std::string& serial_num, std::chrono::milliseconds send_limit) : send_limit_(send_limit) {
   USBPort port = openUSB(serial_num);
   serial_ = port.serial;
   product_ = port.product;

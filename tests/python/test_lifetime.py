@@ -131,30 +131,6 @@ def test_requests_of_a_closed_loop_are_given_back():
     assert eventually(lambda: gc.collect() is not None and gone() is None)
 
 
-def test_a_daemon_thread_in_a_call_does_not_disturb_the_end():
-    run_script(
-        """
-import threading, time
-import pyqvx
-from qvx_virtual import VirtualDevice
-bench = VirtualDevice(source="ramp").start()
-device = pyqvx.FeroxA(verbose=False)
-device.connect(bench.ip, bench.port)
-device.AI_open(0)
-device.AI_setMode(0, 2)
-device.AI_openStreaming(0)
-device.AI_startStreaming(0)
-queue = pyqvx.RawQueue()
-def forever(call):
-    while True:
-        call()
-for call in (lambda: device.AI_readStreaming(0, 100, 1), lambda: device._getReplyFromPool(5, 0), queue.get):
-    threading.Thread(target=forever, args=(call,), daemon=True).start()
-time.sleep(0.1)
-"""
-    )
-
-
 def test_an_object_before_its_init_is_refused():
     class Early(pyqvx.FeroxA):
         def __init__(self):

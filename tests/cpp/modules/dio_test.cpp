@@ -45,16 +45,15 @@ TEST(DIO, OtherPinsOfThePortMayBeInUse) {
 
 TEST(DIO, RefusesPinsAndPortsOfTheOtherDirection) {
   Bench bench(ProductId::CordlogF1D);
-  checkRefusals(
-      bench,
-      {
-          {"outputs only", [](Bench& b) { b.dio.DI_openPins(5, 6, kTimeout); }, "DIPortNotAvaliableError"},
-          {"inputs only", [](Bench& b) { b.dio.DO_writePins(4, 0, 1, kTimeout); }, "DOPortNotAvaliableError"},
-          {"no pin 4", [](Bench& b) { b.dio.DI_readPins(2, 4, kTimeout); }, "PinsNotExistError"},
-          {"no pin 5", [](Bench& b) { b.dio.DO_togglePins(2, 5, kTimeout); }, "PinsNotExistError"},
-          {"7 states of 6 or 8", [](Bench& b) { b.dio.DO_writePort(2, List(7, 1), kTimeout); },
-           "PinsValueNotDefineError"},
-      });
+  checkRefusals(bench,
+                {
+                    {"outputs only", [](Bench& b) { b.dio.DI_openPins(5, 6, kTimeout); }, "DIPortNotAvaliableError"},
+                    {"inputs only", [](Bench& b) { b.dio.DO_writePins(4, 0, 1, kTimeout); }, "DOPortNotAvaliableError"},
+                    {"no pin 4", [](Bench& b) { b.dio.DI_readPins(2, 4, kTimeout); }, "PinsNotExistError"},
+                    {"no pin 5", [](Bench& b) { b.dio.DO_togglePins(2, 5, kTimeout); }, "PinsNotExistError"},
+                    {"7 states of 6 or 8", [](Bench& b) { b.dio.DO_writePort(2, List(7, 1), kTimeout); },
+                     "PinsValueNotDefineError"},
+                });
 }
 
 }  // namespace

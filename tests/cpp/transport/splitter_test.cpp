@@ -138,8 +138,8 @@ TEST(FrameSplitter, AgreesOnLongFrames) {
   EXPECT_GE(delivered, 250u);
 }
 
-// Start bytes and CR LFs that never meet, and as many frames in one piece: minutes where the cost grows with the square,
-// a fraction of a second where it does not.
+// Start bytes and CR LFs that never meet, and as many frames in one piece: minutes where the cost grows with the
+// square, a fraction of a second where it does not.
 TEST(FrameSplitter, HostileStreamsCostNoMoreThanOthers) {
   const std::vector<Bytes> patterns = {{2, 13, 10}, {2, 127, 255}, {2}, {13, 10}, {2, 0, 1, 240, 13, 10}};
   for (const Bytes& pattern : patterns) {
