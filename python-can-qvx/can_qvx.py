@@ -4,10 +4,12 @@ from __future__ import annotations
 
 import logging
 import math
+import queue
 import time
+import warnings
 from collections import deque
 from collections.abc import Iterator, Sequence
-from contextlib import contextmanager
+from contextlib import contextmanager, redirect_stdout
 from typing import Any
 
 import can
@@ -140,8 +142,11 @@ class QvxBus(can.BusABC):
                 if time.monotonic() >= end:
                     raise can.CanTimeoutError("the device's queue was full for too long")
                 time.sleep(RETRY_S)
-            if self._own:
+        if self._own:
+            try:
                 self._device.can_frame_queue.put(pyqvx.CANFrame(*frame))
+            except queue.Full:  # it has been sent all the same
+                LOG.warning("nobody receives: an own message is lost")
 
     def _check_queue_is_full(self) -> None:
         """Why a frame was refused: raises when waiting would not help."""
@@ -202,7 +207,11 @@ class QvxBus(can.BusABC):
         }
         handle = pyqvx.USBDevice(verbose=False)
         try:
-            found = handle._getAllUSBDevices()
+            # Programs that ask every interface want an answer, not the warning about a missing library, which
+            # the driver prints with a stack.
+            with redirect_stdout(None), warnings.catch_warnings():
+                warnings.simplefilter("ignore")
+                found = handle._getAllUSBDevices()
         except pyqvx.Error:
             found = []
         finally:

@@ -93,6 +93,7 @@ def main() -> int:
         env["LD_PRELOAD"] = " ".join(runtime_library(name) for name in (RUNTIME[preset], "libstdc++.so"))
         env["PYTHONPATH"] = str(build / "src" / "binding")
         env["PYTHONMALLOC"] = "malloc"
+        env["QVX_SANITIZER"] = preset
         env["QVX_VIRTUAL"] = str(ROOT / ".venv" / "bin" / "qvx-virtual")
         if preset == "asan":
             env["ASAN_OPTIONS"] += ":detect_leaks=0"

@@ -31,6 +31,7 @@ class BusFirmware : public Module {
     const BusPort* row = nullptr;
     bool open = false;
     Settings settings{};
+    TimePoint quiet{};  // when the transfers so far are over
   };
   struct Row {
     int code;
@@ -69,6 +70,16 @@ class BusFirmware : public Module {
   Answer closePort(Port& port, const Request&) {
     release(port);
     return status::kOk;
+  }
+  // When a transfer can begin.
+  static TimePoint begin(const Port& port, TimePoint now) { return std::max(now, port.quiet); }
+  // The answer to a transfer, at its end.
+  Answer transferred(Port& port, TimePoint now, double seconds, Answer answer) const {
+    if (!board_.unpaced) {
+      port.quiet = begin(port, now) + std::chrono::ceil<TimePoint::duration>(std::chrono::duration<double>(seconds));
+      answer.takes = port.quiet - now;
+    }
+    return answer;
   }
   Answer resetPort(Port& port, const Request&) {
     port.settings = {};

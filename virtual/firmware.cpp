@@ -42,7 +42,7 @@ void CommandTable::handle(const Request& request, std::optional<int> forced_stat
   const Answer answer = well_formed ? found->second.run(request) : Answer(status::kParser);
   const int status = forced_status.value_or(answer.status);
   if (!answer.silent) {
-    request.outlet.send(request.code, replyPayload(request, form, status, answer.data), request.now);
+    request.outlet.sendAfter(answer.takes, request.code, replyPayload(request, form, status, answer.data), request.now);
   }
 }
 

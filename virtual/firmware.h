@@ -40,6 +40,10 @@ class Outlet {
  public:
   virtual ~Outlet() = default;
   virtual void send(int code, ByteView payload, TimePoint now) = 0;
+  // The same when the device has been busy with it for a time.
+  virtual void sendAfter(std::chrono::nanoseconds, int code, ByteView payload, TimePoint now) {
+    send(code, payload, now);
+  }
   // Payload bytes of stream packets that may be sent now; a slow client has little room.
   virtual std::size_t room() const = 0;
   // Where stream packets go that are asked for here: over this connection, or over the data connection beside it;
@@ -73,7 +77,8 @@ struct Answer {
 
   int status = status::kOk;
   Bytes data;
-  bool silent = false;  // accepted without a reply; a refusal is always sent
+  bool silent = false;                // accepted without a reply; a refusal is always sent
+  std::chrono::nanoseconds takes{0};  // until the reply is sent
 };
 
 // One command of module M. Payloads shorter or longer than min..max never reach `run`.

@@ -24,7 +24,7 @@ std::optional<Frame> FrameReader::next(TimePoint now) {
     head_ = static_cast<std::size_t>(start - buffer_.begin());
     const ByteView rest = ByteView(buffer_).subspan(head_);
     const std::size_t length = rest.size() >= CMD_INDEX ? readBig<std::uint16_t>(rest, 1) : 1;
-    if (rest.empty() || length == 0 || length + kFraming > kLongestFrame) {
+    if (rest.empty() || length == 0) {
       head_ += rest.empty() ? 0 : 1;
       continue;
     }

@@ -10,14 +10,13 @@
 
 namespace qvx::bench {
 
-// Driven by the length field: a start byte whose length is impossible, or whose end bytes are missing where the length
-// says, is garbage, and the search goes on behind it. Takes time linear in the bytes and holds at most one frame.
+// Driven by the length field: a start byte whose length is 0, or whose end bytes are missing where the length says, is
+// garbage, and the search goes on behind it. Takes time linear in the bytes and holds at most one frame.
 //
 // A stray start byte may claim bytes that never come and would swallow the requests behind it, so bytes that stay
 // incomplete for kPatience without a new one are given up too.
 class FrameReader {
  public:
-  static constexpr std::size_t kLongestFrame = 4096;  // framing bytes included; longer ones are skipped
   static constexpr std::chrono::seconds kPatience{1};
 
   void feed(ByteView bytes, TimePoint now);

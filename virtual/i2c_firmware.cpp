@@ -81,12 +81,17 @@ Answer I2cFirmware::setAddressSize(Port& port, const Request& request) {
   return status::kOk;
 }
 
-I2cSlave* I2cFirmware::begin(const Port& port, ByteView address, TimePoint now) {
+I2cSlave* I2cFirmware::address(const Port& port, ByteView address, TimePoint now) {
   const bool ten_bit = port.settings.ten_bit;
   const int number = ten_bit ? readBig<std::uint16_t>(address) : address[0];
   const auto slave = slaves_.find({port.row->number, number, ten_bit});
   const bool there = slave != slaves_.end() && port.settings.rate <= kFastestSlave && slave->second->begin(now);
   return there ? slave->second.get() : nullptr;
+}
+
+// Start, bytes with their acknowledgements, stop.
+double I2cFirmware::seconds(const Port& port, std::size_t bytes) {
+  return (2 + 9.0 * static_cast<double>(bytes)) / port.settings.rate;
 }
 
 // port, address, bytes
@@ -96,15 +101,19 @@ Answer I2cFirmware::write(Port& port, const Request& request) {
     return status::kParser;
   }
   const ByteView bytes = request.payload.subspan(1 + width);
-  I2cSlave* slave = bytes.size() <= kLongestTransfer ? begin(port, request.payload.subspan(1), request.now) : nullptr;
-  if (slave == nullptr) {
+  if (bytes.size() > kLongestTransfer) {
     return status::kI2c;
+  }
+  I2cSlave* slave = address(port, request.payload.subspan(1), begin(port, request.now));
+  if (slave == nullptr) {
+    return transferred(port, request.now, seconds(port, width), status::kI2c);
   }
   for (const std::uint8_t byte : bytes) {
     slave->write(byte);
   }
-  slave->end(request.now);
-  return status::kOk;
+  Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), status::kOk);
+  slave->end(begin(port, request.now));
+  return answer;
 }
 
 // port, address, count
@@ -113,14 +122,15 @@ Answer I2cFirmware::read(Port& port, const Request& request) {
   if (request.payload.size() != 2 + width) {
     return status::kParser;
   }
-  I2cSlave* slave = begin(port, request.payload.subspan(1), request.now);
+  I2cSlave* slave = address(port, request.payload.subspan(1), begin(port, request.now));
   if (slave == nullptr) {
-    return status::kI2c;
+    return transferred(port, request.now, seconds(port, width), status::kI2c);
   }
   Bytes bytes(request.payload[1 + width]);
   std::generate(bytes.begin(), bytes.end(), [slave] { return slave->read(); });
-  slave->end(request.now);
-  return bytes;
+  Answer answer = transferred(port, request.now, seconds(port, width + bytes.size()), bytes);
+  slave->end(begin(port, request.now));
+  return answer;
 }
 
 }  // namespace qvx::bench

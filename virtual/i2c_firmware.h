@@ -68,7 +68,8 @@ class I2cFirmware final : public BusFirmware<I2cFirmware, I2cSettings> {
   Answer write(Port& port, const Request& request);
   Answer read(Port& port, const Request& request);
   // The slave that acknowledges; nullptr: nobody.
-  I2cSlave* begin(const Port& port, ByteView address, TimePoint now);
+  I2cSlave* address(const Port& port, ByteView address, TimePoint now);
+  static double seconds(const Port& port, std::size_t bytes);
 
   std::map<Place, std::unique_ptr<I2cSlave>> slaves_;  // outlive restarts of the device
 };

@@ -127,6 +127,7 @@ ModelRow cordlogWithSerialPorts(ProductId product, const char* serial_prefix, st
 ModelRow cordlogWithAnalogInput(ProductId product, const char* serial_prefix) {
   ModelRow row = cordlogWithSerialPorts(product, serial_prefix, {makeAi<kChosenChannels>});
   row.analog_inputs = 8;
+  row.fixed_pins = {{4, PinMode::ADC}};  // behind the digital ports
   return row;
 }
 
@@ -134,6 +135,12 @@ template <class Firmware>
 ModelRow withBus(ModelRow row, const std::vector<BusPort>& ports) {
   row.buses.insert(row.buses.end(), ports.begin(), ports.end());
   row.modules.push_back(make<Firmware>);
+  return row;
+}
+
+ModelRow withCan(ModelRow row) {
+  row.buses.push_back(kCanPort);
+  row.modules.push_back(makeCan);
   return row;
 }
 
@@ -192,7 +199,7 @@ const std::vector<ModelRow>& modelRows() {
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1D, "CD")),
       withI2cAndSpi(cordlogWithAnalogInput(ProductId::CordlogF1AD, "CA")),
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1TD, "CT")),
-      withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC", {makeCan})),
+      withCan(withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1CD, "CC"))),
       withI2cAndSpi(cordlogWithSerialPorts(ProductId::CordlogF1RD, "CR")),
       cordlogWithSinks(),
       withI2c(withFourOutputs(cordlogWithAnalogInput(ProductId::CordlogF1AOD, "CO"), makeAo<kGeneratorOnPins>)),

@@ -181,6 +181,11 @@ std::vector<DeviceSetup> listDevices(const Given& given, std::size_t count) {
   if (given.serials.size() > count || given.aliases.size() > count) {
     throw UsageError("more --serial or --alias options than devices");
   }
+  const auto& buses = setup.model->buses;
+  if ((!given.can_buses.empty() || given.can_load > 0) &&
+      std::none_of(buses.begin(), buses.end(), [](const BusPort& port) { return port.bus == Bus::CAN; })) {
+    throw UsageError("--can-bus, --can-load: the model has no CAN bus");
+  }
   if (given.can_buses.size() > count) {
     throw UsageError("more --can-bus options than devices");
   }
@@ -255,7 +260,8 @@ void describe(CLI::App& app, Given& given) {
   list("--attach", given.attachments, "BUS=PART",
        "put a slave on a bus: i2c1=24c02[:ADDRESS], an EEPROM; spi1=74hc595, a shift register; spi2=loopback");
   app.add_option("--seed", given.seed, "of noise and faults (default 0)")->type_name("N");
-  app.add_flag("--stream-as-fast-as-possible", given.unpaced, "ignore the sampling rate: for benchmarks");
+  app.add_flag("--stream-as-fast-as-possible", given.unpaced,
+               "ignore sampling rates and the time that buses take: for benchmarks");
 
   app.add_option("--delay", given.delay_ms, "every packet leaves this much later")
       ->type_name("MS")

@@ -88,11 +88,11 @@ void PtyPort::opened() {
 }
 
 void PtyPort::closed() {
-  log_.event(name_, "closed");
   present_ = false;
   loop_.remove(master_.get());
   session_ = std::make_unique<Session>(device_, log_, name_);
-  tcflush(master_.get(), TCOFLUSH);
+  tcflush(master_.get(), TCOFLUSH);  // before anybody hears of it and opens the line anew
+  log_.event(name_, "closed");
 }
 
 void PtyPort::ready(std::uint32_t events, TimePoint now) {

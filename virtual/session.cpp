@@ -37,15 +37,17 @@ void Session::handleFrames(TimePoint now) {
   }
 }
 
-void Session::send(int code, ByteView payload, TimePoint now) {
+void Session::sendAfter(std::chrono::nanoseconds time, int code, ByteView payload, TimePoint now) {
   log_.frame(name_, "->", code, payload);
-  const auto delay = device_.faults().options().delay;
+  const auto delay = device_.faults().options().delay + time;
   for (Bytes& frame : device_.faults().pass(buildFrame(code, payload))) {
     if (delay.count() == 0) {
       release(frame);
     } else {
       delayed_bytes_ += frame.size();
-      delayed_.push_back({now + delay, std::move(frame)});
+      const auto place = std::upper_bound(delayed_.begin(), delayed_.end(), now + delay,
+                                          [](TimePoint due, const Delayed& other) { return due < other.due; });
+      delayed_.insert(place, {now + delay, std::move(frame)});
     }
   }
 }

@@ -36,7 +36,8 @@ class Session final : public Outlet {
   // Whether the reset fault ends this connection, now that everything is written.
   bool resetDue() const { return reset_ && output_.size() == head_; }
 
-  void send(int code, ByteView payload, TimePoint now) override;
+  void send(int code, ByteView payload, TimePoint now) override { sendAfter({}, code, payload, now); }
+  void sendAfter(std::chrono::nanoseconds time, int code, ByteView payload, TimePoint now) override;
   Outlet* streams() override { return streams_; }
   // The connection that carries stream packets from now on; a session is its own at first.
   void streamOver(Outlet* outlet) { streams_ = outlet; }
@@ -60,7 +61,7 @@ class Session final : public Outlet {
   std::string name_;
   Outlet* streams_ = this;
   FrameReader reader_;
-  std::deque<Delayed> delayed_;
+  std::deque<Delayed> delayed_;  // first what is due first
   std::size_t delayed_bytes_ = 0;
   Bytes output_;
   std::size_t head_ = 0;  // bytes of output_ already written

@@ -10,6 +10,7 @@ namespace qvx::bench {
 namespace {
 
 constexpr std::size_t kLongestTransfer = 256;
+constexpr double kClock = 72e6;  // Hz, before the prescaler
 constexpr std::size_t kAny = std::numeric_limits<std::size_t>::max();
 
 }  // namespace
@@ -55,15 +56,17 @@ Answer SpiFirmware::setPrescaler(Port& port, const Request& request) {
 }
 
 Answer SpiFirmware::read(Port& port, const Request& request) {
-  return transfer(port, Bytes(request.payload[1]));
+  return transfer(port, Bytes(request.payload[1]), request.now);
 }
 
 Answer SpiFirmware::write(Port& port, const Request& request) {
-  return transfer(port, request.payload.subspan(1)).status;
+  Answer answer = transfer(port, request.payload.subspan(1), request.now);
+  answer.data.clear();
+  return answer;
 }
 
 Answer SpiFirmware::readAndWrite(Port& port, const Request& request) {
-  return transfer(port, request.payload.subspan(1));
+  return transfer(port, request.payload.subspan(1), request.now);
 }
 
 // The slave sees the line as it was before an edge: data that changes at an edge comes too late for it.
@@ -86,12 +89,17 @@ bool SpiFirmware::exchange(const SpiSettings& settings, bool& line, bool bit, Sp
   return taken;
 }
 
-Answer SpiFirmware::transfer(const Port& port, ByteView bytes) {
-  const SpiSettings& settings = port.settings;
-  const std::size_t width = settings.sixteen_bits ? 2 : 1;
-  if (bytes.size() > kLongestTransfer || bytes.size() % width != 0) {
+Answer SpiFirmware::transfer(Port& port, ByteView bytes, TimePoint now) {
+  if (bytes.size() > kLongestTransfer || bytes.size() % (port.settings.sixteen_bits ? 2 : 1) != 0) {
     return status::kSpi;
   }
+  const double bits = 8.0 * static_cast<double>(bytes.size());
+  return transferred(port, now, bits * port.settings.prescaler / kClock, exchanged(port, bytes));
+}
+
+// What comes in while these go out.
+Bytes SpiFirmware::exchanged(const Port& port, ByteView bytes) {
+  const SpiSettings& settings = port.settings;
   const auto slave = slaves_.find(port.row->number);
   if (slave == slaves_.end()) {
     return Bytes(bytes.size(), 0xFF);  // the input is pulled up
@@ -99,7 +107,7 @@ Answer SpiFirmware::transfer(const Port& port, ByteView bytes) {
   Bytes received(bytes.size());
   bool line = false;
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
-    const std::size_t bits = width * 8;
+    const std::size_t bits = settings.sixteen_bits ? 16 : 8;
     const std::size_t in_word = bit % bits;
     // Of a word, most significant first.
     const std::size_t place = bit - in_word + (settings.least_first ? bits - 1 - in_word : in_word);

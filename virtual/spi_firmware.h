@@ -65,7 +65,8 @@ class SpiFirmware final : public BusFirmware<SpiFirmware, SpiSettings> {
   Answer write(Port& port, const Request& request);
   Answer readAndWrite(Port& port, const Request& request);
 
-  Answer transfer(const Port& port, ByteView bytes);
+  Answer transfer(Port& port, ByteView bytes, TimePoint now);
+  Bytes exchanged(const Port& port, ByteView bytes);
   // Sends a bit and gives the one that the slave sends.
   static bool exchange(const SpiSettings& settings, bool& line, bool bit, SpiSlave& slave);
 

@@ -100,8 +100,8 @@ Answer UartFirmware::stopReading(Port& port, const Request& request) {
   return status::kOk;
 }
 
-TimePoint UartFirmware::later(TimePoint from, double seconds) const {
-  return board_.unpaced ? from : from + std::chrono::ceil<TimePoint::duration>(std::chrono::duration<double>(seconds));
+TimePoint UartFirmware::later(TimePoint from, double delay_s) const {
+  return board_.unpaced ? from : from + std::chrono::ceil<TimePoint::duration>(std::chrono::duration<double>(delay_s));
 }
 
 Answer UartFirmware::write(Port& port, const Request& request) {

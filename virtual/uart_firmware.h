@@ -57,7 +57,7 @@ class UartFirmware final : public Module {
   void receive(Port& port, TimePoint now);
   void stream(Port& port, TimePoint now);
   TimePoint dueOf(const Port& port) const;
-  TimePoint later(TimePoint from, double seconds) const;
+  TimePoint later(TimePoint from, double delay_s) const;
 
   Board& board_;
   std::vector<Port> ports_;

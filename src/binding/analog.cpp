@@ -72,9 +72,11 @@ void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based)
             self._ckeckAISamplingRate(port, rate);
           },
           py::arg("port"), py::arg("rate"),
-          "_ckeckAISamplingRate(port: int, rate: int) -> None\n\nRaises AIRateNotVaildError above the product's limit.")
+          "_ckeckAISamplingRate(port: int, rate: int) -> None\n\n1 to the product's limit, in Hz; else "
+          "AIRateNotVaildError. Raises AIPortNotAvaliableError.")
       .def("_AI_changePortToIndex", &AIBased::_AI_changePortToIndex, py::arg("port"),
-           "_AI_changePortToIndex(port: int) -> int\n\nThe place of the port in the lists of queues.")
+           "_AI_changePortToIndex(port: int) -> int\n\nThe place of the port in the lists of queues. Raises "
+           "AIPortNotAvaliableError.")
       .def("_AI_free", &AIBased::_AI_free, py::call_guard<Unlocked>(),
            "_AI_free() -> None\n\nEnds the decoder thread.");
 }
@@ -83,15 +85,19 @@ void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based)
 template <class Ops>
 void bindReads(Ops& operations) {
   operations
-      .request("AI_readOnDemand", &AIBased::AI_readOnDemand, "port: int", "list[float]",
-               "One sample now: volts of each channel.")
+      .request(
+          "AI_readOnDemand", &AIBased::AI_readOnDemand, "port: int", "list[float]",
+          "One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input "
+          "is not open.")
       .plain("AI_readStreaming", &AIBased::AI_readStreaming, "port: int, num_samples: int, delay: float",
              "list[list[float]]",
              "At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. "
-             "Waits at most `delay` seconds for them and returns what is there; never raises for lack of data.")
+             "Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises "
+             "InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError.")
       .plain("AI_readStreamingArray", &AIBased::AI_readStreamingArray, "port: int, num_samples: int, delay: float",
              "numpy.ndarray",
-             "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy.");
+             "As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of "
+             "channels ends it early. Needs numpy.");
 }
 
 }  // namespace
@@ -104,24 +110,40 @@ void bindAnalog(py::module_& module) {
   bindAIChecks(based);
 
   Operations(ai_union, ai_union, CoroutineTimeout::None)
-      .request("AI_open", &AIUnion::AI_open, "port: int", "int", "Opens analog input. Returns 0.")
-      .request("AI_close", &AIUnion::AI_close, "port: int", "int", "Closes analog input. Returns 0.");
+      .request("AI_open", &AIUnion::AI_open, "port: int", "int",
+               "Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a "
+               "device that is closed is not noticed. Raises "
+               "AIPortNotAvaliableError. Returns 0.")
+      .request("AI_close", &AIUnion::AI_close, "port: int", "int",
+               "Closes analog input and ends its stream; samples that have come can still be read. Raises "
+               "AIPortNotAvaliableError. Returns 0.");
   Operations(based, based, CoroutineTimeout::None)
-      .request("AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
-               "Prepares a port for streaming. Returns 0.")
-      .plain("AI_startStreaming", &AIBased::AI_startStreaming, "port: int", "int",
-             "Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0.")
-      .request("AI_closeStreaming", &AIBased::AI_closeStreaming, "port: int", "int", "Ends streaming. Returns 0.")
+      .request(
+          "AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
+          "Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not "
+          "open. Returns 0.")
+      .plain(
+          "AI_startStreaming", &AIBased::AI_startStreaming, "port: int", "int",
+          "Starts streaming; samples arrive from now on. Does not wait for a reply: after a refusal none come. Raises "
+          "AIPortNotAvaliableError. Returns 0.")
+      .request("AI_closeStreaming", &AIBased::AI_closeStreaming, "port: int", "int",
+               "Ends streaming; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0.")
       .request(
           "AI_setMode", &AIBased::AI_setMode, "port: int, mode: int", "int",
-          "Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. "
-          "Returns 0.")
+          "Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError, "
+          "AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0.")
       .request("AI_setNumSamples", &AIBased::AI_setNumSamples, "port: int, num_samples: int", "int",
-               "How many samples mode 1 acquires, 0..4294967295. Returns 0.")
-      .request("AI_setSamplingRate", &AIBased::AI_setSamplingRate, "port: int, sampling_rate: int", "int",
-               "Samples per second and channel. Raises AIRateNotVaildError above the product's limit. Returns 0.")
-      .request("_checkAIPinState", &AIBased::_checkAIPinState, "port: int", "None",
-               "Raises AIPortNotAvaliableError unless the port's pins are in AI mode.");
+               "How many samples mode 1 acquires, 0..4294967295. Raises InputDataNotInRangeError outside, "
+               "AIPortNotAvaliableError, and FirmwareAIError for 0 and while a stream runs. Returns 0.")
+      .request(
+          "AI_setSamplingRate", &AIBased::AI_setSamplingRate, "port: int, sampling_rate: int", "int",
+          "Samples per second and channel, in Hz, from 1 to the product's limit, which depends on the channels in use "
+          "where their number can be chosen. Raises AIRateNotVaildError outside, AIPortNotAvaliableError, and "
+          "FirmwareAIError while a stream runs. Returns 0.")
+      .request(
+          "_checkAIPinState", &AIBased::_checkAIPinState, "port: int", "None",
+          "Raises AIPortNotAvaliableError unless the port's pins are ADC in the device's pin query, where AI port 0 of "
+          "CordlogF1AD and CordlogF1AOD is port 4: 0 to 3 are digital.");
 
   using M = AIOperations;
   Operations ops(py::class_<AIModule, AIBased, std::shared_ptr<AIModule>>(module, "AIModule", "16-bit analog input."),
@@ -131,23 +153,29 @@ void bindAnalog(py::module_& module) {
   bindReads(ops);
   ops.request(
          "AI_enableChannel", &M::AI_enableChannel, "port: int, channel: int", "int",
-         "How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises "
-         "AIChannelNotAvaliableError. Returns 0.")
+         "How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that "
+         "have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and "
+         "FirmwareAIError while a stream runs. Returns 0.")
+      .request("AI_enableCS", &M::AI_enableCS, "slot: int, chip_select: list[int]", "int",
+               "Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for "
+               "none, "
+               "and AIPortNotAvaliableError. Returns 0.")
       .request(
-          "AI_enableCS", &M::AI_enableCS, "slot: int, chip_select: list[int]", "int",
-          "Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0.")
-      .request("AI_setTriggerMode", &M::AI_setTriggerMode, "port: int, mode: int", "int",
-               "What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and "
-               "interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. "
-               "Returns 0.")
-      .request("_AI_getDataRTC", &M::_AI_getDataRTC, "port: int", "list[float]",
-               "The sample taken at the clock's last trigger.")
+          "AI_setTriggerMode", &M::AI_setTriggerMode, "port: int, mode: int", "int",
+          "What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and "
+          "interrupt, 5 clock and interrupt, 6 all; not on CordlogF1AD and CordlogF1AOD: APINotSupportError. Raises "
+          "AITriggerModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. "
+          "Returns 0.")
+      .request(
+          "_AI_getDataRTC", &M::_AI_getDataRTC, "port: int", "list[float]",
+          "The sample taken at the clock's last trigger: volts of each channel. Raises AIPortNotAvaliableError, and "
+          "FirmwareAIError where the input is not open.")
       .request("_AI_getCounter", &M::_AI_getCounter, "port: int", "list[int]",
-               "The device's counters: samples acquired, packets sent, samples lost.")
+               "The device's counters: samples acquired, packets sent, samples lost. Raises AIPortNotAvaliableError.")
       .request("_AI_clearBufferStatus", &M::_AI_clearBufferStatus, "port: int", "int",
-               "Empties the device's buffer. Returns 0.")
+               "Empties the device's buffer and sets its counters to 0. Raises AIPortNotAvaliableError. Returns 0.")
       .request("_AI_readBufferStatus", &M::_AI_readBufferStatus, "port: int", "list[int]",
-               "The device's buffer: samples waiting, capacity.");
+               "The device's buffer: samples waiting, capacity. Raises AIPortNotAvaliableError.");
 
   Operations streaming24(
       py::class_<AI24BitStreamingModule, AIBased, std::shared_ptr<AI24BitStreamingModule>>(
@@ -163,7 +191,7 @@ void bindAnalog(py::module_& module) {
                  module, "AI24BitModule_async", "24-bit analog input, read on demand, as coroutines."),
              CoroutineTimeout::None)
       .request("AI_readOnDemand", &AI24BitOperations::AI_readOnDemand, "port: int", "list[float]",
-               "One sample now: volts of each channel, rounded to three decimals.");
+               "One sample now: volts of each channel, rounded to three decimals. Raises AIPortNotAvaliableError.");
 }
 
 }  // namespace qvx::binding

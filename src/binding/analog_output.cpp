@@ -19,9 +19,12 @@ void bindAOState(BasedClass& based) {
       .def_readonly("ao_rate", &AOBased::ao_rate, "-> int\n\nThe product's highest sampling rate in Hz.");
   Operations(based, based, CoroutineTimeout::None)
       .plain("AO_getPort", &AOBased::AO_getPort, "", "list[int]", "The AO ports of the product.")
-      .plain("_AO_getPinMapPort", &AOBased::_AO_getPinMapPort, "port: int", "list[int]", "The channels of a port.")
-      .request("_checkAOPinState", &AOBased::_checkAOPinState, "port: int", "None",
-               "Raises AOPortNotAvaliableError unless the port's pins are idle.");
+      .plain("_AO_getPinMapPort", &AOBased::_AO_getPinMapPort, "port: int", "list[int]",
+             "The channels of a port. Raises AOPortNotAvaliableError.")
+      .request(
+          "_checkAOPinState", &AOBased::_checkAOPinState, "port: int", "None",
+          "Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are "
+          "idle; on CordlogF1AOD those of the digital port.");
 }
 
 void bindAOChecks(BasedClass& based) {
@@ -57,16 +60,25 @@ template <class Ops>
 void bindOutput(Ops& operations) {
   using M = AOOperations;
   operations
-      .request("AO_open", &M::AO_open, "port: int", "int",
-               "Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0.")
-      .request("AO_close", &M::AO_close, "port: int", "int", "Closes analog output. Returns 0.")
+      .request(
+          "AO_open", &M::AO_open, "port: int", "int",
+          "Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not "
+          "noticed. On CordlogF1AOD it takes all pins "
+          "of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of "
+          "these pins is not idle: when the output is open already, too. Returns 0.")
+      .request(
+          "AO_close", &M::AO_close, "port: int", "int",
+          "Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. "
+          "Returns 0.")
       .request("AO_writeOneChannel", &M::AO_writeOneChannel, "port: int, channel: int, value: float", "int",
-               "Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and "
-               "InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0.")
+               "Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, "
+               "InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the "
+               "product does not have, and where the output is not open or generates. Returns 0.")
       .request("AO_writeAllChannels", &M::AO_writeAllChannels, "port: int, value_list: list[float]", "int",
                "Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises "
-               "PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside "
-               "ao_volt_min..ao_volt_max. Returns 0.");
+               "PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside "
+               "ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or "
+               "generates. Returns 0.");
 }
 
 template <class Ops>
@@ -74,51 +86,69 @@ void bindGeneration(Ops& operations) {
   using M = AOStreamingOperations;
   operations
       .request("AO_openStreaming", &M::AO_openStreaming, "port: int", "list[int | float]",
-               "Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set.")
+               "Prepares a port for generation. Raises AOPortNotAvaliableError, and FirmwareAOError where the "
+               "output is not open. Returns the mode and the sampling rate in Hz that are set.")
       .plain("AO_startStreaming", &M::AO_startStreaming, "port: int", "int",
-             "Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0.")
+             "Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Raises "
+             "AOPortNotAvaliableError. Returns 0.")
       .request("AO_closeStreaming", &M::AO_closeStreaming, "port: int", "int",
-               "Ends generation; the outputs stay where they are. Returns 0.")
+               "Ends generation; the outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0.")
       .request("_AO_stopStreaming", &M::_AO_stopStreaming, "port: int", "int",
-               "Stops generation; it may be started again. The outputs stay where they are. Returns 0.")
+               "Stops generation; it may be started again. The outputs stay where they are. Raises "
+               "AOPortNotAvaliableError. Returns 0.")
       .request("AO_setMode", &M::AO_setMode, "port: int, mode: int", "int",
-               "Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. "
-               "Returns 0.")
+               "Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError, "
+               "AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0.")
       .request("AO_setSamplingRate", &M::AO_setSamplingRate, "port: int, sampling_rate: int", "int",
-               "Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0.")
+               "Samples per second and channel, in Hz, 1..ao_rate. Raises AORateNotVaildError outside, "
+               "AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0.")
       .request("AO_setNumSamples", &M::AO_setNumSamples, "port: int, num_samples: int", "int",
-               "How many samples mode 1 generates, 0..4294967295. Returns 0.")
+               "How many samples mode 1 generates, 0..4294967295. Raises InputDataNotInRangeError outside, "
+               "AOPortNotAvaliableError, and FirmwareAOError for 0 and while it generates. Returns 0.")
       .request(
           "AO_setEnableChannels", &M::AO_setEnableChannels, "port: int, channel_list: list[int]", "int",
-          "The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0.")
-      .request("AO_setForm", &M::AO_setForm, "port: int, channel: int, form: int", "int",
-               "The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, "
-               "AOChannelNotAvaliableError. Returns 0.")
+          "The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError, "
+          "AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it "
+          "generates. Returns 0.")
+      .request(
+          "AO_setForm", &M::AO_setForm, "port: int, channel: int, form: int", "int",
+          "The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, "
+          "AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product "
+          "does not have, and while it generates. Returns 0.")
       .request("AO_setFormParam", &M::AO_setFormParam,
                "port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, "
                "duty_cycle: float",
                "int",
                "The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, "
                "phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of "
-               "a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. "
-               "Returns 0.")
-      .request("AO_getValues", &M::AO_getValues, "port: int", "list[float]", "What each channel puts out, in volts.")
+               "a triangle). Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError for "
+               "what is not finite, and FirmwareAOError for an amplitude or a frequency below 0, a duty cycle outside "
+               "0..100, a channel that the product does not have, and while it generates. Returns 0.")
+      .request("AO_getValues", &M::AO_getValues, "port: int", "list[float]",
+               "What each channel puts out, in volts. Raises "
+               "AOPortNotAvaliableError.")
       .request("_AO_setSpan", &M::_AO_setSpan, "port: int, span: int", "int",
                "The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises "
-               "AOSpanNotVaildError. Returns 0.")
-      .request("_AO_getMode", &M::_AO_getMode, "port: int", "int", "The mode that is set.")
-      .request("_AO_getState", &M::_AO_getState, "port: int", "int",
-               "What generation does: 0 idle, 1 stand-by (open, not running), 2 running.")
+               "AOSpanNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0.")
+      .request("_AO_getMode", &M::_AO_getMode, "port: int", "int",
+               "The mode that is set. Raises AOPortNotAvaliableError.")
+      .request(
+          "_AO_getState", &M::_AO_getState, "port: int", "int",
+          "What generation does: 0 idle, 1 stand-by (open, not running), 2 running. Raises AOPortNotAvaliableError.")
       .request("_AO_getCounters", &M::_AO_getCounters, "port: int", "list[int]",
-               "The device's counters since the start: interrupts (samples), SPI transfers (values).")
+               "The device's counters since the start: interrupts (samples), SPI transfers (values). Raises "
+               "AOPortNotAvaliableError.")
       .request("_AO_initialBuffer", &M::_AO_initialBuffer, "port: int", "int",
-               "Empties the device's buffer, from which generation takes its values then instead of the forms. Returns "
-               "how many values it holds.")
+               "Empties the device's buffer, from which generation takes its values then instead of the forms. Raises "
+               "AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns how many values it holds.")
       .request("_AO_pushToBuffer", &M::_AO_pushToBuffer, "port: int, num_of_val: int, value_list: list[float]", "int",
                "Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, "
-               "the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises "
-               "PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError "
-               "outside ao_volt_min..ao_volt_max. Returns 0.");
+               "the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. A push "
+               "that is sent "
+               "again because its reply is late is appended again: set `resend` to False where that matters. Raises "
+               "PinsValueNotDefineError when value_list has another number of them, InputDataNotInRangeError outside "
+               "ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError without room, without "
+               "_AO_initialBuffer before, and while it generates. Returns 0.");
 }
 
 }  // namespace

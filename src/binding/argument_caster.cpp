@@ -7,7 +7,11 @@ namespace {
 Argument makeInt(PyObject* object) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(object, &overflow);
-  return overflow == 0 ? Argument(static_cast<std::int64_t>(value)) : Argument::hugeInt(overflow < 0);
+  if (overflow != 0) {
+    return Argument::hugeInt(overflow < 0);
+  }
+  return PyLong_CheckExact(object) ? Argument(static_cast<std::int64_t>(value))
+                                   : Argument::intOf(value, Py_TYPE(object)->tp_name);
 }
 
 // Lists within lists: no operation takes more, and a list may contain itself.

@@ -92,7 +92,13 @@ void bindCan(py::module_& module) {
   bindCANFrame(module);
   bindSignalQueue<FrameQueue>(
       module, "FrameQueue", "Received frames, each a CANFrame, oldest first: a bounded queue.Queue.",
-      {"frames", "CANFrame"}, [](const py::handle& item) { return std::vector<CANFrame>{item.cast<CANFrame>()}; },
+      {"frames", "CANFrame"},
+      [](const py::handle& item) {
+        if (!py::isinstance<CANFrame>(item)) {
+          fail(ErrorId::InputTypeNotCorrectError, "a FrameQueue holds CANFrame objects");
+        }
+        return std::vector<CANFrame>{item.cast<CANFrame>()};
+      },
       [](const std::vector<CANFrame>& frame) { return frame.front(); });
   py::class_<CANBased, std::shared_ptr<CANBased>> based(module, "CANBased",
                                                         "State, checks and decoder thread of the CAN bus.");
@@ -108,20 +114,27 @@ void bindCan(py::module_& module) {
              CoroutineTimeout::None)
       .plain("CAN_getPort", &M::CAN_getPort, "", "dict[int, list[tuple[int, int]]]",
              "The product's CAN ports: can_dict. Nothing is sent.")
-      .request("CAN_open", &M::CAN_open, "port: int", "int",
-               "Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0.")
+      .request(
+          "CAN_open", &M::CAN_open, "port: int", "int",
+          "Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or "
+          "received before CAN_start. Returns 0.")
       .request("CAN_close", &M::CAN_close, "port: int", "int",
                "Stops the bus and closes a port. What has been received can still be read. Returns 0.")
-      .request("CAN_start", &M::CAN_start, "port: int", "int",
-               "Takes part in the bus: frames are sent and received from now on. Returns 0.")
+      .request(
+          "CAN_start", &M::CAN_start, "port: int", "int",
+          "Takes part in the bus: frames are sent and received from now on. Also brings back a port that went off the "
+          "bus, after CAN_stop. Raises FirmwareCANError when the port is not open. Returns 0.")
       .request("CAN_stop", &M::CAN_stop, "port: int", "int", "Takes no part in the bus any more. Returns 0.")
-      .request("CAN_setSpeed", &M::CAN_setSpeed, "port: int, speed_mode: int", "int",
-               "The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. "
-               "Returns 0.")
+      .request(
+          "CAN_setSpeed", &M::CAN_setSpeed, "port: int, speed_mode: int", "int",
+          "The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500 (at first), 3 for 1000. Raises CANSpeedNotVaildError; "
+          "FirmwareCANError between CAN_start and CAN_stop. Returns 0.")
       .request("CAN_write", &M::CAN_write,
                "port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False", "int",
                "Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, "
-               "extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0.")
+               "extended with zeros to 8. Returns when it waits to be sent. Raises CANDataLengthNotVaildError, "
+               "InputDataNotInRangeError; FirmwareCANError when the port is not started, is off the bus after too many "
+               "errors, or too many frames wait. Returns 0.")
       .plain("CAN_read", &M::CAN_read, "port: int, num_frames: int, delay: float", "list[CANFrame]",
              "At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` "
              "seconds for them and returns what is there; never raises for lack of frames.")
@@ -140,10 +153,13 @@ void bindCan(py::module_& module) {
       .request("_CAN_setEnableInterrupt", &M::_CAN_setEnableInterrupt, "port: int, status: int", "int",
                "Which interrupts are enabled, a mask 0..255. Returns 0.")
       .request("_CAN_getInterrupts", &M::_CAN_getInterrupts, "port: int", "list[int]",
-               "Interrupt enable, interrupt state, error state.")
-      .request("_CAN_getErrors", &M::_CAN_getErrors, "port: int", "list[int]", "TX error code, RX error code.")
-      .request("_CAN_getCounters", &M::_CAN_getCounters, "port: int", "list[int]",
-               "Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows.");
+               "Interrupt enable, interrupt state, error state, each with bits as in docs/protocol.md.")
+      .request("_CAN_getErrors", &M::_CAN_getErrors, "port: int", "list[int]",
+               "TX and RX error counters; from 128 on the port is error-passive.")
+      .request(
+          "_CAN_getCounters", &M::_CAN_getCounters, "port: int", "list[int]",
+          "TX interrupts (frames that were sent), RX interrupts (frames received), SPI transfers, sends (frames that "
+          "were written), bus errors, overflows (frames lost), since the device started.");
 }
 
 }  // namespace qvx::binding

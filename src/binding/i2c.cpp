@@ -54,13 +54,18 @@ void bindI2C(py::module_& module) {
       .request("I2C_setAddressSize", &M::I2C_setAddressSize, "port: int, mode: int", "int",
                "0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises "
                "I2CAddressSizeNotVaildError. Returns 0.")
-      .request("I2C_write", &M::I2C_write, "port: int, write_address: int, write_data: list[int]", "int",
-               "Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else "
-               "InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises "
-               "FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0.")
+      .request(
+          "I2C_write", &M::I2C_write, "port: int, write_address: int, write_data: list[int]", "int",
+          "Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else "
+          "InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most "
+          "255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) "
+          "fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is "
+          "sent again unless `resend` is False. Returns 0.")
       .request("I2C_read", &M::I2C_read, "port: int, read_address: int, bytes_to_read: int", "list[int]",
                "What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else "
-               "InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges.")
+               "InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than "
+               "0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that "
+               "pass for those of the next reads.")
       .request("I2C_reset", &M::I2C_reset, "port: int", "int",
                "Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0.");
 }

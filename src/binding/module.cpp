@@ -3,6 +3,7 @@
 #include "binding/coroutine.h"
 #include "binding/devices.h"
 #include "binding/modules.h"
+#include "binding/operations.h"
 #include "binding/pools.h"
 #include "binding/transports.h"
 
@@ -52,4 +53,5 @@ PYBIND11_MODULE(pyqvx, module) {
   bindSPI(module);
   bindModels(module);
   requireInit(module);
+  publishSignatures(module);
 }

@@ -57,6 +57,10 @@ inline constexpr double kDefaultTimeout = 3;  // seconds
 const char* docstring(std::string_view name, std::string_view signature, std::string_view result, std::string_view doc);
 const char* keep(std::string text);
 
+// Tells inspect.signature, help() and editors the arguments of every function and method of the module, from the first
+// lines of their docstrings. To be called when all are registered.
+void publishSignatures(const py::module_& module);
+
 // What the coroutine form of a family takes: an own `timeout`, or the default one always.
 enum class CoroutineTimeout : std::uint8_t { None, Keyword };
 

@@ -61,8 +61,9 @@ void bindSPI(py::module_& module) {
                "Raises SPIDataSizeNotVaildError. Returns 0.")
       .request("SPI_setFirstBit", &M::SPI_setFirstBit, "port: int, mode: int", "int",
                "Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0.")
-      .request("SPI_setPrescaler", &M::SPI_setPrescaler, "port: int, prescaler: int", "int",
-               "Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0.")
+      .request(
+          "SPI_setPrescaler", &M::SPI_setPrescaler, "port: int, prescaler: int", "int",
+          "Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0.")
       .request("SPI_setMode", &M::SPI_setMode, "port: int, mode: int", "int",
                "Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 "
                "high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0.")
@@ -72,14 +73,20 @@ void bindSPI(py::module_& module) {
                "The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. "
                "Returns 0.")
       .request("SPI_write", &M::SPI_write, "port: int, write_data: list[int]", "int",
-               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises "
-               "FirmwareSPIError when they are too many for the device. Returns 0.")
+               "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device "
+               "takes at "
+               "most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More "
+               "than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer "
+               "than 0.01 s is sent again unless `resend` is False. Returns 0.")
       .request("SPI_read", &M::SPI_read, "port: int, bytes_to_read: int", "list[int]",
-               "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent.")
+               "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. "
+               "Raises FirmwareSPIError for half a word when the data size is 16 bits.")
       .request("SPI_readAndWrite", &M::SPI_readAndWrite, "port: int, write_data: list[int]", "list[int]",
-               "Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile.")
-      .request("SPI_reset", &M::SPI_reset, "port: int", "int",
-               "Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0.");
+               "Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile.")
+      .request(
+          "SPI_reset", &M::SPI_reset, "port: int", "int",
+          "Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns "
+          "0.");
 }
 
 }  // namespace qvx::binding

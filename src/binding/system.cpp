@@ -24,8 +24,10 @@ void bindSystem(py::module_& module) {
       .request("Sys_getPythonVersion", &M::Sys_getPythonVersion, "", "str",
                "The version of this driver; nothing is sent.")
       .request("Sys_getDeviceAlias", &M::Sys_getDeviceAlias, "", "str", "The name given to the device.")
-      .request("Sys_setDeviceAlias", &M::Sys_setDeviceAlias, "alias: str", "int",
-               "Names the device; it keeps the name. Printable ASCII. Returns 0.")
+      .request(
+          "Sys_setDeviceAlias", &M::Sys_setDeviceAlias, "alias: str", "int",
+          "Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. "
+          "Returns 0.")
       .request("Sys_getPinModeInPort", &M::Sys_getPinModeInPort, "port: int", "tuple[int, list[str]]",
                "How many pins the port has, and the mode of each of eight pins, pin 0 first: \"Disabled\", \"Idle\", "
                "\"DI\", \"DO\", \"UART\", \"I2C\", \"SPI\", \"CAN\", \"PWM\" or \"ADC\".")
@@ -65,7 +67,7 @@ void bindSystem(py::module_& module) {
                "Restarts the device into its firmware loader. Returns 0.")
       .request("_getEEPROMPage", &M::_getEEPROMPage, "page_number: int", "list[int]", "The bytes of an EEPROM page.")
       .request("_setEEPROMPage", &M::_setEEPROMPage, "page_number: int, int_list: list[int]", "int",
-               "Writes an EEPROM page. Returns 0.")
+               "Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0.")
       .request("_getEEPROMDevice", &M::_getEEPROMDevice, "device_number: int", "list[int]",
                "The identification record of an EEPROM.")
       .request("_setEEPROMByte", &M::_setEEPROMByte, "page_number: int, byte_index: int, value: int", "int",

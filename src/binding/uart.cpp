@@ -83,12 +83,15 @@ void bindUart(py::module_& module) {
                                                                                         "Serial ports as coroutines."),
              CoroutineTimeout::None)
       .request("UART_open", &M::UART_open, "port: int", "int",
-               "Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. "
+               "Opens a port, whose pins must be idle or digital lines, and starts reading. Raises "
+               "UARTPortNotAvaliableError. "
                "Returns 0.")
       .request("UART_close", &M::UART_close, "port: int", "int",
                "Ends reading and closes a port. What has been received can still be read. Returns 0.")
-      .request("UART_setBaudRate", &M::UART_setBaudRate, "port: int, baud_rate: int", "int",
-               "Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0.")
+      .request(
+          "UART_setBaudRate", &M::UART_setBaudRate, "port: int, baud_rate: int", "int",
+          "Bits per second, 115200 at first, at most 400000. Raises UARTBaudRateNotSupportError; FirmwareUARTError "
+          "for 0. Returns 0.")
       .request("UART_setDataBit", &M::UART_setDataBit, "port: int, mode: int", "int",
                "Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0.")
       .request("UART_setParity", &M::UART_setParity, "port: int, mode: int", "int",
@@ -96,13 +99,19 @@ void bindUart(py::module_& module) {
       .request("UART_setNumStopBit", &M::UART_setNumStopBit, "port: int, mode: int", "int",
                "Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0.")
       .request("UART_write", &M::UART_write, "port: int, write_data: str | bytes | list[str] | list[int]", "int",
-               "Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0.")
+               "Sends at most 50 characters or bytes, 0..255 each, and returns before they have left. Raises "
+               "UARTExceedMaxLengthError, InputDataNotInRangeError; FirmwareUARTError when the port is not open or too "
+               "much waits to be sent. Returns 0.")
       .plain("UART_read", &M::UART_read, "port: int, bytes_to_read: int, delay: float", "list[int]",
              "At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` "
              "seconds for them and returns what is there; never raises for lack of data.")
-      .request("UART_reset", &M::UART_reset, "port: int", "int", "Gives a port its default settings. Returns 0.")
-      .plain("_UART_startReading", &M::_UART_startReading, "port: int", "int",
-             "Makes the device send what the port receives. Does not wait for a reply. Returns 0.")
+      .request("UART_reset", &M::UART_reset, "port: int", "int",
+               "Gives a port its default settings: 115200 bit/s, 8 data bits, no parity, 1 stop bit. "
+               "Returns 0.")
+      .plain(
+          "_UART_startReading", &M::_UART_startReading, "port: int", "int",
+          "Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be "
+          "called while the port is read: the device's answer would pass for a received byte. Returns 0.")
       .request("_UART_stopReading", &M::UART_stopReading, "port: int", "int", "Ends reading. Returns 0.")
       .request("UART_stopReading", &M::UART_stopReading, "port: int", "int", "Ends reading. Returns 0.");
 }

@@ -47,14 +47,18 @@ std::string showItems(const std::vector<Argument>& items) {
   return text + "]";
 }
 
-// The published text of the class first, then what was wrong with which argument.
-[[noreturn]] void refuse(ErrorId id, std::string_view what, const std::string& detail) {
-  fail(id, std::string(errorKind(id).message) + " (" + std::string(what) + ": " + detail + ")");
-}
-
 [[noreturn]] void refuseType(const Argument& value, std::string_view what, const char* expected) {
   refuse(ErrorId::InputTypeNotCorrectError, what,
          value.show() + " is of type " + value.typeName() + ", not " + expected);
+}
+
+std::int64_t inRange(const Argument& value, std::string_view what, std::int64_t low, std::int64_t high,
+                     ErrorId out_of_range) {
+  const std::int64_t number = checkedInt(value, what);
+  if (number < low || number > high) {
+    refuse(out_of_range, what, value.show() + " is not in " + std::to_string(low) + ".." + std::to_string(high));
+  }
+  return number;
 }
 
 }  // namespace
@@ -63,6 +67,15 @@ Argument Argument::other(std::string type_name) {
   Argument argument;
   argument.kind_ = Kind::Other;
   argument.type_ = std::move(type_name);
+  return argument;
+}
+
+Argument Argument::intOf(std::int64_t value, std::string type_name) {
+  Argument argument(value);
+  argument.type_ = std::move(type_name);
+  if (argument.type_ == "bool") {
+    argument.text_ = value != 0 ? "True" : "False";
+  }
   return argument;
 }
 
@@ -89,6 +102,10 @@ std::string Argument::show() const {
       break;
   }
   return "the value";
+}
+
+void refuse(ErrorId id, std::string_view what, const std::string& detail) {
+  fail(id, std::string(errorKind(id).message) + " (" + std::string(what) + ": " + detail + ")");
 }
 
 std::int64_t checkedInt(const Argument& value, std::string_view what) {
@@ -120,11 +137,20 @@ const std::string& checkedText(const Argument& value, std::string_view what) {
 
 int checkedRange(const Argument& value, std::string_view what, std::int64_t low, std::int64_t high,
                  ErrorId out_of_range) {
-  const std::int64_t number = checkedInt(value, what);
-  if (number < low || number > high) {
-    fail(out_of_range);
+  return static_cast<int>(inRange(value, what, low, high, out_of_range));
+}
+
+std::uint32_t checkedU32(const Argument& value, std::string_view what) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(inRange(value, what, 0, kMost, ErrorId::InputDataNotInRangeError));
+}
+
+void refuseChoice(ErrorId id, const Argument& value, std::string_view what, const std::vector<int>& choices) {
+  std::string list;
+  for (const int choice : choices) {
+    list += (list.empty() ? "" : ", ") + std::to_string(choice);
   }
-  return static_cast<int>(number);
+  refuse(id, what, value.show() + " is not in [" + list + "]");
 }
 
 const std::vector<Argument>& checkedList(const Argument& value, std::string_view what) {

@@ -6,8 +6,10 @@
 #include "core/errors.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qvx {
@@ -25,6 +27,8 @@ class Argument {
   Argument(std::vector<Argument> items, const char* type = "list")
       : kind_(Kind::List), items_(std::move(items)), type_(type) {}
   static Argument other(std::string type_name);
+  // An int of a class of its own: bool, or what a caller derived.
+  static Argument intOf(std::int64_t value, std::string type_name);
   // An int beyond 64 bits: kept as the nearest 64-bit value, which no range accepts.
   static Argument hugeInt(bool negative);
 
@@ -47,15 +51,37 @@ class Argument {
   std::string type_ = "NoneType";
 };
 
-// Checks shared by all modules. `what` names the argument in the message. Each raises InputTypeNotCorrectError on a
-// wrong type.
+// Raises `id`: the published text of the class, then what is wrong with the argument `what`.
+[[noreturn]] void refuse(ErrorId id, std::string_view what, const std::string& detail);
+
+// Checks shared by all modules. `what` names the argument in the message, which tells the value and the limits too.
+// Each raises InputTypeNotCorrectError on a wrong type.
 std::int64_t checkedInt(const Argument& value, std::string_view what);
 // An int or a float; NaN raises InputDataNotInRangeError.
 double checkedNumber(const Argument& value, std::string_view what);
 const std::string& checkedText(const Argument& value, std::string_view what);
-// An int in low..high, else the class `out_of_range` with its default message.
+// An int in low..high, else `out_of_range`.
 int checkedRange(const Argument& value, std::string_view what, std::int64_t low, std::int64_t high,
                  ErrorId out_of_range = ErrorId::InputDataNotInRangeError);
+// An int in 0..4294967295, else InputDataNotInRangeError.
+std::uint32_t checkedU32(const Argument& value, std::string_view what);
+[[noreturn]] void refuseChoice(ErrorId id, const Argument& value, std::string_view what,
+                               const std::vector<int>& choices);
+// An int that is a key of `choices`, else `none_of_them`.
+template <class Value>
+int checkedKey(const Argument& value, std::string_view what, const std::map<int, Value>& choices,
+               ErrorId none_of_them) {
+  const std::int64_t number = checkedInt(value, what);
+  if (!std::in_range<int>(number) || !choices.contains(static_cast<int>(number))) {
+    std::vector<int> keys;
+    keys.reserve(choices.size());
+    for (const auto& [key, entry] : choices) {
+      keys.push_back(key);
+    }
+    refuseChoice(none_of_them, value, what, keys);
+  }
+  return static_cast<int>(number);
+}
 // The items of a list.
 const std::vector<Argument>& checkedList(const Argument& value, std::string_view what);
 // A list of ints 0..255; an item outside raises InputDataNotInRangeError.

@@ -42,6 +42,13 @@ AIConfiguration eightChannels24Bit() {
   return configuration;
 }
 
+// The numbers of the digital ports come first in the pin query.
+AIConfiguration cordlogInput() {
+  AIConfiguration configuration = eightChannels(16000, true);
+  configuration.pin_ports_from = 4;
+  return configuration;
+}
+
 // Each reading tells its own range.
 AIConfiguration onDemandInput() {
   return {.ports = {{0, {0}}}, .ratio = 25.0 / (1 << 23), .num_channels = 1};
@@ -80,22 +87,14 @@ const std::vector<Product>& products() {
       {ProductId::FeroxEXD, {.dio = eitherWay({{0, kEightPins}, {1, kEightPins}, {2, kEightPins}, {3, kEightPins}})}},
       {ProductId::CordlogF1D, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1AD,
-       {.ai = eightChannels(16000, true),
-        .dio = kCordlogPins,
-        .uart = kCordlogUART,
-        .i2c = kCordlogI2C,
-        .spi = kCordlogSPI}},
+       {.ai = cordlogInput(), .dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1TD, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1CD,
        {.dio = kCordlogPins, .uart = kCordlogUART, .can = kCordlogCAN, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1RD, {.dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C, .spi = kCordlogSPI}},
       {ProductId::CordlogF1DSNK, {.dio = kCordlogPins}},
       {ProductId::CordlogF1AOD,
-       {.ai = eightChannels(16000, true),
-        .ao = fourOutputs(),
-        .dio = kCordlogPins,
-        .uart = kCordlogUART,
-        .i2c = kCordlogI2C}},
+       {.ai = cordlogInput(), .ao = fourOutputs(), .dio = kCordlogPins, .uart = kCordlogUART, .i2c = kCordlogI2C}},
   };
   return table;
 }

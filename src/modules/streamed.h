@@ -14,8 +14,7 @@ namespace qvx {
 inline std::size_t checkedRows(const Argument& number, std::string_view what) {
   const auto count = checkedInt(number, what);
   if (count < -1) {
-    fail(ErrorId::InputDataNotInRangeError,
-         std::string(what) + " takes -1 (all that are there) or more, not " + number.show());
+    refuse(ErrorId::InputDataNotInRangeError, what, number.show() + " is below -1, all that are there");
   }
   return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
 }
@@ -28,7 +27,7 @@ std::vector<Rows<Value>> takeStreamed(SignalQueue<Value>& queue, const Argument&
   const std::size_t wanted = checkedRows(number, what);
   const double seconds = checkedNumber(delay, "delay");
   if (seconds < 0) {
-    fail(ErrorId::InputDataNotInRangeError, "delay takes seconds from 0, not " + delay.show());
+    refuse(ErrorId::InputDataNotInRangeError, "delay", delay.show() + " s is below 0");
   }
   if (wanted != SIZE_MAX && seconds > 0) {
     queue.waitForSize(wanted, deadlineAfter(seconds));

@@ -135,14 +135,23 @@ void RawQueue::put(Bytes item) {
   }
 }
 
-std::optional<Bytes> RawQueue::take() {
+std::optional<Bytes> RawQueue::take(std::uint64_t* place) {
   const std::lock_guard lock(mutex_);
   if (items_.empty()) {
     return std::nullopt;
   }
   Bytes item = std::move(items_.front());
   items_.pop_front();
+  if (place != nullptr) {
+    *place = taken_;
+  }
+  ++taken_;
   return item;
+}
+
+std::uint64_t RawQueue::arrived() const {
+  const std::lock_guard lock(mutex_);
+  return taken_ + items_.size();
 }
 
 std::size_t RawQueue::size() const {

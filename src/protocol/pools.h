@@ -68,8 +68,11 @@ class Doorbell {
 class RawQueue {
  public:
   void put(Bytes item);
-  std::optional<Bytes> take();
+  // `place`: how many items came before it.
+  std::optional<Bytes> take(std::uint64_t* place = nullptr);
   std::size_t size() const;
+  // How many items have ever come.
+  std::uint64_t arrived() const;
   // Waits until `count` items are there; false when `deadline` passes first or the queue is closed.
   bool waitForSize(std::size_t count, const Deadline& deadline);
   // The bell to ring at every item.
@@ -80,6 +83,7 @@ class RawQueue {
   mutable std::mutex mutex_;  // guards all below
   Condition changed_;
   std::deque<Bytes> items_;
+  std::uint64_t taken_ = 0;
   std::shared_ptr<Doorbell> bell_;
   bool closed_ = false;
 };

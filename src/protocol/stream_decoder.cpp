@@ -38,7 +38,7 @@ void StreamDecoder::step() {
   for (std::size_t index = 0; index < raw_.size(); ++index) {
     // What came before the gate was closed, up to the wake-up item, can be read after it.
     while (!worker_.killed()) {
-      const auto item = raw_[index]->take();
+      const auto item = raw_[index]->take(&place_);
       if (!item || (item->empty() && gate_->locked())) {
         break;
       }

@@ -31,6 +31,8 @@ class StreamDecoder {
   Gate& gate() { return *gate_; }
   Worker& worker() { return worker_; }
   const std::vector<std::shared_ptr<RawQueue>>& raw() const { return raw_; }
+  // For `decode`: how many items came into its queue before the one that it has been given.
+  std::uint64_t place() const { return place_; }
 
  private:
   void step();
@@ -38,6 +40,7 @@ class StreamDecoder {
 
   std::vector<std::shared_ptr<RawQueue>> raw_;
   Decode decode_;
+  std::uint64_t place_ = 0;  // decoder's thread only
   std::shared_ptr<Doorbell> bell_ = std::make_shared<Doorbell>();
   std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
   Worker worker_;

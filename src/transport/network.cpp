@@ -3,8 +3,18 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <system_error>
 
 namespace qvx {
+
+void failToConnect(const std::string& what, const std::string& reason) {
+  fail(ErrorId::NetworkConnectionError,
+       std::string(errorKind(ErrorId::NetworkConnectionError).message) + " " + what + ": " + reason);
+}
+
+std::string describeErrno(int error) {
+  return std::generic_category().message(error);
+}
 
 // On a socket whose peer has ended the connection, shutdown has nothing left to do.
 const DescriptorClient::Medium NetworkClient::kSocket{

@@ -18,8 +18,6 @@
 namespace qvx {
 namespace {
 
-constexpr double kReadTimeoutS = 1;
-
 // A device that is switched off or cut off says nothing, so the kernel has to ask: after 10 s of silence three times,
 // 5 s apart. While a sent frame is unacknowledged it does not ask but sends again, hence the same limit there, in ms.
 struct SocketOption {
@@ -35,15 +33,6 @@ constexpr std::array<SocketOption, 6> kOptions{{
     {IPPROTO_TCP, TCP_KEEPCNT, 3},
     {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000},
 }};
-
-[[noreturn]] void failToConnect(const std::string& target, const std::string& reason) {
-  fail(ErrorId::NetworkConnectionError,
-       std::string(errorKind(ErrorId::NetworkConnectionError).message) + " " + target + ": " + reason);
-}
-
-std::string describe(int error) {
-  return std::generic_category().message(error);
-}
 
 sockaddr_in addressOf(const std::string& ip, int port) {
   if (port < 1 || port > 65535) {
@@ -64,7 +53,7 @@ std::string reasonOfFailure(int fd, const sockaddr_in& address, double timeout_s
   const Deadline deadline = deadlineIn(timeout_s);
   if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     if (errno != EINPROGRESS && errno != EINTR) {
-      return describe(errno);
+      return describeErrno(errno);
     }
     std::array<pollfd, 1> answered{pollfd{fd, POLLOUT, 0}};
     if (!waitReady(answered, deadline)) {
@@ -75,12 +64,12 @@ std::string reasonOfFailure(int fd, const sockaddr_in& address, double timeout_s
     int error = 0;
     socklen_t size = sizeof error;
     if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
-      return describe(error != 0 ? error : errno);
+      return describeErrno(error != 0 ? error : errno);
     }
   }
   for (const auto& [level, name, value] : kOptions) {
     if (::setsockopt(fd, level, name, &value, sizeof value) != 0) {
-      return describe(errno);
+      return describeErrno(errno);
     }
   }
   return {};
@@ -98,7 +87,7 @@ bool TCPClient::connect(const std::string& ip, int port, double timeout_s) {
   try {
     Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!socket.isOpen()) {
-      failToConnect(target, describe(errno));
+      failToConnect(target, describeErrno(errno));
     }
     link = prepare(std::move(socket));
   } catch (const std::system_error& error) {

@@ -30,7 +30,7 @@ constexpr const char* kInUse = "in use by another program";
        std::string(errorKind(ErrorId::UARTConnectionError).message) + " " + port + ": " + reason);
 }
 
-std::string describe(int error) {
+std::string describePortError(int error) {
   switch (error) {
     case EACCES:
       return "no permission; serial ports belong to the group dialout: sudo usermod -aG dialout $USER, then log in "
@@ -52,7 +52,7 @@ Descriptor openDevice(const std::string& port) {
   }
   struct stat status {};
   if (::stat(port.c_str(), &status) != 0) {
-    failToOpen(port, describe(errno));
+    failToOpen(port, describePortError(errno));
   }
   if (!S_ISCHR(status.st_mode)) {
     failToOpen(port, kNoPort);
@@ -62,7 +62,7 @@ Descriptor openDevice(const std::string& port) {
     fd = ::open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   } while (fd < 0 && errno == EINTR);
   if (fd < 0) {
-    failToOpen(port, describe(errno));
+    failToOpen(port, describePortError(errno));
   }
   return Descriptor(fd);
 }
@@ -77,7 +77,7 @@ bool isPseudoTerminal(int fd) {
 // this program is killed, and then be shut for ever.
 std::string reserve(int fd) {
   if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-    return errno == EWOULDBLOCK ? kInUse : describe(errno);
+    return errno == EWOULDBLOCK ? kInUse : describePortError(errno);
   }
   if (isPseudoTerminal(fd)) {
     return {};
@@ -86,7 +86,7 @@ std::string reserve(int fd) {
   if (::ioctl(fd, TIOCGEXCL, &marked) == 0 && marked != 0) {
     return kInUse;
   }
-  return ::ioctl(fd, TIOCEXCL) == 0 ? "" : describe(errno);
+  return ::ioctl(fd, TIOCEXCL) == 0 ? "" : describePortError(errno);
 }
 
 // Sets the line to raw 8N1 at `baudrate`; returns what the port refuses, "" when all is set. Reads return what is
@@ -95,7 +95,7 @@ std::string configure(int fd, int baudrate) {
   const auto rate = static_cast<speed_t>(baudrate);
   termios2 line{};
   if (::ioctl(fd, TCGETS2, &line) != 0) {
-    return describe(errno);
+    return describePortError(errno);
   }
   line.c_iflag = IGNBRK;
   line.c_oflag = 0;
@@ -106,7 +106,7 @@ std::string configure(int fd, int baudrate) {
   line.c_cc[VMIN] = 1;
   line.c_cc[VTIME] = 0;
   if (::ioctl(fd, TCSETS2, &line) != 0 || ::ioctl(fd, TCGETS2, &line) != 0 || ::ioctl(fd, TCFLSH, TCIOFLUSH) != 0) {
-    return describe(errno);
+    return describePortError(errno);
   }
   // The driver writes back what it made of it.
   if (std::abs(static_cast<double>(line.c_ospeed) - baudrate) > kRateTolerance * baudrate) {

@@ -23,22 +23,12 @@
 namespace qvx {
 namespace {
 
-constexpr double kReadTimeoutS = 1;
 // How long a broadcast waits for the addresses of this host's name; its interfaces have nearly always the same ones.
 constexpr double kNameLimitS = 2;
 // A hundred devices answer every one of several requests within milliseconds. The system may allow less.
 constexpr int kReceiveBuffer = 1 << 20;
 // Every program on this machine that listens on all addresses, and nobody else.
 constexpr in_addr_t kWithinThisHost = 0x7FFFFFFF;  // 127.255.255.255
-
-[[noreturn]] void failNetwork(const std::string& what, const std::string& reason) {
-  fail(ErrorId::NetworkConnectionError,
-       std::string(errorKind(ErrorId::NetworkConnectionError).message) + " " + what + ": " + reason);
-}
-
-std::string describe(int error) {
-  return std::generic_category().message(error);
-}
 
 // `address` in network order.
 sockaddr_in endpoint(in_addr_t address, int port) {
@@ -66,7 +56,7 @@ sockaddr_in checkedEnd(const std::string& ip, int port) {
   }
   in_addr address{INADDR_ANY};
   if (ip.find('\0') != std::string::npos || (!ip.empty() && ::inet_pton(AF_INET, ip.c_str(), &address) != 1)) {
-    failNetwork("\"" + ip + "\"", "not an IPv4 address in dotted form");
+    failToConnect("\"" + ip + "\"", "not an IPv4 address in dotted form");
   }
   return endpoint(address.s_addr, port);
 }
@@ -136,24 +126,24 @@ bool UDPClient::bind(const std::string& ip, int port) {
   try {
     Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!socket.isOpen()) {
-      failNetwork(target, describe(errno));
+      failToConnect(target, describeErrno(errno));
     }
     link = prepare(std::move(socket));
   } catch (const std::system_error& error) {
-    failNetwork(target, error.what());
+    failToConnect(target, error.what());
   }
   // SO_REUSEADDR lets in every program that sets it, SO_REUSEPORT those of this user that set only that.
   setOption(link->fd(), SOL_SOCKET, SO_RCVBUF, kReceiveBuffer);
   if (!setOption(link->fd(), SOL_SOCKET, SO_REUSEADDR, 1) || !setOption(link->fd(), SOL_SOCKET, SO_REUSEPORT, 1) ||
       !setOption(link->fd(), IPPROTO_IP, IP_PKTINFO, 1) || ::bind(link->fd(), general(end), sizeof end) != 0) {
-    const std::string reason = describe(errno);
+    const std::string reason = describeErrno(errno);
     abandon(link);
-    failNetwork(target, reason);
+    failToConnect(target, reason);
   }
   lookUpOwnName();
   setTimeout(kReadTimeoutS);
   if (!open(link)) {
-    failNetwork(target, "ended by disconnect");
+    failToConnect(target, "ended by disconnect");
   }
   return true;
 }
@@ -274,7 +264,7 @@ std::shared_ptr<UDPClient::NameLookUp> UDPClient::lookUpOwnName() {
     }).detach();
     own_name_ = look_up;
   } catch (const std::system_error& error) {
-    failNetwork("Looking up this host's name", error.what());
+    failToConnect("Looking up this host's name", error.what());
   }
   return own_name_;
 }
@@ -300,11 +290,11 @@ void UDPClient::sendBcstPacket(ByteView frame) {
     if (socket.isOpen() && sendTo(socket.get(), frame, everybody)) {
       sent = true;
     } else {
-      reasons += (reasons.empty() ? "" : "; ") + textOf(address) + ": " + describe(errno);
+      reasons += (reasons.empty() ? "" : "; ") + textOf(address) + ": " + describeErrno(errno);
     }
   }
   if (!sent) {
-    failNetwork("Broadcast", addresses.empty() ? "this host has no IPv4 address" : reasons);
+    failToConnect("Broadcast", addresses.empty() ? "this host has no IPv4 address" : reasons);
   }
 }
 

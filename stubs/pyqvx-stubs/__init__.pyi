@@ -1885,7 +1885,7 @@ class SystemModule_async(SystemBased):
     async def Sys_getDeviceAlias_async(self, timeout: float = 3) -> str:
         """The name given to the device."""
     async def Sys_setDeviceAlias_async(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     async def Sys_getPinModeInPort_async(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     async def Sys_getRTC_async(self, timeout: float = 3) -> str:
@@ -1927,7 +1927,7 @@ class SystemModule_async(SystemBased):
     async def _getEEPROMPage_async(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     async def _setEEPROMPage_async(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     async def _getEEPROMDevice_async(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     async def _setEEPROMByte_async(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:
@@ -1950,7 +1950,7 @@ class SystemModule(SystemBased):
     def Sys_getDeviceAlias(self, timeout: float = 3) -> str:
         """The name given to the device."""
     def Sys_setDeviceAlias(self, alias: str, timeout: float = 3) -> int:
-        """Names the device; it keeps the name. Printable ASCII. Returns 0."""
+        """Names the device; it keeps the name. At most 64 printable ASCII characters, else InputDataNotInRangeError. Returns 0."""
     def Sys_getPinModeInPort(self, port: int, timeout: float = 3) -> tuple[int, list[str]]:
         """How many pins the port has, and the mode of each of eight pins, pin 0 first: "Disabled", "Idle", "DI", "DO", "UART", "I2C", "SPI", "CAN", "PWM" or "ADC"."""
     def Sys_getRTC(self, timeout: float = 3) -> str:
@@ -1992,7 +1992,7 @@ class SystemModule(SystemBased):
     def _getEEPROMPage(self, page_number: int, timeout: float = 3) -> list[int]:
         """The bytes of an EEPROM page."""
     def _setEEPROMPage(self, page_number: int, int_list: list[int], timeout: float = 3) -> int:
-        """Writes an EEPROM page. Returns 0."""
+        """Writes the first bytes of an EEPROM page, at most 64; the others stay. Returns 0."""
     def _getEEPROMDevice(self, device_number: int, timeout: float = 3) -> list[int]:
         """The identification record of an EEPROM."""
     def _setEEPROMByte(self, page_number: int, byte_index: int, value: int, timeout: float = 3) -> int:
@@ -2202,13 +2202,13 @@ class AIUnion:
     def _convertAITriggerModeToMask(self, mode: int) -> int:
         """Bit 0 command, bit 1 real-time clock, bit 2 external interrupt."""
     def AI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_open_async(self, port: int) -> int:
-        """Opens analog input. Returns 0."""
+        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_close_async(self, port: int) -> int:
-        """Closes analog input. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
 
 class AIBased(AIUnion):
     """State, checks, decoder thread and streaming of analog input."""
@@ -2253,113 +2253,113 @@ class AIBased(AIUnion):
     def _checkAIChipSelect(self, cs: list[int]) -> None:
         """Each 0, 1 or 2; else AICSNotAvaliableError."""
     def _ckeckAISamplingRate(self, port: int, rate: int) -> None:
-        """Raises AIRateNotVaildError above the product's limit."""
+        """1 to the product's limit, in Hz; else AIRateNotVaildError. Raises AIPortNotAvaliableError."""
     def _AI_changePortToIndex(self, port: int) -> int:
-        """The place of the port in the lists of queues."""
+        """The place of the port in the lists of queues. Raises AIPortNotAvaliableError."""
     def _AI_free(self) -> None:
         """Ends the decoder thread."""
     def AI_openStreaming(self, port: int, timeout: float = 3) -> int:
-        """Prepares a port for streaming. Returns 0."""
+        """Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open. Returns 0."""
     async def AI_openStreaming_async(self, port: int) -> int:
-        """Prepares a port for streaming. Returns 0."""
+        """Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open. Returns 0."""
     def AI_startStreaming(self, port: int) -> int:
-        """Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0."""
+        """Starts streaming; samples arrive from now on. Does not wait for a reply: after a refusal none come. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_startStreaming_async(self, port: int) -> int:
-        """Starts streaming; samples arrive from now on. Does not wait for a reply. Returns 0."""
+        """Starts streaming; samples arrive from now on. Does not wait for a reply: after a refusal none come. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_closeStreaming(self, port: int, timeout: float = 3) -> int:
-        """Ends streaming. Returns 0."""
+        """Ends streaming; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_closeStreaming_async(self, port: int) -> int:
-        """Ends streaming. Returns 0."""
+        """Ends streaming; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. Returns 0."""
+        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_setMode_async(self, port: int, mode: int) -> int:
-        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError. Returns 0."""
+        """Chooses the acquisition: 0 on demand, 1 a number of samples, 2 continuous. Raises AIModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def AI_setNumSamples(self, port: int, num_samples: int, timeout: float = 3) -> int:
-        """How many samples mode 1 acquires, 0..4294967295. Returns 0."""
+        """How many samples mode 1 acquires, 0..4294967295. Raises InputDataNotInRangeError outside, AIPortNotAvaliableError, and FirmwareAIError for 0 and while a stream runs. Returns 0."""
     async def AI_setNumSamples_async(self, port: int, num_samples: int) -> int:
-        """How many samples mode 1 acquires, 0..4294967295. Returns 0."""
+        """How many samples mode 1 acquires, 0..4294967295. Raises InputDataNotInRangeError outside, AIPortNotAvaliableError, and FirmwareAIError for 0 and while a stream runs. Returns 0."""
     def AI_setSamplingRate(self, port: int, sampling_rate: int, timeout: float = 3) -> int:
-        """Samples per second and channel. Raises AIRateNotVaildError above the product's limit. Returns 0."""
+        """Samples per second and channel, in Hz, from 1 to the product's limit, which depends on the channels in use where their number can be chosen. Raises AIRateNotVaildError outside, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_setSamplingRate_async(self, port: int, sampling_rate: int) -> int:
-        """Samples per second and channel. Raises AIRateNotVaildError above the product's limit. Returns 0."""
+        """Samples per second and channel, in Hz, from 1 to the product's limit, which depends on the channels in use where their number can be chosen. Raises AIRateNotVaildError outside, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def _checkAIPinState(self, port: int, timeout: float = 3) -> None:
-        """Raises AIPortNotAvaliableError unless the port's pins are in AI mode."""
+        """Raises AIPortNotAvaliableError unless the port's pins are ADC in the device's pin query, where AI port 0 of CordlogF1AD and CordlogF1AOD is port 4: 0 to 3 are digital."""
     async def _checkAIPinState_async(self, port: int) -> None:
-        """Raises AIPortNotAvaliableError unless the port's pins are in AI mode."""
+        """Raises AIPortNotAvaliableError unless the port's pins are ADC in the device's pin query, where AI port 0 of CordlogF1AD and CordlogF1AOD is port 4: 0 to 3 are digital."""
 
 class AIModule_async(AIBased):
     """16-bit analog input as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     async def AI_enableChannel_async(self, port: int, channel: int) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_enableCS_async(self, slot: int, chip_select: list[int]) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     async def AI_setTriggerMode_async(self, port: int, mode: int) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all; not on CordlogF1AD and CordlogF1AOD: APINotSupportError. Raises AITriggerModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def _AI_getDataRTC_async(self, port: int) -> list[float]:
-        """The sample taken at the clock's last trigger."""
+        """The sample taken at the clock's last trigger: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def _AI_getCounter_async(self, port: int) -> list[int]:
-        """The device's counters: samples acquired, packets sent, samples lost."""
+        """The device's counters: samples acquired, packets sent, samples lost. Raises AIPortNotAvaliableError."""
     async def _AI_clearBufferStatus_async(self, port: int) -> int:
-        """Empties the device's buffer. Returns 0."""
+        """Empties the device's buffer and sets its counters to 0. Raises AIPortNotAvaliableError. Returns 0."""
     async def _AI_readBufferStatus_async(self, port: int) -> list[int]:
-        """The device's buffer: samples waiting, capacity."""
+        """The device's buffer: samples waiting, capacity. Raises AIPortNotAvaliableError."""
 
 class AIModule(AIBased):
     """16-bit analog input."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     def AI_enableChannel(self, port: int, channel: int, timeout: float = 3) -> int:
-        """How many channels a sample has, 1..8; on products where it can be chosen, else APINotSupportError. Raises AIChannelNotAvaliableError. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def AI_enableCS(self, slot: int, chip_select: list[int], timeout: float = 3) -> int:
-        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError. Returns 0."""
+        """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     def AI_setTriggerMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all. Raises AITriggerModeNotAvaliableError, APINotSupportError. Returns 0."""
+        """What starts streaming: 0 command, 1 clock, 2 external interrupt, 3 command and clock, 4 command and interrupt, 5 clock and interrupt, 6 all; not on CordlogF1AD and CordlogF1AOD: APINotSupportError. Raises AITriggerModeNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def _AI_getDataRTC(self, port: int, timeout: float = 3) -> list[float]:
-        """The sample taken at the clock's last trigger."""
+        """The sample taken at the clock's last trigger: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def _AI_getCounter(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's counters: samples acquired, packets sent, samples lost."""
+        """The device's counters: samples acquired, packets sent, samples lost. Raises AIPortNotAvaliableError."""
     def _AI_clearBufferStatus(self, port: int, timeout: float = 3) -> int:
-        """Empties the device's buffer. Returns 0."""
+        """Empties the device's buffer and sets its counters to 0. Raises AIPortNotAvaliableError. Returns 0."""
     def _AI_readBufferStatus(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's buffer: samples waiting, capacity."""
+        """The device's buffer: samples waiting, capacity. Raises AIPortNotAvaliableError."""
 
 class AI24BitStreamingModule_async(AIBased):
     """24-bit analog input with streaming as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     async def AI_readStreaming_async(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
 
 class AI24BitStreamingModule(AIBased):
     """24-bit analog input with streaming. Volts are not rounded."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel."""
+        """One sample now: volts of each channel. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not open."""
     def AI_readStreaming(self, port: int, num_samples: int, delay: float) -> list[list[float]]:
-        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
+        """At most `num_samples` streamed samples (-1: all that are there), oldest first, each a list of volts. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data. Raises InputDataNotInRangeError for `num_samples` below -1 and `delay` below 0, and AIPortNotAvaliableError."""
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
-        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts. Needs numpy."""
+        """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
 
 class AI24BitModule_async(AIUnion):
     """24-bit analog input, read on demand, as coroutines."""
     async def AI_readOnDemand_async(self, port: int) -> list[float]:
-        """One sample now: volts of each channel, rounded to three decimals."""
+        """One sample now: volts of each channel, rounded to three decimals. Raises AIPortNotAvaliableError."""
 
 class AI24BitModule(AIUnion):
     """24-bit analog input, read on demand."""
     def AI_readOnDemand(self, port: int, timeout: float = 3) -> list[float]:
-        """One sample now: volts of each channel, rounded to three decimals."""
+        """One sample now: volts of each channel, rounded to three decimals. Raises AIPortNotAvaliableError."""
 
 class AOBased:
     """State and checks of analog output."""
@@ -2383,13 +2383,13 @@ class AOBased:
     async def AO_getPort_async(self) -> list[int]:
         """The AO ports of the product."""
     def _AO_getPinMapPort(self, port: int) -> list[int]:
-        """The channels of a port."""
+        """The channels of a port. Raises AOPortNotAvaliableError."""
     async def _AO_getPinMapPort_async(self, port: int) -> list[int]:
-        """The channels of a port."""
+        """The channels of a port. Raises AOPortNotAvaliableError."""
     def _checkAOPinState(self, port: int, timeout: float = 3) -> None:
-        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+        """Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are idle; on CordlogF1AOD those of the digital port."""
     async def _checkAOPinState_async(self, port: int) -> None:
-        """Raises AOPortNotAvaliableError unless the port's pins are idle."""
+        """Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are idle; on CordlogF1AOD those of the digital port."""
     def _checkAOPort(self, port: int) -> None:
         """Raises AOPortNotAvaliableError."""
     def _checkAOChannel(self, channel: int) -> None:
@@ -2408,114 +2408,114 @@ class AOBased:
 class AOModule_async(AOBased):
     """Analog output as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
 
 class AOModule(AOBased):
     """Analog output."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
 
 class AOStreamingModule_async(AOBased):
     """Analog output with generation as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     async def AO_writeAllChannels_async(self, port: int, value_list: list[float]) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
     async def AO_openStreaming_async(self, port: int) -> list[int | float]:
-        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+        """Prepares a port for generation. Raises AOPortNotAvaliableError, and FirmwareAOError where the output is not open. Returns the mode and the sampling rate in Hz that are set."""
     async def AO_startStreaming_async(self, port: int) -> int:
-        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_closeStreaming_async(self, port: int) -> int:
-        """Ends generation; the outputs stay where they are. Returns 0."""
+        """Ends generation; the outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     async def _AO_stopStreaming_async(self, port: int) -> int:
-        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+        """Stops generation; it may be started again. The outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_setMode_async(self, port: int, mode: int) -> int:
-        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def AO_setSamplingRate_async(self, port: int, sampling_rate: int) -> int:
-        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+        """Samples per second and channel, in Hz, 1..ao_rate. Raises AORateNotVaildError outside, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def AO_setNumSamples_async(self, port: int, num_samples: int) -> int:
-        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+        """How many samples mode 1 generates, 0..4294967295. Raises InputDataNotInRangeError outside, AOPortNotAvaliableError, and FirmwareAOError for 0 and while it generates. Returns 0."""
     async def AO_setEnableChannels_async(self, port: int, channel_list: list[int]) -> int:
-        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_setForm_async(self, port: int, channel: int, form: int) -> int:
-        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_setFormParam_async(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float) -> int:
-        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError for what is not finite, and FirmwareAOError for an amplitude or a frequency below 0, a duty cycle outside 0..100, a channel that the product does not have, and while it generates. Returns 0."""
     async def AO_getValues_async(self, port: int) -> list[float]:
-        """What each channel puts out, in volts."""
+        """What each channel puts out, in volts. Raises AOPortNotAvaliableError."""
     async def _AO_setSpan_async(self, port: int, span: int) -> int:
-        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     async def _AO_getMode_async(self, port: int) -> int:
-        """The mode that is set."""
+        """The mode that is set. Raises AOPortNotAvaliableError."""
     async def _AO_getState_async(self, port: int) -> int:
-        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running. Raises AOPortNotAvaliableError."""
     async def _AO_getCounters_async(self, port: int) -> list[int]:
-        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+        """The device's counters since the start: interrupts (samples), SPI transfers (values). Raises AOPortNotAvaliableError."""
     async def _AO_initialBuffer_async(self, port: int) -> int:
-        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Raises AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns how many values it holds."""
     async def _AO_pushToBuffer_async(self, port: int, num_of_val: int, value_list: list[float]) -> int:
-        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. A push that is sent again because its reply is late is appended again: set `resend` to False where that matters. Raises PinsValueNotDefineError when value_list has another number of them, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError without room, without _AO_initialBuffer before, and while it generates. Returns 0."""
 
 class AOStreamingModule(AOBased):
     """Analog output with generation of waveforms."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Raises AOPortNotAvaliableError where something else uses its pins. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog output. Returns 0."""
+        """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
-        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets one channel, 0..7, to `value` volts. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, and FirmwareAOError for a channel that the product does not have, and where the output is not open or generates. Returns 0."""
     def AO_writeAllChannels(self, port: int, value_list: list[float], timeout: float = 3) -> int:
-        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Sets all channels at the same instant, channel 0 first, in volts; those without a value to 0 V. Raises PinsValueNotDefineError for more values than channels, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError where the output is not open or generates. Returns 0."""
     def AO_openStreaming(self, port: int, timeout: float = 3) -> list[int | float]:
-        """Prepares a port for generation. Returns the mode and the sampling rate in Hz that are set."""
+        """Prepares a port for generation. Raises AOPortNotAvaliableError, and FirmwareAOError where the output is not open. Returns the mode and the sampling rate in Hz that are set."""
     def AO_startStreaming(self, port: int) -> int:
-        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Returns 0."""
+        """Starts generation. Does not wait for a reply: _AO_getState tells whether it runs. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_closeStreaming(self, port: int, timeout: float = 3) -> int:
-        """Ends generation; the outputs stay where they are. Returns 0."""
+        """Ends generation; the outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     def _AO_stopStreaming(self, port: int, timeout: float = 3) -> int:
-        """Stops generation; it may be started again. The outputs stay where they are. Returns 0."""
+        """Stops generation; it may be started again. The outputs stay where they are. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
-        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError. Returns 0."""
+        """Chooses the generation: 0 on demand, 1 a number of samples, 2 continuous. Raises AOModeNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def AO_setSamplingRate(self, port: int, sampling_rate: int, timeout: float = 3) -> int:
-        """Samples per second and channel, 1..ao_rate. Raises AORateNotVaildError. Returns 0."""
+        """Samples per second and channel, in Hz, 1..ao_rate. Raises AORateNotVaildError outside, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def AO_setNumSamples(self, port: int, num_samples: int, timeout: float = 3) -> int:
-        """How many samples mode 1 generates, 0..4294967295. Returns 0."""
+        """How many samples mode 1 generates, 0..4294967295. Raises InputDataNotInRangeError outside, AOPortNotAvaliableError, and FirmwareAOError for 0 and while it generates. Returns 0."""
     def AO_setEnableChannels(self, port: int, channel_list: list[int], timeout: float = 3) -> int:
-        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError. Returns 0."""
+        """The channels that generate, each 0..7; the others do not. Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     def AO_setForm(self, port: int, channel: int, form: int, timeout: float = 3) -> int:
-        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError. Returns 0."""
+        """The form of a channel's signal: 1 rectangular, 2 triangular, 3 sine. Raises AOFormNotAvaliableError, AOChannelNotAvaliableError, AOPortNotAvaliableError, and FirmwareAOError for a channel that the product does not have, and while it generates. Returns 0."""
     def AO_setFormParam(self, port: int, channel: int, amplitude: float, offset: float, frequency: float, phase: float, duty_cycle: float, timeout: float = 3) -> int:
-        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, and InputDataNotInRangeError for what is not finite. Returns 0."""
+        """The signal of a channel: amplitude (from the middle to the peak) and offset in volts, frequency in Hz, phase in degrees, duty cycle in per cent of a period (the high part of a rectangle, the rising one of a triangle). Raises AOChannelNotAvaliableError, AOPortNotAvaliableError, InputDataNotInRangeError for what is not finite, and FirmwareAOError for an amplitude or a frequency below 0, a duty cycle outside 0..100, a channel that the product does not have, and while it generates. Returns 0."""
     def AO_getValues(self, port: int, timeout: float = 3) -> list[float]:
-        """What each channel puts out, in volts."""
+        """What each channel puts out, in volts. Raises AOPortNotAvaliableError."""
     def _AO_setSpan(self, port: int, span: int, timeout: float = 3) -> int:
-        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError. Returns 0."""
+        """The output's span: 0: 0..5 V, 1: 0..10 V, 2: -5..5 V, 3: -10..10 V (at first), 4: -2.5..2.5 V. Raises AOSpanNotVaildError, AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns 0."""
     def _AO_getMode(self, port: int, timeout: float = 3) -> int:
-        """The mode that is set."""
+        """The mode that is set. Raises AOPortNotAvaliableError."""
     def _AO_getState(self, port: int, timeout: float = 3) -> int:
-        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running."""
+        """What generation does: 0 idle, 1 stand-by (open, not running), 2 running. Raises AOPortNotAvaliableError."""
     def _AO_getCounters(self, port: int, timeout: float = 3) -> list[int]:
-        """The device's counters since the start: interrupts (samples), SPI transfers (values)."""
+        """The device's counters since the start: interrupts (samples), SPI transfers (values). Raises AOPortNotAvaliableError."""
     def _AO_initialBuffer(self, port: int, timeout: float = 3) -> int:
-        """Empties the device's buffer, from which generation takes its values then instead of the forms. Returns how many values it holds."""
+        """Empties the device's buffer, from which generation takes its values then instead of the forms. Raises AOPortNotAvaliableError, and FirmwareAOError while it generates. Returns how many values it holds."""
     def _AO_pushToBuffer(self, port: int, num_of_val: int, value_list: list[float], timeout: float = 3) -> int:
-        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. Raises PinsValueNotDefineError when value_list has another number of them, and InputDataNotInRangeError outside ao_volt_min..ao_volt_max. Returns 0."""
+        """Appends `num_of_val` values in volts to the device's buffer; those of the enabled channels take turns, the lowest first. Sends them in pushes of at most 13; the first one that is refused ends it. A push that is sent again because its reply is late is appended again: set `resend` to False where that matters. Raises PinsValueNotDefineError when value_list has another number of them, InputDataNotInRangeError outside ao_volt_min..ao_volt_max, AOPortNotAvaliableError, and FirmwareAOError without room, without _AO_initialBuffer before, and while it generates. Returns 0."""
 
 class ByteQueue:
     """Received bytes, each an int, oldest first: a bounded queue.Queue."""
@@ -2596,11 +2596,11 @@ class UARTBased:
 class UARTModule_async(UARTBased):
     """Serial ports as coroutines."""
     async def UART_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     async def UART_close_async(self, port: int) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     async def UART_setBaudRate_async(self, port: int, baud_rate: int) -> int:
-        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+        """Bits per second, 115200 at first, at most 400000. Raises UARTBaudRateNotSupportError; FirmwareUARTError for 0. Returns 0."""
     async def UART_setDataBit_async(self, port: int, mode: int) -> int:
         """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
     async def UART_setParity_async(self, port: int, mode: int) -> int:
@@ -2608,13 +2608,13 @@ class UARTModule_async(UARTBased):
     async def UART_setNumStopBit_async(self, port: int, mode: int) -> int:
         """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
     async def UART_write_async(self, port: int, write_data: str | bytes | list[str] | list[int]) -> int:
-        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+        """Sends at most 50 characters or bytes, 0..255 each, and returns before they have left. Raises UARTExceedMaxLengthError, InputDataNotInRangeError; FirmwareUARTError when the port is not open or too much waits to be sent. Returns 0."""
     async def UART_read_async(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
         """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     async def UART_reset_async(self, port: int) -> int:
-        """Gives a port its default settings. Returns 0."""
+        """Gives a port its default settings: 115200 bit/s, 8 data bits, no parity, 1 stop bit. Returns 0."""
     async def _UART_startReading_async(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     async def _UART_stopReading_async(self, port: int) -> int:
         """Ends reading. Returns 0."""
     async def UART_stopReading_async(self, port: int) -> int:
@@ -2623,11 +2623,11 @@ class UARTModule_async(UARTBased):
 class UARTModule(UARTBased):
     """Serial ports."""
     def UART_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be free, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
     def UART_close(self, port: int, timeout: float = 3) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     def UART_setBaudRate(self, port: int, baud_rate: int, timeout: float = 3) -> int:
-        """Bits per second, at most 400000. Raises UARTBaudRateNotSupportError. Returns 0."""
+        """Bits per second, 115200 at first, at most 400000. Raises UARTBaudRateNotSupportError; FirmwareUARTError for 0. Returns 0."""
     def UART_setDataBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Data bits of a character: 0 for 8, 1 for 9. Raises UARTDataBitNotSupportError. Returns 0."""
     def UART_setParity(self, port: int, mode: int, timeout: float = 3) -> int:
@@ -2635,13 +2635,13 @@ class UARTModule(UARTBased):
     def UART_setNumStopBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Stop bits: 0 for 1, 1 for 0.5, 2 for 2, 3 for 1.5. Raises UARTStopBitNotSupportError. Returns 0."""
     def UART_write(self, port: int, write_data: str | bytes | list[str] | list[int], timeout: float = 3) -> int:
-        """Sends at most 50 characters or bytes, 0..255 each. Raises UARTExceedMaxLengthError. Returns 0."""
+        """Sends at most 50 characters or bytes, 0..255 each, and returns before they have left. Raises UARTExceedMaxLengthError, InputDataNotInRangeError; FirmwareUARTError when the port is not open or too much waits to be sent. Returns 0."""
     def UART_read(self, port: int, bytes_to_read: int, delay: float) -> list[int]:
         """At most `bytes_to_read` received bytes (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of data."""
     def UART_reset(self, port: int, timeout: float = 3) -> int:
-        """Gives a port its default settings. Returns 0."""
+        """Gives a port its default settings: 115200 bit/s, 8 data bits, no parity, 1 stop bit. Returns 0."""
     def _UART_startReading(self, port: int) -> int:
-        """Makes the device send what the port receives. Does not wait for a reply. Returns 0."""
+        """Makes the device send what the port receives, as UART_open does. Does not wait for a reply, and must not be called while the port is read: the device's answer would pass for a received byte. Returns 0."""
     def _UART_stopReading(self, port: int, timeout: float = 3) -> int:
         """Ends reading. Returns 0."""
     def UART_stopReading(self, port: int, timeout: float = 3) -> int:
@@ -2749,17 +2749,17 @@ class CANModule_async(CANBased):
     async def CAN_getPort_async(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     async def CAN_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
     async def CAN_close_async(self, port: int) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     async def CAN_start_async(self, port: int) -> int:
-        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+        """Takes part in the bus: frames are sent and received from now on. Also brings back a port that went off the bus, after CAN_stop. Raises FirmwareCANError when the port is not open. Returns 0."""
     async def CAN_stop_async(self, port: int) -> int:
         """Takes no part in the bus any more. Returns 0."""
     async def CAN_setSpeed_async(self, port: int, speed_mode: int) -> int:
-        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500 (at first), 3 for 1000. Raises CANSpeedNotVaildError; FirmwareCANError between CAN_start and CAN_stop. Returns 0."""
     async def CAN_write_async(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False) -> int:
-        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Returns when it waits to be sent. Raises CANDataLengthNotVaildError, InputDataNotInRangeError; FirmwareCANError when the port is not started, is off the bus after too many errors, or too many frames wait. Returns 0."""
     async def CAN_read_async(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
         """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
     async def CAN_setRXFilteringOn_async(self, port: int, on_off: int) -> int:
@@ -2773,28 +2773,28 @@ class CANModule_async(CANBased):
     async def _CAN_setEnableInterrupt_async(self, port: int, status: int) -> int:
         """Which interrupts are enabled, a mask 0..255. Returns 0."""
     async def _CAN_getInterrupts_async(self, port: int) -> list[int]:
-        """Interrupt enable, interrupt state, error state."""
+        """Interrupt enable, interrupt state, error state, each with bits as in docs/protocol.md."""
     async def _CAN_getErrors_async(self, port: int) -> list[int]:
-        """TX error code, RX error code."""
+        """TX and RX error counters; from 128 on the port is error-passive."""
     async def _CAN_getCounters_async(self, port: int) -> list[int]:
-        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+        """TX interrupts (frames that were sent), RX interrupts (frames received), SPI transfers, sends (frames that were written), bus errors, overflows (frames lost), since the device started."""
 
 class CANModule(CANBased):
     """CAN bus."""
     def CAN_getPort(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     def CAN_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be free. Raises CANPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
     def CAN_close(self, port: int, timeout: float = 3) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     def CAN_start(self, port: int, timeout: float = 3) -> int:
-        """Takes part in the bus: frames are sent and received from now on. Returns 0."""
+        """Takes part in the bus: frames are sent and received from now on. Also brings back a port that went off the bus, after CAN_stop. Raises FirmwareCANError when the port is not open. Returns 0."""
     def CAN_stop(self, port: int, timeout: float = 3) -> int:
         """Takes no part in the bus any more. Returns 0."""
     def CAN_setSpeed(self, port: int, speed_mode: int, timeout: float = 3) -> int:
-        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500, 3 for 1000. Raises CANSpeedNotVaildError. Returns 0."""
+        """The bit rate: 0 for 125 kbit/s, 1 for 250, 2 for 500 (at first), 3 for 1000. Raises CANSpeedNotVaildError; FirmwareCANError between CAN_start and CAN_stop. Returns 0."""
     def CAN_write(self, port: int, id_: int, data: list[int], remote: bool = False, extended_id: bool = False, timeout: float = 3) -> int:
-        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Raises CANDataLengthNotVaildError, InputDataNotInRangeError. Returns 0."""
+        """Sends a frame: identifier 0..0x7FF, or 0..0x1FFFFFFF with `extended_id`; at most 8 bytes 0..255, extended with zeros to 8. Returns when it waits to be sent. Raises CANDataLengthNotVaildError, InputDataNotInRangeError; FirmwareCANError when the port is not started, is off the bus after too many errors, or too many frames wait. Returns 0."""
     def CAN_read(self, port: int, num_frames: int, delay: float) -> list[CANFrame]:
         """At most `num_frames` received frames (-1: all that are there), oldest first. Waits at most `delay` seconds for them and returns what is there; never raises for lack of frames."""
     def CAN_setRXFilteringOn(self, port: int, on_off: int, timeout: float = 3) -> int:
@@ -2808,11 +2808,11 @@ class CANModule(CANBased):
     def _CAN_setEnableInterrupt(self, port: int, status: int, timeout: float = 3) -> int:
         """Which interrupts are enabled, a mask 0..255. Returns 0."""
     def _CAN_getInterrupts(self, port: int, timeout: float = 3) -> list[int]:
-        """Interrupt enable, interrupt state, error state."""
+        """Interrupt enable, interrupt state, error state, each with bits as in docs/protocol.md."""
     def _CAN_getErrors(self, port: int, timeout: float = 3) -> list[int]:
-        """TX error code, RX error code."""
+        """TX and RX error counters; from 128 on the port is error-passive."""
     def _CAN_getCounters(self, port: int, timeout: float = 3) -> list[int]:
-        """Counters of: TX interrupts, RX interrupts, SPI transfers, frames sent, bus errors, overflows."""
+        """TX interrupts (frames that were sent), RX interrupts (frames received), SPI transfers, sends (frames that were written), bus errors, overflows (frames lost), since the device started."""
 
 class DIOBased:
     """Pin tables and checks of digital input and output."""
@@ -2845,13 +2845,13 @@ class DIOBased:
 class DIOModule_async(DIOBased):
     """Digital input and output as coroutines."""
     async def DI_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     async def DI_openPort_async(self, port: int) -> int:
-        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+        """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     async def DO_openPins_async(self, port: int, pin: list[int] | int) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     async def DO_openPort_async(self, port: int) -> int:
-        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+        """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     async def DI_closePins_async(self, port: int, pin: list[int] | int) -> int:
         """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
     async def DI_closePort_async(self, port: int) -> int:
@@ -2865,23 +2865,23 @@ class DIOModule_async(DIOBased):
     async def DI_readPort_async(self, port: int) -> list[int]:
         """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
     async def DO_writePins_async(self, port: int, pin: list[int] | int, value: list[int] | int) -> list[int]:
-        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types, as True and 1 are, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     async def DO_writePort_async(self, port: int, value: list[int] | int) -> list[int]:
-        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError for another number of values, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     async def DO_togglePins_async(self, port: int, pin: list[int] | int) -> list[int]:
-        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     async def DO_togglePort_async(self, port: int) -> list[int]:
-        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     async def DIO_loadStartup_async(self, port: int) -> list[list[int]]:
         """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
     async def _DIO_saveStartup_async(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
-        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints 0..65535 with bit n for pin n. Raises DIPortNotAvaliableError, PinsValueNotDefineError for another number of states, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwarePinIndexError for a pin that the port does not have. Returns 0."""
     async def _DIO_setPortIdle_async(self, port: int) -> int:
-        """Makes all pins of a port idle. Returns 0."""
+        """Makes all pins of a port idle. Raises DIPortNotAvaliableError, and FirmwareDIOError where directions are fixed. Returns 0."""
     async def _DIO_setPortDI_async(self, port: int) -> int:
-        """Makes all pins of a port inputs. Returns 0."""
+        """Makes all pins of a port inputs. Raises DIPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     async def _DIO_setPortDO_async(self, port: int) -> int:
-        """Makes all pins of a port outputs. Returns 0."""
+        """Makes all pins of a port outputs. Raises DOPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     async def _setDIOCurrent_async(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int) -> int:
         """Configures the pins of `mask`; direction 1 is output. Returns 0."""
     async def _getDIOCurrent_async(self, port: int, mask: int) -> list[list[int]]:
@@ -2908,15 +2908,17 @@ class DIOModule_async(DIOBased):
         """Closes all pins of a port. Returns 0."""
 
 class DIOModule(DIOBased):
-    """Digital input and output."""
+    """Digital input and output.
+
+    Operations that name neither input nor output raise DIPortNotAvaliableError for a port that is neither. Masks and states are ints 0..65535, else InputDataNotInRangeError; lists of states have one for each pin, pin 0 first, else PinsValueNotDefineError."""
     def DI_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as inputs; nothing is sent on products whose pins have a fixed direction. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as inputs. Raises DIPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     def DI_openPort(self, port: int, timeout: float = 3) -> int:
-        """Opens all pins of a port as inputs; see DI_openPins. Returns 0."""
+        """Opens all pins of a port as inputs, as DI_openPins does. Raises DIPortNotAvaliableError. Returns 0."""
     def DO_openPins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
-        """Opens pins (a number or a list) as outputs, which then drive 0; nothing is sent on products whose pins have a fixed direction. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. Returns 0."""
+        """Opens pins (a number or a list) as outputs, which then drive 0. Raises DOPortNotAvaliableError, also when another function uses one of them, and PinsNotExistError. On products whose pins have a fixed direction (FeroxD, SkylogE3AOD, CordlogF1DSNK) it does nothing, for whatever port and pins, and a closed device is not noticed. Returns 0."""
     def DO_openPort(self, port: int, timeout: float = 3) -> int:
-        """Opens all pins of a port as outputs; see DO_openPins. Returns 0."""
+        """Opens all pins of a port as outputs, as DO_openPins does. Raises DOPortNotAvaliableError. Returns 0."""
     def DI_closePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> int:
         """Closes pins (a number or a list). Raises DIPortNotAvaliableError, PinsNotExistError. Returns 0."""
     def DI_closePort(self, port: int, timeout: float = 3) -> int:
@@ -2930,23 +2932,23 @@ class DIOModule(DIOBased):
     def DI_readPort(self, port: int, timeout: float = 3) -> list[int]:
         """The states of all pins of a port, 0 or 1, pin 0 first. Raises DIPortNotAvaliableError."""
     def DO_writePins(self, port: int, pin: list[int] | int, value: list[int] | int, timeout: float = 3) -> list[int]:
-        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types. Returns what all outputs of the port drive now, pin 0 first."""
+        """Sets outputs: `value` has a 0 or 1 for each of `pin`, or is one for a single pin. Raises DOPortNotAvaliableError, PinsNotExistError, PinsValueNotDefineError when the numbers differ, InputTypeNotConsistentError when the values are of several types, as True and 1 are, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     def DO_writePort(self, port: int, value: list[int] | int, timeout: float = 3) -> list[int]:
-        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError. Returns what they drive now, pin 0 first."""
+        """Sets all outputs of a port: `value` has a 0 or 1 for each pin that the port has, or for each state that DI_readPort gives, or is an int 0..65535 with bit n for pin n. Raises DOPortNotAvaliableError, PinsValueNotDefineError for another number of values, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     def DO_togglePins(self, port: int, pin: list[int] | int, timeout: float = 3) -> list[int]:
-        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError. Returns what all outputs of the port drive now, pin 0 first."""
+        """Inverts outputs (a number or a list). Raises DOPortNotAvaliableError, PinsNotExistError, and FirmwareEnableError for pins that are not open as outputs. Returns what all outputs of the port drive now, pin 0 first."""
     def DO_togglePort(self, port: int, timeout: float = 3) -> list[int]:
-        """Inverts all outputs of a port. Raises DOPortNotAvaliableError. Returns what they drive now, pin 0 first."""
+        """Inverts all outputs of a port. Raises DOPortNotAvaliableError, and FirmwareEnableError unless all pins are open as outputs. Returns what they drive now, pin 0 first."""
     def DIO_loadStartup(self, port: int, timeout: float = 3) -> list[list[int]]:
         """What the pins of a port are when the device starts: the lists enabled, direction (1 output) and state, pin 0 first. Raises DIPortNotAvaliableError."""
     def _DIO_saveStartup(self, port: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
-        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints with bit n for pin n. Returns 0."""
+        """Stores what the pins of a port are when the device starts: lists as DIO_loadStartup gives them, or ints 0..65535 with bit n for pin n. Raises DIPortNotAvaliableError, PinsValueNotDefineError for another number of states, InputTypeNotConsistentError, InputDataNotInRangeError for another int, and FirmwarePinIndexError for a pin that the port does not have. Returns 0."""
     def _DIO_setPortIdle(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port idle. Returns 0."""
+        """Makes all pins of a port idle. Raises DIPortNotAvaliableError, and FirmwareDIOError where directions are fixed. Returns 0."""
     def _DIO_setPortDI(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port inputs. Returns 0."""
+        """Makes all pins of a port inputs. Raises DIPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     def _DIO_setPortDO(self, port: int, timeout: float = 3) -> int:
-        """Makes all pins of a port outputs. Returns 0."""
+        """Makes all pins of a port outputs. Raises DOPortNotAvaliableError, and FirmwareDIOError where another function uses one. Returns 0."""
     def _setDIOCurrent(self, port: int, mask: int, enabled: list[int] | int, direction: list[int] | int, state: list[int] | int, timeout: float = 3) -> int:
         """Configures the pins of `mask`; direction 1 is output. Returns 0."""
     def _getDIOCurrent(self, port: int, mask: int, timeout: float = 3) -> list[list[int]]:
@@ -3001,9 +3003,9 @@ class I2CModule_async(I2CBased):
     async def I2C_setAddressSize_async(self, port: int, mode: int) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     async def I2C_write_async(self, port: int, write_address: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def I2C_read_async(self, port: int, read_address: int, bytes_to_read: int) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that pass for those of the next reads."""
     async def I2C_reset_async(self, port: int) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3018,9 +3020,9 @@ class I2CModule(I2CBased):
     def I2C_setAddressSize(self, port: int, mode: int, timeout: float = 3) -> int:
         """0: addresses of 7 bits; 1: of 10. To be set again when the device has restarted. Raises I2CAddressSizeNotVaildError. Returns 0."""
     def I2C_write(self, port: int, write_address: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. Raises FirmwareI2CError when nobody acknowledges, or when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each, to the slave at an address, 0..127, or 0..1023 with 10 bits (else InputDataNotInRangeError); without bytes it only asks whether the slave is there. The device takes at most 255. Raises FirmwareI2CError for more and when nobody acknowledges; more than 65532 (65531 with 10 bits) fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def I2C_read(self, port: int, read_address: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges."""
+        """What the slave at an address, 0..127, or 0..1023 with 10 bits, sends in 0..255 bytes (else InputDataNotInRangeError). Raises FirmwareI2CError when nobody acknowledges. What takes longer than 0.01 s, as 110 bytes do at 100 kHz, is asked for again unless `resend` is False; the answers to that pass for those of the next reads."""
     def I2C_reset(self, port: int, timeout: float = 3) -> int:
         """Restores the default settings of a port: 100 kHz, addresses of 7 bits. Returns 0."""
 
@@ -3057,7 +3059,7 @@ class SPIModule_async(SPIBased):
     async def SPI_setFirstBit_async(self, port: int, mode: int) -> int:
         """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
     async def SPI_setPrescaler_async(self, port: int, prescaler: int) -> int:
-        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+        """Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0."""
     async def SPI_setMode_async(self, port: int, mode: int) -> int:
         """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
     async def _SPI_setCPOL_async(self, port: int, polarity: int) -> int:
@@ -3065,13 +3067,13 @@ class SPIModule_async(SPIBased):
     async def _SPI_setCPHA_async(self, port: int, phase: int) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     async def SPI_write_async(self, port: int, write_data: list[int]) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     async def SPI_read_async(self, port: int, bytes_to_read: int) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     async def SPI_readAndWrite_async(self, port: int, write_data: list[int]) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     async def SPI_reset_async(self, port: int) -> int:
-        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns 0."""
 
 class SPIModule(SPIBased):
     """SPI masters."""
@@ -3084,7 +3086,7 @@ class SPIModule(SPIBased):
     def SPI_setFirstBit(self, port: int, mode: int, timeout: float = 3) -> int:
         """Which bit goes first: 0 the most significant, 1 the least. Raises SPIFirstBitNotVaildError. Returns 0."""
     def SPI_setPrescaler(self, port: int, prescaler: int, timeout: float = 3) -> int:
-        """Divides the port's clock by a power of two, 2..256. Raises SPIPrescalerNotVaildError. Returns 0."""
+        """Divides the port's clock by a power of two, 2..256 (at first). Raises SPIPrescalerNotVaildError. Returns 0."""
     def SPI_setMode(self, port: int, mode: int, timeout: float = 3) -> int:
         """Polarity and phase of the clock: 0 idles low, data taken at its first edge; 1 low, second edge; 2 high, first edge; 3 high, second edge. Raises SPIModeNotVaildError. Returns 0."""
     def _SPI_setCPOL(self, port: int, polarity: int, timeout: float = 3) -> int:
@@ -3092,13 +3094,13 @@ class SPIModule(SPIBased):
     def _SPI_setCPHA(self, port: int, phase: int, timeout: float = 3) -> int:
         """The edge of the clock at which data is taken: 0 the first, 1 the second; else SPIModeNotVaildError. Returns 0."""
     def SPI_write(self, port: int, write_data: list[int], timeout: float = 3) -> int:
-        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. Raises FirmwareSPIError when they are too many for the device. Returns 0."""
+        """Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer than 0.01 s is sent again unless `resend` is False. Returns 0."""
     def SPI_read(self, port: int, bytes_to_read: int, timeout: float = 3) -> list[int]:
-        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent."""
+        """What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. Raises FirmwareSPIError for half a word when the data size is 16 bits."""
     def SPI_readAndWrite(self, port: int, write_data: list[int], timeout: float = 3) -> list[int]:
-        """Sends bytes as SPI_write does and gives the bytes that the slave sends meanwhile."""
+        """Sends bytes as SPI_write does, with its limits, and gives the bytes that the slave sends meanwhile."""
     def SPI_reset(self, port: int, timeout: float = 3) -> int:
-        """Restores the default settings of a port: 8 bits, most significant first, mode 0. Returns 0."""
+        """Restores the default settings of a port: 8 bits, most significant first, mode 0, prescaler 256. Returns 0."""
 
 class SkylogE3A(WifiDevice, SystemModule, SystemAnalogModule, NetworkModule, WifiModule, AIModule, SystemModule_async, SystemAnalogModule_async, NetworkModule_async, WifiModule_async, AIModule_async):
     """Skylog-E3-A: 8 channels of 16-bit analog input, +-10 V, up to 10 kHz, over Wi-Fi."""

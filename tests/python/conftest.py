@@ -11,7 +11,7 @@ import pytest
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "virtual" / "python"))
 
-from fakes import FakeTransport, connected, fence  # noqa: E402
+from fakes import FakeTransport, connect_to, connected, fence  # noqa: E402
 from qvx_virtual import VirtualDevice  # noqa: E402
 
 import pyqvx  # noqa: E402
@@ -29,6 +29,45 @@ def bench():
     yield start
     for device in started:
         device.stop()
+
+
+@pytest.fixture
+def lab(bench):
+    """lab("CordlogF1D", wire="do0=di1"): a connected device that sends each command once, however slow the
+    machine; with count=2 a list of two of one bench."""
+    made = []
+
+    def start(model, count=None, **options):
+        place = bench(model=model, count=count or 1, **options)
+        devices = [getattr(pyqvx, model)(verbose=False) for _ in place.addresses]
+        made.extend(devices)
+        for device, (ip, port) in zip(devices, place.addresses):
+            device.resend = False
+            if count:
+                device.connect(f"tcp://{ip}:{port}")
+            else:
+                connect_to(device, place)
+        return devices if count else devices[0]
+
+    yield start
+    for device in made:
+        device.close()
+
+
+@pytest.fixture(params=["blocking", "coroutine"])
+def call(request):
+    """call(device, "UART_open", 1) runs either form of an operation."""
+
+    def blocking(device, name, *args, **options):
+        return getattr(device, name)(*args, **options)
+
+    def coroutine(device, name, *args, **options):
+        async def main():
+            return await getattr(device, name + "_async")(*args, **options)
+
+        return asyncio.run(main())
+
+    return blocking if request.param == "blocking" else coroutine
 
 
 @pytest.fixture
@@ -57,19 +96,13 @@ def silent():
     made.close()
 
 
-@pytest.fixture(params=["blocking", "coroutine"])
-def form(request):
-    """form(device, "AI_open", 0) runs either form of an operation."""
+@pytest.fixture
+def form(call):
+    """The same, once nothing is under way of a command that was sent again."""
 
     def run(device, name, *args):
         if not isinstance(device.client_cmd, FakeTransport):
             fence(device)
-        if request.param == "blocking":
-            return getattr(device, name)(*args)
-
-        async def main():
-            return await getattr(device, name + "_async")(*args)
-
-        return asyncio.run(main())
+        return call(device, name, *args)
 
     return run

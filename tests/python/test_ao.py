@@ -57,8 +57,13 @@ def test_an_open_output_keeps_the_pins_of_its_port(place, form):
     device = place(pyqvx.CordlogF1AOD)
     form(device, "_checkAOPinState", 0)
     form(device, "AO_open", 0)
-    with pytest.raises(pyqvx.AOPortNotAvaliableError):
-        form(device, "AO_open", 0)
+    for operation, refused in [
+        ("AO_open", pyqvx.AOPortNotAvaliableError),
+        ("DI_openPort", pyqvx.DIPortNotAvaliableError),
+    ]:
+        with pytest.raises(refused):
+            form(device, operation, 0)
+    form(device, "_checkAIPinState", 0)  # inputs have pins of their own
     form(device, "AO_close", 0)
     form(device, "AO_open", 0)
 

@@ -1,141 +1,108 @@
 """Digital lines against a virtual device whose outputs are wired to its inputs: operations in both forms."""
 
-import asyncio
 import re
+from functools import partial
 
 import pytest
-from fakes import FakeTransport, connect_to, connected, eventually, models
+from fakes import connect_to, eventually, models
 
 import pyqvx
 
 CORDLOG = {0: [0, 1, 2, 3, 4, 5, 6, 7], 1: [0, 1, 2, 3, 4, 5], 2: [0, 1, 2, 3, 6, 7], 3: [0, 1, 2, 3, 4, 5]}
 DIO_MODELS = [cls for cls in models() if issubclass(cls, pyqvx.DIOModule)]
-FIXED = {pyqvx.FeroxD, pyqvx.SkylogE3AOD, pyqvx.CordlogF1DSNK}
 
 
-@pytest.fixture(params=["blocking", "coroutine"])
-def form(request):
-    """form(device)("DO_writePort", 0, 1) runs an operation in either form."""
-
-    def bound(device):
-        def call(name, *args):
-            if request.param == "blocking":
-                return getattr(device, name)(*args)
-
-            async def main():
-                return await getattr(device, name + "_async")(*args)
-
-            return asyncio.run(main())
-
-        return call
-
-    return bound
-
-
-@pytest.fixture
-def lines(bench):
-    """lines("CordlogF1D", wire="do0=di1"): a connected device that sends each command once."""
-    made = []
-
-    def start(model, **options):
-        device = getattr(pyqvx, model)(verbose=False)
-        made.append(device)
-        device.resend = False
-        connect_to(device, bench(model=model, **options))
-        return device
-
-    yield start
-    for device in made:
-        device.close()
-
-
-def test_outputs_reach_the_inputs_that_they_are_wired_to(lines, form):
-    device = lines("CordlogF1D", wire=["do0=di1", "do0.7=di2.6"])
-    call = form(device)
-    assert call("DO_openPort", 0) == call("DI_openPort", 1) == call("DI_openPins", 2, 6) == 0
-    assert call("DI_readPort", 1) == [0] * 8
-    assert call("DO_writePins", 0, [0, 1, 5], [1, 0, 1]) == [1, 0, 0, 0, 0, 1, 0, 0]
-    assert call("DI_readPort", 1) == [1, 0, 0, 0, 0, 1, 0, 0]
-    assert call("DI_readPins", 1, [5, 4, 0]) == [1, 0, 1] and call("DI_readPins", 1, 5) == [1]
-    assert call("DO_writePort", 0, [0, 1] * 4) == [0, 1] * 4
-    assert call("DI_readPort", 1) == [0, 1, 0, 1, 0, 1, 0, 0] and call("DI_readPins", 2, [6]) == [1]
-    assert call("DO_togglePins", 0, [0, 7]) == [1, 1, 0, 1, 0, 1, 0, 0]
-    assert call("DI_readPort", 1) == [1, 1, 0, 1, 0, 1, 0, 0] and call("DI_readPins", 2, [6]) == [0]
-    assert call("DO_togglePort", 0) == [0, 0, 1, 0, 1, 0, 1, 1]
-    assert call("DO_writePort", 0, 0x21) == [1, 0, 0, 0, 0, 1, 0, 0]
-    assert call("DO_closePins", 0, [0]) == 0
-    assert call("DI_readPort", 1) == [0, 0, 0, 0, 0, 1, 0, 0]
+def test_outputs_reach_the_inputs_that_they_are_wired_to(lab, call):
+    device = lab("CordlogF1D", wire=["do0=di1", "do0.7=di2.6"])
+    run = partial(call, device)
+    assert run("DO_openPort", 0) == run("DI_openPort", 1) == run("DI_openPins", 2, 6) == 0
+    assert run("DI_readPort", 1) == [0] * 8
+    assert run("DO_writePins", 0, [0, 1, 5], [1, 0, 1]) == [1, 0, 0, 0, 0, 1, 0, 0]
+    assert run("DI_readPort", 1) == [1, 0, 0, 0, 0, 1, 0, 0]
+    assert run("DI_readPins", 1, [5, 4, 0]) == [1, 0, 1] and run("DI_readPins", 1, 5) == [1]
+    assert run("DO_writePort", 0, [0, 1] * 4) == [0, 1] * 4
+    assert run("DI_readPort", 1) == [0, 1, 0, 1, 0, 1, 0, 0] and run("DI_readPins", 2, [6]) == [1]
+    assert run("DO_togglePins", 0, [0, 7]) == [1, 1, 0, 1, 0, 1, 0, 0]
+    assert run("DI_readPort", 1) == [1, 1, 0, 1, 0, 1, 0, 0] and run("DI_readPins", 2, [6]) == [0]
+    assert run("DO_togglePort", 0) == [0, 0, 1, 0, 1, 0, 1, 1]
+    assert run("DO_writePort", 0, 0x21) == [1, 0, 0, 0, 0, 1, 0, 0]
+    assert run("DO_closePins", 0, [0]) == 0
+    assert run("DI_readPort", 1) == [0, 0, 0, 0, 0, 1, 0, 0]
     with pytest.raises(pyqvx.FirmwareEnableError):
-        call("DO_writePort", 0, 0)
-    assert call("DO_closePort", 0) == call("DI_closePort", 1) == call("DI_closePins", 2, 6) == 0
+        run("DO_writePort", 0, 0)
+    assert run("DO_writePins", 0, [1, 2], [True, False])[1:3] == [1, 0]
+    for mixed in ([True, 1], (1, False), ["1", 1]):
+        with pytest.raises(pyqvx.InputTypeNotConsistentError):
+            run("DO_writePins", 0, [1, 2], mixed)
+    assert run("DO_closePort", 0) == run("DI_closePort", 1) == run("DI_closePins", 2, 6) == 0
     assert device.Sys_getPinModeInPort(0) == (8, ["Idle"] * 8)
 
 
-def test_pins_have_one_direction_at_a_time(lines, form):
-    device = lines("FeroxEXD")
-    call = form(device)
-    call("DI_openPins", 3, [0, 1])
-    assert call("DI_openPort", 3) == 0  # those that are open already are no obstacle
+def test_pins_have_one_direction_at_a_time(lab, call):
+    device = lab("FeroxEXD")
+    run = partial(call, device)
+    run("DI_openPins", 3, [0, 1])
+    assert run("DI_openPort", 3) == 0  # those that are open already are no obstacle
     with pytest.raises(pyqvx.DOPortNotAvaliableError):
-        call("DO_openPins", 3, [1, 2])
+        run("DO_openPins", 3, [1, 2])
     assert device.Sys_getPinModeInPort(3) == (8, ["DI"] * 8)
-    call("DI_closePins", 3, [1, 2])
-    assert call("DO_openPins", 3, [1, 2]) == 0
+    run("DI_closePins", 3, [1, 2])
+    assert run("DO_openPins", 3, [1, 2]) == 0
     modes = device.Sys_getPinModeInPort(3)[1]
     assert modes == ["DI", "DO", "DO", "DI", "DI", "DI", "DI", "DI"]
     for operation in ("DI_openPort", "DO_openPort"):
         with pytest.raises((pyqvx.DIPortNotAvaliableError, pyqvx.DOPortNotAvaliableError)):
-            call(operation, 3)
+            run(operation, 3)
     assert device.Sys_getPinModeInPort(3)[1] == modes
 
 
 @pytest.mark.parametrize(
     ("model", "outputs", "inputs"), [("FeroxD", 0, 1), ("SkylogE3AOD", 1, 2), ("CordlogF1DSNK", 1, 3)]
 )
-def test_fixed_directions_need_no_opening(lines, form, model, outputs, inputs):
-    call = form(lines(model, wire=f"do{outputs}=di{inputs}"))
-    assert call("DO_openPort", outputs) == call("DI_openPort", inputs) == 0
-    written = call("DO_writePort", outputs, 0x2D)
-    assert written == call("DI_readPort", inputs) == [1, 0, 1, 1, 0, 1, 0, 0]
+def test_fixed_directions_need_no_opening(lab, call, model, outputs, inputs):
+    run = partial(call, lab(model, wire=f"do{outputs}=di{inputs}"))
+    assert run("DO_openPort", outputs) == run("DI_openPort", inputs) == 0
+    written = run("DO_writePort", outputs, 0x2D)
+    assert written == run("DI_readPort", inputs) == [1, 0, 1, 1, 0, 1, 0, 0]
 
 
-def test_startup_and_the_port_as_a_whole(lines, form):
-    device = lines("CordlogF1D")
-    call = form(device)
-    assert call("DIO_loadStartup", 3) == [[0] * 8] * 3
+def test_startup_and_the_port_as_a_whole(lab, call):
+    device = lab("CordlogF1D")
+    run = partial(call, device)
+    assert run("DIO_loadStartup", 3) == [[0] * 8] * 3
     enabled, direction, state = [1, 1, 1, 0, 0, 0, 0, 0], [0, 1, 1, 0, 0, 0, 0, 0], [0, 0, 1, 0, 0, 0, 0, 0]
-    assert call("_DIO_saveStartup", 3, enabled, direction, state) == 0
-    assert call("DIO_loadStartup", 3) == [enabled, direction, state]
+    assert run("_DIO_saveStartup", 3, enabled, direction, state) == 0
+    assert run("DIO_loadStartup", 3) == [enabled, direction, state]
     with pytest.raises(pyqvx.FirmwarePinIndexError):
-        call("_DIO_saveStartup", 3, 0x40, 0, 0)
-    assert call("_DIO_setPortDO", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["DO"] * 6
-    assert call("_DIO_setPortDI", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["DI"] * 6
-    assert call("_DIO_setPortIdle", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["Idle"] * 6
+        run("_DIO_saveStartup", 3, 0x40, 0, 0)
+    assert run("_DIO_setPortDO", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["DO"] * 6
+    assert run("_DIO_setPortDI", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["DI"] * 6
+    assert run("_DIO_setPortIdle", 3) == 0 and device.Sys_getPinModeInPort(3)[1][:6] == ["Idle"] * 6
     url = device.serial_num
     device.Sys_reboot()
     device.disconnect()
     device.connect(url)
     assert device.Sys_getPinModeInPort(3)[1][:4] == ["DI", "DO", "DO", "Idle"]
-    assert call("DI_readPins", 3, [0, 1, 2]) == [0, 0, 1]
+    assert run("DI_readPins", 3, [0, 1, 2]) == [0, 0, 1]
 
 
-def test_single_commands(lines, form):
-    call = form(lines("CordlogF1D", wire="do0=di1"))
-    assert call("_setDIOCurrent", 0, 0x0F, 0x0F, 0x03, 0x01) == call("_DIO_setPortDI", 1) == 0
-    assert call("_getDIOCurrent", 0, 0xFF) == [
+def test_single_commands(lab, call):
+    run = partial(call, lab("CordlogF1D", wire="do0=di1"))
+    assert run("_setDIOCurrent", 0, 0x0F, 0x0F, 0x03, 0x01) == run("_DIO_setPortDI", 1) == 0
+    assert run("_getDIOCurrent", 0, 0xFF) == [
         [1, 1, 1, 1, 0, 0, 0, 0],
         [1, 1, 0, 0, 0, 0, 0, 0],
         [1, 0, 0, 0, 0, 0, 0, 0],
     ]
-    assert call("_setDIOState", 0, 0x03, 0x02) == 0
-    assert call("_readAndGetDI", 1, 0x3F) == [1, 0, 0, 0, 0, 0, 0, 0]
-    assert call("_writeDO", 0) == call("_readDI", 1) == 0
-    assert call("_getDIOState", 1, 0x3F) == [0, 1, 0, 0, 0, 0, 0, 0]
-    assert call("_toggleDIODirection", 0, 0x05, 0x04) == 0
-    assert call("_setAndWriteDO", 0, 0x02, 0) == [0, 0, 1, 0, 0, 0, 0, 0]
-    assert call("_toggleAndWriteDO", 0, 0x06) == [0, 1, 0, 0, 0, 0, 0, 0]
-    assert call("_closeDIOInPins", 0, [0, 1]) == call("_closeDIOInPort", 1) == 0
-    assert call("_getDIOCurrent", 0, 0xFF)[0] == [0, 0, 1, 1, 0, 0, 0, 0]
+    assert run("_setDIOState", 0, 0x03, 0x02) == 0
+    assert run("_readAndGetDI", 1, 0x3F) == [1, 0, 0, 0, 0, 0, 0, 0]
+    assert run("_writeDO", 0) == run("_readDI", 1) == 0
+    assert run("_getDIOState", 1, 0x3F) == [0, 1, 0, 0, 0, 0, 0, 0]
+    assert run("_toggleDIODirection", 0, 0x05, 0x04) == 0
+    assert run("_setAndWriteDO", 0, 0x02, 0) == [0, 0, 1, 0, 0, 0, 0, 0]
+    assert run("_toggleAndWriteDO", 0, 0x06) == [0, 1, 0, 0, 0, 0, 0, 0]
+    assert run("_closeDIOInPins", 0, [0, 1]) == run("_closeDIOInPort", 1) == 0
+    assert run("_getDIOCurrent", 0, 0xFF)[0] == [0, 0, 1, 1, 0, 0, 0, 0]
 
 
 @pytest.mark.parametrize("cls", DIO_MODELS, ids=lambda cls: cls.__name__)
@@ -150,18 +117,6 @@ def test_pin_tables(cls):
         assert device.di_dict == device.DI_getPinMap() != {}
         assert device._getPinIndexInInt([0, 1, 5]) == 0x23 and device._getPinIndexInInt(15) == 0x8000
         assert device._getPinIndexInList(5) == [5] and device._getPinIndexInList([5, 0]) == [5, 0]
-
-
-@pytest.mark.parametrize("cls", DIO_MODELS, ids=lambda cls: cls.__name__)
-def test_opening_by_model(cls, form):
-    pins_idle = bytes([0, 8, 0x11, 0x11, 0x11, 0x11])
-    device = connected(
-        FakeTransport({pyqvx.GET_PIN_MODE_OF_SLOT: pins_idle, pyqvx.SET_DIO_CURRENT: b"\0\0"}), cls
-    )
-    port, pins = next(iter(device.do_dict.items()))
-    assert form(device)("DO_openPins", port, pins[-1]) == 0
-    assert len(device.client_cmd.sent) == (0 if cls in FIXED else 2)
-    device.close()
 
 
 @pytest.mark.parametrize(("resend", "times"), [(True, 3), (False, 1)])

@@ -1,11 +1,13 @@
 """Golden bytes of every operation of every product, in both forms. `python test_golden.py` counts them."""
 
 import asyncio
+import inspect
 from collections import Counter
+from dataclasses import replace
 
 import pytest
 from fakes import FakeTransport, connect_to, connected
-from golden import ROWS
+from golden import ROWS, i2c_spi, serial_can
 from golden.row import products
 
 import pyqvx
@@ -108,11 +110,36 @@ def test_every_status_is_looked_at(bench, cls):
     short.close()
 
 
+def test_buses_raise_what_the_device_refuses():
+    """Every one of their replies is [port, status, ...]."""
+    device = connected(FakeTransport({}), pyqvx.CordlogF1CD)
+    device.resend = False
+    for row in i2c_spi.ROWS + serial_can.ROWS:
+        check(device, row, "blocking")
+        answered = [exchange for exchange in row.exchanges if exchange[2] is not None]
+        if answered and answered[-1][0] != pyqvx.GET_PIN_MODE_OF_SLOT:
+            code, sent, reply = answered.pop()
+            exchanges = (*answered, (code, sent, reply[:2] + "39"))
+            check(device, replace(row, exchanges=exchanges, result=pyqvx.FirmwareCANError), "blocking")
+    device.client_cmd.pool = None
+    device.close()
+
+
 @pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
 def test_every_operation_has_a_golden_row(cls):
     offered = operations(cls)
     assert len(offered) > 30
     assert offered - {row.name for row in rows_of(cls)} == set()
+
+
+@pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
+def test_docstrings_name_the_class_for_a_port_that_is_not_there(cls):
+    for name in operations(cls):
+        family = name.lstrip("_")[:2]
+        doc = inspect.getdoc(getattr(cls, name))
+        if name.startswith(("AI_", "_AI_", "AO_", "_AO_", "DI_", "DO_")) and "(port: int" in doc:
+            if name != "AI_readStreamingArray":  # as AI_readStreaming
+                assert f"{family}PortNotAvaliableError" in doc, name
 
 
 def test_every_row_is_of_some_product():

@@ -8,7 +8,7 @@ import time
 import weakref
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually, run_script
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks, run_script
 
 import pyqvx
 
@@ -174,6 +174,7 @@ def test_requests_of_the_same_command_share_the_replies(device):
     assert min(asyncio.run(main()) for _ in range(5)) < pyqvx.RETRY_TIMEOUT
 
 
+@forks
 def test_a_forked_child_gets_errors():
     device = connected(FakeTransport())
     device.client_cmd.pool = None

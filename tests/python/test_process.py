@@ -4,7 +4,7 @@ import signal
 import time
 
 import pytest
-from fakes import PATIENCE_S, run_script, start_script
+from fakes import PATIENCE_S, forks, run_script, start_script
 
 START = """
 import asyncio, gc, os, signal, sys, threading, time
@@ -84,6 +84,7 @@ with VirtualDevice(silent=True) as bench, pyqvx.FeroxA(verbose=False) as device:
     assert process.returncode == 0
 
 
+@forks
 def test_a_forked_child_leaves_the_parents_connection_alone():
     output = run_script(
         START

@@ -8,9 +8,10 @@ import sys
 import threading
 import time
 import tomllib
+import warnings
 
 import pytest
-from fakes import PATIENCE_S, ROOT, environment
+from fakes import PATIENCE_S, ROOT, environment, eventually
 
 import pyqvx
 
@@ -94,12 +95,18 @@ def test_recv_without_timeout_waits_until_something_comes(pair):
     assert failures
 
 
-def test_own_messages_on_demand(urls):
+def test_own_messages_on_demand(urls, caplog):
     with QvxBus(urls[0], receive_own_messages=True) as a, QvxBus(urls[1]) as b:
         a.send(message(3))
         own = a.recv(PATIENCE_S)
         assert own.arbitration_id == 3 and not own.is_rx and own.timestamp > 1.7e9
         assert b.recv(PATIENCE_S).is_rx
+        # With nobody who receives them, the queue is full at some time; what is sent is sent.
+        frames = a._device.can_frame_queue
+        a._device.can_data_queue.put(bytes(13 * frames.maxsize))
+        assert eventually(frames.full)
+        a.send(message(4))
+        assert "own message is lost" in caplog.text and b.recv(PATIENCE_S).arbitration_id == 4
 
 
 @pytest.mark.parametrize(
@@ -174,12 +181,18 @@ def test_what_is_no_bus(urls):
         pass
 
 
-def test_detection_finds_usb_devices_with_a_bus(monkeypatch):
-    attached = [("A", "Cordlog-F1-CD"), ("B", "Cordlog-F1-D")]
-    monkeypatch.setattr(pyqvx.USBDevice, "_getAllUSBDevices", lambda self: attached, raising=False)
-    assert QvxBus._detect_available_configs() == [
-        {"interface": "qvx", "channel": "A", "model": "CordlogF1CD"}
-    ]
+def test_detection_finds_usb_devices_with_a_bus(monkeypatch, capfd):
+    def attached(handle):
+        pyqvx.ExtLibNotFoundWarning()
+        return [("A", "Cordlog-F1-CD"), ("B", "Cordlog-F1-D")]
+
+    monkeypatch.setattr(pyqvx.USBDevice, "_getAllUSBDevices", attached, raising=False)
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        assert QvxBus._detect_available_configs() == [
+            {"interface": "qvx", "channel": "A", "model": "CordlogF1CD"}
+        ]
+    assert capfd.readouterr() == ("", "")
 
 
 @pytest.fixture

@@ -40,7 +40,7 @@ int AIOperations::AI_enableChannel(const Argument& port, const Argument& channel
   const int number = _checkAIPort(port);
   const int count = _checkAIChannel(channel);
   const int status = setting(SET_AI_ENABLED_CS, number, payload(u8(count)), timeout);
-  ai_num_channels = count;
+  setNumChannels(count);
   return status;
 }
 

@@ -18,6 +18,7 @@
 
 #include <array>
 #include <atomic>
+#include <deque>
 #include <map>
 #include <memory>
 #include <vector>
@@ -31,6 +32,7 @@ struct AIConfiguration {
   int num_channels = 8;                   // at start
   double max_rate = 0;                    // Hz
   bool variable = false;                  // the commands of a changing number of channels
+  int pin_ports_from = 0;                 // where the ports' pins have their numbers in the pin query
 };
 
 using SampleQueue = SignalQueue<double>;
@@ -70,6 +72,7 @@ class AIUnion {
   virtual void closeGate() {}
 
   Link link_;
+  const int pin_ports_from_;
 
  private:
   void openOrClose(bool open, const Argument& port, const Argument& timeout);
@@ -125,6 +128,8 @@ class AIBased : public AIUnion {
   // The decoder thread may run decode() from here on: the last thing a subclass's constructor does.
   void startDecoder();
   void setChipSelects(int port, std::vector<int> chips);
+  // For blocks that come from now on; what is raw yet keeps the number with which it was sampled.
+  void setNumChannels(int channels);
   // Asks for one sample; reply: port, status, a value for each channel.
   std::vector<double> readSample(int cmd, int port, const Argument& timeout) const;
 
@@ -139,7 +144,15 @@ class AIBased : public AIUnion {
   mutable std::mutex chips_mutex_;  // guards chip_select_
   std::map<int, std::vector<int>> chip_select_{{0, {0}}, {1, {0}}, {3, {0}}};
   OverflowReport overflow_{ErrorId::AIQueueOverflowWarning};
-  std::vector<double> volts_;  // decoder's thread only
+  // The channels of raw blocks, from that place in their queue on.
+  struct Width {
+    std::uint64_t from;
+    int channels;
+  };
+  std::size_t channelsAt(std::size_t index, std::uint64_t place);
+  std::mutex widths_mutex_;                // guards widths_; a raw queue's own may be taken under it
+  std::vector<std::deque<Width>> widths_;  // by queue
+  std::vector<double> volts_;              // decoder's thread only
   std::unique_ptr<StreamDecoder> decoder_;
 };
 

@@ -50,14 +50,11 @@ AIUnion::AIUnion(Link link, AIConfiguration configuration)
       ai_ratio(configuration.ratio),
       ai_max_rate(configuration.max_rate),
       ai_num_channels(configuration.num_channels),
-      link_(link) {}
+      link_(link),
+      pin_ports_from_(configuration.pin_ports_from) {}
 
 int AIUnion::_checkAIPort(const Argument& port) const {
-  const auto number = checkedInt(port, "port");
-  if (number < 0 || number > 255 || !ai_dict.contains(static_cast<int>(number))) {
-    fail(ErrorId::AIPortNotAvaliableError);
-  }
-  return static_cast<int>(number);
+  return checkedKey(port, "port", ai_dict, ErrorId::AIPortNotAvaliableError);
 }
 
 int AIUnion::_convertAITriggerModeToMask(const Argument& mode) {
@@ -111,6 +108,7 @@ AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int str
     : AIUnion(link, std::move(configuration)), ai_echo_cmd(echo_cmd), ai_strm_cmd(strm_cmd), value_size_(value_size) {
   for (std::size_t i = 0; i < ai_dict.size(); ++i) {
     signal_.push_back(std::make_shared<SampleQueue>(QUEUE_SIZE_MAX));
+    widths_.push_back({{0, ai_num_channels}});
   }
 }
 
@@ -131,7 +129,7 @@ void AIBased::startDecoder() {
 // An incomplete sample at the end of a block is no sample; neither is the lone status with which a device acknowledges
 // or refuses a start.
 void AIBased::decodeBlock(std::size_t index, const Bytes& block) {
-  const auto channels = static_cast<std::size_t>(ai_num_channels.load());
+  const std::size_t channels = channelsAt(index, decoder_->place());
   const std::size_t samples = block.size() / (value_size_ * channels);
   volts_.resize(samples * channels);
   decode(block, volts_);
@@ -148,6 +146,28 @@ void AIBased::_AI_free() {
   for (const auto& queue : signal_) {
     queue->close();
   }
+}
+
+void AIBased::setNumChannels(int channels) {
+  const std::lock_guard lock(widths_mutex_);
+  for (std::size_t index = 0; index < widths_.size(); ++index) {
+    const std::uint64_t from = rawQueues()[index]->arrived();
+    auto& widths = widths_[index];
+    if (widths.back().from == from) {
+      widths.pop_back();
+    }
+    widths.push_back({from, channels});
+  }
+  ai_num_channels = channels;
+}
+
+std::size_t AIBased::channelsAt(std::size_t index, std::uint64_t place) {
+  const std::lock_guard lock(widths_mutex_);
+  auto& widths = widths_[index];
+  while (widths.size() > 1 && widths[1].from <= place) {
+    widths.pop_front();
+  }
+  return static_cast<std::size_t>(widths.front().channels);
 }
 
 int AIBased::portOfSlot(const Argument& slot) const {
@@ -215,11 +235,7 @@ int AIBased::AI_setMode(const Argument& port, const Argument& mode, const Argume
 
 int AIBased::AI_setNumSamples(const Argument& port, const Argument& num_samples, const Argument& timeout) {
   const int number = portOfSlot(port);
-  const auto count = checkedInt(num_samples, "num_samples");
-  if (count < 0 || count > 0xFFFFFFFF) {
-    fail(ErrorId::InputDataNotInRangeError, "num_samples takes 0 to 4294967295, not " + num_samples.show());
-  }
-  return setting(SET_AI_NUM_SAMPLES, number, payload(u32(count)), timeout);
+  return setting(SET_AI_NUM_SAMPLES, number, payload(u32(checkedU32(num_samples, "num_samples"))), timeout);
 }
 
 int AIBased::AI_setSamplingRate(const Argument& port, const Argument& sampling_rate, const Argument& timeout) {
@@ -270,14 +286,14 @@ std::vector<int> AIBased::_checkAIChipSelect(const Argument& chip_select) {
     chips.push_back(checkedRange(chip, "chip_select", 0, 2, ErrorId::AICSNotAvaliableError));
   }
   if (chips.empty()) {
-    fail(ErrorId::AICSNotAvaliableError, "chip_select names at least one chip.");
+    refuse(ErrorId::AICSNotAvaliableError, "chip_select", "at least one chip is needed");
   }
   return chips;
 }
 
 int AIBased::_ckeckAISamplingRate(const Argument& port, const Argument& sampling_rate) const {
   const int number = _checkAIPort(port);
-  const auto rate = checkedInt(sampling_rate, "sampling_rate");
+  int most = 1 << 24;  // beyond it binary32 no longer holds every integer
   const auto limit = std::find_if(kRateLimits.begin(), kRateLimits.end(),
                                   [this](const RateLimit& row) { return row.product == link_.product(); });
   if (limit != kRateLimits.end()) {
@@ -287,25 +303,14 @@ int AIBased::_ckeckAISamplingRate(const Argument& port, const Argument& sampling
       std::sort(chips.begin(), chips.end());
       in_use = static_cast<std::size_t>(std::unique(chips.begin(), chips.end()) - chips.begin());
     }
-    if (rate > limit->hz.at(std::clamp<std::size_t>(in_use, 1, limit->hz.size()) - 1)) {
-      fail(ErrorId::AIRateNotVaildError);
-    }
+    most = limit->hz.at(std::clamp<std::size_t>(in_use, 1, limit->hz.size()) - 1);
   }
-  constexpr std::int64_t kWireLimit = 1 << 24;  // beyond it binary32 no longer holds every integer
-  if (rate <= 0 || rate > kWireLimit) {
-    fail(ErrorId::AIRateNotVaildError);
-  }
-  return static_cast<int>(rate);
+  return checkedRange(sampling_rate, "sampling_rate", 1, most, ErrorId::AIRateNotVaildError);
 }
 
 void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
   const int number = _checkAIPort(port);
-  const auto [count, modes] = readPinModes(link_, number, checkedTimeout(timeout));
-  const auto used = std::min(static_cast<std::size_t>(count), modes.size());
-  if (used == 0 || !std::all_of(modes.begin(), modes.begin() + static_cast<std::ptrdiff_t>(used),
-                                [](const std::string& mode) { return mode == "ADC"; })) {
-    fail(ErrorId::AIPortNotAvaliableError);
-  }
+  checkPinsAre(link_, "ADC", number + pin_ports_from_, checkedTimeout(timeout), ErrorId::AIPortNotAvaliableError);
 }
 
 Samples AIBased::take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform) {

@@ -20,7 +20,7 @@ double checkedReal(const Argument& value, std::string_view what) {
   const double number = checkedNumber(value, what);
   constexpr double kLargest = std::numeric_limits<float>::max();
   if (number < -kLargest || number > kLargest) {
-    fail(ErrorId::InputDataNotInRangeError, std::string(what) + " takes a finite number, not " + value.show());
+    refuse(ErrorId::InputDataNotInRangeError, what, value.show() + " is not finite as a real of 32 bits");
   }
   return number;
 }
@@ -56,11 +56,7 @@ std::vector<int> AOBased::_AO_getPinMapPort(const Argument& port) {
 }
 
 int AOBased::_checkAOPort(const Argument& port) const {
-  const int number = checkedRange(port, "port", 0, 255, ErrorId::AOPortNotAvaliableError);
-  if (!ao_dict.contains(number)) {
-    fail(ErrorId::AOPortNotAvaliableError);
-  }
-  return number;
+  return checkedKey(port, "port", ao_dict, ErrorId::AOPortNotAvaliableError);
 }
 
 int AOBased::_checkAOChannel(const Argument& channel) {
@@ -80,7 +76,7 @@ int AOBased::_checkAOSpan(const Argument& span) {
 }
 
 int AOBased::_ckeckAOSamplingRate(const Argument& rate) const {
-  return checkedRange(rate, "rate", 1, ao_rate, ErrorId::AORateNotVaildError);
+  return checkedRange(rate, "sampling_rate", 1, ao_rate, ErrorId::AORateNotVaildError);
 }
 
 bool AOBased::_checkAONumOfValues(const Argument& count) {
@@ -89,12 +85,7 @@ bool AOBased::_checkAONumOfValues(const Argument& count) {
 
 void AOBased::_checkAOPinState(const Argument& port, const Argument& timeout) {
   const int number = _checkAOPort(port);
-  const auto [count, modes] = readPinModes(link_, number, checkedTimeout(timeout));
-  const auto used = std::min(static_cast<std::size_t>(count), modes.size());
-  if (used == 0 || !std::all_of(modes.begin(), modes.begin() + static_cast<std::ptrdiff_t>(used),
-                                [](const std::string& mode) { return mode == "Idle"; })) {
-    fail(ErrorId::AOPortNotAvaliableError);
-  }
+  checkPinsAre(link_, "Idle", number, checkedTimeout(timeout), ErrorId::AOPortNotAvaliableError);
 }
 
 int AOBased::portOfSlot(const Argument& slot) const {
@@ -107,8 +98,8 @@ int AOBased::portOfSlot(const Argument& slot) const {
 double AOBased::checkedVolts(const Argument& value, std::string_view what) const {
   const double volts = checkedNumber(value, what);
   if (volts < ao_volt_min || volts > ao_volt_max) {
-    fail(ErrorId::InputDataNotInRangeError, std::string(what) + " takes " + Argument(ao_volt_min).show() + " to " +
-                                                Argument(ao_volt_max).show() + " V, not " + value.show());
+    refuse(ErrorId::InputDataNotInRangeError, what,
+           value.show() + " is not in " + Argument(ao_volt_min).show() + ".." + Argument(ao_volt_max).show() + " V");
   }
   return volts;
 }
@@ -171,8 +162,8 @@ int AOOperations::AO_writeAllChannels(const Argument& port, const Argument& valu
   std::vector<double> volts = checkedVoltsList(value_list, "value_list");
   const auto channels = static_cast<std::size_t>(ao_channel);
   if (volts.size() > channels) {
-    fail(ErrorId::PinsValueNotDefineError, std::to_string(volts.size()) + " values are more than the " +
-                                               std::to_string(channels) + " channels of this product.");
+    refuse(ErrorId::PinsValueNotDefineError, "value_list",
+           std::to_string(volts.size()) + " values for " + std::to_string(channels) + " channels");
   }
   volts.resize(channels);
   return setting(WRITE_AO_SYNCHRONIZED, number, realFields(volts), timeout);
@@ -211,11 +202,7 @@ int AOStreamingOperations::AO_setSamplingRate(const Argument& port, const Argume
 int AOStreamingOperations::AO_setNumSamples(const Argument& port, const Argument& num_samples,
                                             const Argument& timeout) {
   const int number = _checkAOPort(port);
-  const auto count = checkedInt(num_samples, "num_samples");
-  if (count < 0 || count > std::numeric_limits<std::uint32_t>::max()) {
-    fail(ErrorId::InputDataNotInRangeError, "num_samples takes 0 to 4294967295, not " + num_samples.show());
-  }
-  return setting(SET_AO_NUM_SAMPLES, number, payload(u32(count)), timeout);
+  return setting(SET_AO_NUM_SAMPLES, number, payload(u32(checkedU32(num_samples, "num_samples"))), timeout);
 }
 
 int AOStreamingOperations::AO_setEnableChannels(const Argument& port, const Argument& channel_list,
@@ -282,8 +269,8 @@ int AOStreamingOperations::_AO_pushToBuffer(const Argument& port, const Argument
   const auto count = checkedInt(num_of_val, "num_of_val");
   const std::vector<double> volts = checkedVoltsList(value_list, "value_list");
   if (count != static_cast<std::int64_t>(volts.size())) {
-    fail(ErrorId::PinsValueNotDefineError,
-         "num_of_val is " + num_of_val.show() + " for " + std::to_string(volts.size()) + " values.");
+    refuse(ErrorId::PinsValueNotDefineError, "num_of_val",
+           num_of_val.show() + " for " + std::to_string(volts.size()) + " values");
   }
   std::span<const double> rest = volts;
   do {

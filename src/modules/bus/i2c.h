@@ -7,8 +7,8 @@
 // they send, and may be called by any thread. Arguments are checked before anything is sent: a port that the product
 // does not have raises I2CPortNotAvaliableError, a wrong type InputTypeNotCorrectError. Each also raises
 // ReceivePacketTimeoutError, the connection's class, and the class of a firmware status other than 0; the device
-// refuses transfers that are too long for it. "Status" results are 0. Requests carry the port u8 first; replies the
-// port u8, then the status u8.
+// refuses transfers that are too long for it, and a packet has room for 65534 bytes. "Status" results are 0. Requests
+// carry the port u8 first; replies the port u8, then the status u8.
 #pragma once
 
 #include "modules/bus/ports.h"

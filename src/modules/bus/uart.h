@@ -97,7 +97,8 @@ class UARTOperations : public UARTBased {
   // At most `bytes_to_read` bytes (-1: all that are there), waiting for them at most `delay` seconds.
   Bytes UART_read(const Argument& port, const Argument& bytes_to_read, const Argument& delay);
   int UART_reset(const Argument& port, const Argument& timeout);
-  // Not waiting for an acknowledgement: a device may send one or not.
+  // Not waiting for an acknowledgement: a device may send one or not. Not while the port is read: behind data an
+  // acknowledgement cannot be told from a received byte.
   int _UART_startReading(const Argument& port);
   int UART_stopReading(const Argument& port, const Argument& timeout);
 };

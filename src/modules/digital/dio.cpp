@@ -51,9 +51,9 @@ PinStates DIOOperations::states(const Reply& reply, std::size_t index) const {
 int DIOOperations::open(Direction direction, const Argument& port, const Argument* pin, const Argument& timeout) const {
   const double seconds = checkedTimeout(timeout);
   if (hasFixedDirections(link_.product())) {
-    checkedRange(port, "port", 0, 255, portError(direction));
+    checkedInt(port, "port");
     if (pin != nullptr) {
-      _getPinIndexInList(*pin);
+      checkPinType(*pin);
     }
     return 0;
   }
@@ -61,9 +61,10 @@ int DIOOperations::open(Direction direction, const Argument& port, const Argumen
   const auto modes = readPinModes(link_, selected.port, seconds).second;
   for (const int chosen : selected.pins) {
     const auto index = static_cast<std::size_t>(chosen);
-    if (index >= modes.size() ||
-        (modes[index] != "Idle" && modes[index] != (direction == Direction::Input ? "DI" : "DO"))) {
-      fail(portError(direction));
+    const std::string mode = index < modes.size() ? modes[index] : "not there";
+    if (mode != "Idle" && mode != (direction == Direction::Input ? "DI" : "DO")) {
+      refuse(portError(direction), "port",
+             std::to_string(selected.port) + ", pin " + std::to_string(chosen) + " is " + mode);
     }
   }
   const std::uint16_t mask = selected.mask();
@@ -119,11 +120,7 @@ int DIOOperations::DO_closePort(const Argument& port, const Argument& timeout) {
 
 int DIOOperations::_closeDIOInPins(const Argument& port, const Argument& pin, const Argument& timeout) {
   const PinSelection all = selectAll(port);
-  const PinSelection chosen{all.port, _getPinIndexInList(pin)};
-  if ((chosen.mask() & ~all.mask()) != 0) {
-    fail(ErrorId::PinsNotExistError);
-  }
-  return close(chosen, timeout);
+  return close({all.port, pinsAmong(all.pins, pin)}, timeout);
 }
 
 int DIOOperations::_closeDIOInPort(const Argument& port, const Argument& timeout) {

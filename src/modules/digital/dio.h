@@ -18,6 +18,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <vector>
 
 namespace qvx {
@@ -73,6 +74,10 @@ class DIOBased {
   static ErrorId portError(Direction direction);
   // `pin`: nullptr stands for all pins that the port has in this direction.
   PinSelection select(Direction direction, const Argument& port, const Argument* pin) const;
+  // An int or a list of ints: its items.
+  static std::span<const Argument> checkPinType(const Argument& pin);
+  // The pins that `pin` names, each one of `there`; else PinsNotExistError.
+  static std::vector<int> pinsAmong(const std::vector<int>& there, const Argument& pin);
   // A port of either direction.
   int checkAnyPort(const Argument& port) const;
   // All pins that a port of either direction has.
@@ -90,7 +95,8 @@ class DIOOperations : public DIOBased {
   using DIOBased::DIOBased;
 
   // Opens pins that are idle or have the direction already; else the port error of the direction. Products whose pins
-  // have a fixed direction need no opening: nothing is sent.
+  // have a fixed direction need no opening: nothing is sent, and which ports and pins there are is not asked. Reading,
+  // writing and closing check that as everywhere.
   int DI_openPins(const Argument& port, const Argument& pin, const Argument& timeout);
   int DI_openPort(const Argument& port, const Argument& timeout);
   int DO_openPins(const Argument& port, const Argument& pin, const Argument& timeout);

@@ -2,7 +2,9 @@
 #include "modules/digital/dio.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
+#include <utility>
 
 namespace qvx {
 namespace {
@@ -21,16 +23,22 @@ DIOBased::DIOBased(Link link, DIOConfiguration configuration)
       dio_num_pins_per_port(configuration.pins_per_port),
       link_(link) {}
 
+std::span<const Argument> DIOBased::checkPinType(const Argument& pin) {
+  const bool list = pin.kind() == Argument::Kind::List;
+  const std::span<const Argument> each = list ? std::span(pin.items()) : std::span(&pin, 1);
+  for (const Argument& item : each) {
+    checkedInt(item, "pin");
+  }
+  return each;
+}
+
 std::vector<int> DIOBased::_getPinIndexInList(const Argument& pin) {
   std::vector<int> pins;
-  if (pin.kind() != Argument::Kind::List) {
-    return {checkedRange(pin, "pin", 0, kHighestPin, ErrorId::PinsNotExistError)};
-  }
-  for (const Argument& item : pin.items()) {
+  for (const Argument& item : checkPinType(pin)) {
     pins.push_back(checkedRange(item, "pin", 0, kHighestPin, ErrorId::PinsNotExistError));
   }
   if (pins.empty()) {
-    fail(ErrorId::PinsNotExistError, "pin names at least one pin.");
+    refuse(ErrorId::PinsNotExistError, "pin", "at least one pin is needed");
   }
   return pins;
 }
@@ -45,37 +53,33 @@ ErrorId DIOBased::portError(Direction direction) {
 
 PinSelection DIOBased::select(Direction direction, const Argument& port, const Argument* pin) const {
   const PinMap& ports = direction == Direction::Input ? di_dict : do_dict;
-  const int number = checkedRange(port, "port", 0, 255, portError(direction));
-  const auto found = ports.find(number);
-  if (found == ports.end()) {
-    fail(portError(direction));
-  }
-  const auto& there = found->second;
-  PinSelection selected{number, pin != nullptr ? _getPinIndexInList(*pin) : there};
-  for (const int chosen : selected.pins) {
+  const int number = checkedKey(port, "port", ports, portError(direction));
+  const std::vector<int>& there = ports.at(number);
+  return {number, pin != nullptr ? pinsAmong(there, *pin) : there};
+}
+
+std::vector<int> DIOBased::pinsAmong(const std::vector<int>& there, const Argument& pin) {
+  std::vector<int> pins = _getPinIndexInList(pin);
+  for (const int chosen : pins) {
     if (std::find(there.begin(), there.end(), chosen) == there.end()) {
-      fail(ErrorId::PinsNotExistError);
+      refuseChoice(ErrorId::PinsNotExistError, chosen, "pin", there);
     }
   }
-  return selected;
+  return pins;
 }
 
 int DIOBased::checkAnyPort(const Argument& port) const {
-  const int number = checkedRange(port, "port", 0, 255, ErrorId::DIPortNotAvaliableError);
-  if (!di_dict.contains(number) && !do_dict.contains(number)) {
-    fail(ErrorId::DIPortNotAvaliableError);
-  }
-  return number;
+  return selectAll(port).port;
 }
 
 PinSelection DIOBased::selectAll(const Argument& port) const {
-  PinSelection selected{checkAnyPort(port), {}};
-  for (const PinMap* ports : {&di_dict, &do_dict}) {
-    if (const auto found = ports->find(selected.port); found != ports->end()) {
-      selected.pins.insert(selected.pins.end(), found->second.begin(), found->second.end());
-    }
+  PinMap ports = di_dict;
+  for (const auto& [number, outputs] : do_dict) {
+    const std::vector<int> inputs = std::exchange(ports[number], {});
+    std::set_union(inputs.begin(), inputs.end(), outputs.begin(), outputs.end(), std::back_inserter(ports[number]));
   }
-  return selected;
+  const int number = checkedKey(port, "port", ports, ErrorId::DIPortNotAvaliableError);
+  return {number, ports.at(number)};
 }
 
 std::uint16_t DIOBased::checkStates(const Argument& states, std::string_view what) const {
@@ -88,18 +92,21 @@ std::uint16_t DIOBased::checkStates(const Argument& states, std::string_view wha
 }
 
 std::uint16_t DIOBased::checkValues(const std::vector<int>& pins, const Argument& value, std::string_view what) {
-  if (value.kind() != Argument::Kind::List) {
-    fail(ErrorId::InputTypeNotCorrectError, std::string(what) + " takes a list of ints, not " + value.typeName());
+  const std::vector<Argument>& items = checkedList(value, what);
+  const auto other = std::find_if(items.begin(), items.end(),
+                                  [&](const Argument& item) { return item.typeName() != items.front().typeName(); });
+  if (other != items.end()) {
+    refuse(ErrorId::InputTypeNotConsistentError, what,
+           items.front().typeName() + " and " + other->typeName() + " in one list");
   }
   std::vector<int> bits;
-  for (const Argument& item : value.items()) {
-    if (item.typeName() != value.items().front().typeName()) {
-      fail(ErrorId::InputTypeNotConsistentError);
-    }
+  bits.reserve(items.size());
+  for (const Argument& item : items) {
     bits.push_back(static_cast<int>(std::clamp<std::int64_t>(checkedInt(item, what), 0, 1)));
   }
   if (bits.size() != pins.size()) {
-    fail(ErrorId::PinsValueNotDefineError);
+    refuse(ErrorId::PinsValueNotDefineError, what,
+           std::to_string(bits.size()) + " values for " + std::to_string(pins.size()) + " pins");
   }
   return static_cast<std::uint16_t>(convertIndexAndBinaryListsToInt(pins, bits));
 }

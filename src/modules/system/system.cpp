@@ -12,6 +12,8 @@ namespace {
 constexpr std::size_t kPinsPerPort = 8;
 constexpr int kYearBase = 1900;
 constexpr int kSerialNumberLength = 8;
+constexpr std::size_t kLongestAlias = 64;
+constexpr std::size_t kPageSize = 64;  // bytes of an EEPROM page
 
 template <std::size_t N>
 std::string nameOf(const std::array<const char*, N>& names, std::size_t number, int cmd) {
@@ -32,6 +34,14 @@ Bytes checkedPlainText(const Argument& value, std::string_view what) {
     }
   }
   return {text.begin(), text.end()};
+}
+
+Bytes checkedLength(Bytes bytes, std::string_view what, std::size_t most) {
+  if (bytes.size() > most) {
+    fail(ErrorId::InputDataNotInRangeError,
+         std::string(what) + " takes at most " + std::to_string(most) + " bytes, not " + std::to_string(bytes.size()));
+  }
+  return bytes;
 }
 
 bool isWireless(const Link& link) {
@@ -61,6 +71,19 @@ PinModes readPinModes(const Link& link, int port, double timeout) {
     result.second.push_back(nameOf(kPinModes, (packed >> (4 * pin)) & 0xF, GET_PIN_MODE_OF_SLOT));
   }
   return result;
+}
+
+void checkPinsAre(const Link& link, std::string_view mode, int port, double timeout, ErrorId not_available) {
+  const auto [count, modes] = readPinModes(link, port, timeout);
+  const auto used = std::min(static_cast<std::size_t>(count), modes.size());
+  if (used == 0) {
+    refuse(not_available, "port", "the device has no pins there");
+  }
+  for (std::size_t pin = 0; pin < used; ++pin) {
+    if (modes[pin] != mode) {
+      refuse(not_available, "port", "pin " + std::to_string(pin) + " is " + modes[pin] + ", not " + std::string(mode));
+    }
+  }
 }
 
 int SystemBased::_checkLUMASlot(const Argument& slot) {
@@ -106,7 +129,8 @@ std::string SystemOperations::Sys_getDeviceAlias(const Argument& timeout) {
 }
 
 int SystemOperations::Sys_setDeviceAlias(const Argument& alias, const Argument& timeout) {
-  return request(SET_DEV_ALIAS, checkedPlainText(alias, "alias"), timeout).status(0);
+  return request(SET_DEV_ALIAS, checkedLength(checkedPlainText(alias, "alias"), "alias", kLongestAlias), timeout)
+      .status(0);
 }
 
 PinModes SystemOperations::Sys_getPinModeInPort(const Argument& port, const Argument& timeout) {
@@ -200,7 +224,8 @@ std::vector<int> SystemOperations::_getEEPROMPage(const Argument& page_number, c
 
 int SystemOperations::_setEEPROMPage(const Argument& page_number, const Argument& int_list, const Argument& timeout) {
   const int page = checkedRange(page_number, "page_number", 0, 255);
-  return request(SET_EEPROM_PAGE, payload(u8(page), checkedByteList(int_list, "int_list")), timeout).status(0);
+  const Bytes bytes = checkedLength(checkedByteList(int_list, "int_list"), "int_list", kPageSize);
+  return request(SET_EEPROM_PAGE, payload(u8(page), bytes), timeout).status(0);
 }
 
 std::vector<int> SystemOperations::_getEEPROMDevice(const Argument& device_number, const Argument& timeout) {

@@ -27,6 +27,8 @@ using PinModes = std::pair<int, std::vector<std::string>>;
 // GET_PIN_MODE_OF_SLOT, payload: port u8. Reply: status, number of pins u8, u32 whose bits 4i..4i+3 are the mode of pin
 // i.
 PinModes readPinModes(const Link& link, int port, double timeout);
+// All pins of a port must have this mode, else `not_available`.
+void checkPinsAre(const Link& link, std::string_view mode, int port, double timeout, ErrorId not_available);
 
 // A product gives this module nothing.
 struct SystemConfiguration {};

@@ -25,6 +25,7 @@ void expectFailure(const std::function<void()>& check, ErrorId id, const std::st
 TEST(Argument, ShowsValues) {
   EXPECT_EQ(Argument().show(), "None");
   EXPECT_EQ(Argument(-3).show(), "-3");
+  EXPECT_EQ(Argument::intOf(1, "bool").show() + Argument::intOf(1, "Color").show(), "True1");
   EXPECT_EQ(Argument(1.0).show(), "1.0");
   EXPECT_EQ(Argument(0.1).show(), "0.1");
   EXPECT_EQ(Argument(1e300).show(), "1e+300");
@@ -54,8 +55,16 @@ TEST(Argument, RangesHoldAtTheirEnds) {
   EXPECT_EQ(checkedRange(2, "mode", 0, 2), 2);
   for (const Argument& value : {Argument(-1), Argument(3), Argument::hugeInt(true), Argument::hugeInt(false)}) {
     expectFailure([&] { checkedRange(value, "mode", 0, 2, ErrorId::AIModeNotAvaliableError); },
-                  ErrorId::AIModeNotAvaliableError, "The AI mode is not valid or is not recognized.");
+                  ErrorId::AIModeNotAvaliableError,
+                  "The AI mode is not valid or is not recognized. (mode: " + value.show() + " is not in 0..2)");
   }
+  const std::map<int, char> ports{{0, 'a'}, {3, 'b'}};
+  EXPECT_EQ(checkedKey(3, "port", ports, ErrorId::AIPortNotAvaliableError), 3);
+  for (const Argument& value : {Argument(1), Argument(std::int64_t{1} << 32), Argument::hugeInt(true)}) {
+    expectFailure([&] { checkedKey(value, "port", ports, ErrorId::AIPortNotAvaliableError); },
+                  ErrorId::AIPortNotAvaliableError, "(port: " + value.show() + " is not in [0, 3])");
+  }
+  EXPECT_EQ(checkedU32(std::int64_t{4294967295}, "number"), 4294967295U);
   EXPECT_EQ(checkedByteList(Items{0, 255}, "data"), (Bytes{0, 255}));
   EXPECT_EQ(checkedByteList(Items{}, "data"), Bytes{});
   constexpr auto kRange = ErrorId::InputDataNotInRangeError;

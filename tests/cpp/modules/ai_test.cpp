@@ -131,6 +131,30 @@ TEST(AI, LimitsTheSamplingRateByProduct) {
   }
 }
 
+// Raw blocks wait while the gate is closed, or for a slow decoder; the number of channels changes meanwhile.
+TEST(AI, BlocksKeepTheNumberOfChannelsWithWhichTheyWereSampled) {
+  Bench bench(ProductId::CordlogF1AD, cordlogPorts());
+  bench.replies = {{SET_AI_ENABLED_CS, {1, 0}}, {OPEN_AI, {1, 0}}, {CLOSE_AI, {1, 0}}};
+  for (int round = 0; round < 2; ++round) {
+    for (const std::uint8_t channels : {2, 5, 1, 8}) {
+      bench.ai.AI_enableChannel(1, 7, kTimeout);  // nothing comes with these
+      bench.ai.AI_enableChannel(1, channels, kTimeout);
+      Bytes block(1 + 2 * std::size_t{channels});
+      block[0] = 1;
+      bench.device.putToDataPool(START_AI_STREAMING_VARIABLE, block);
+    }
+    bench.ai.AI_enableChannel(1, 3, kTimeout);
+    bench.ai.AI_open(1, kTimeout);
+    std::vector<std::size_t> widths;
+    for (const auto& piece : bench.ai.AI_readStreaming(1, 4, kTimeout)) {
+      widths.insert(widths.end(), piece.rows(), piece.width);
+    }
+    EXPECT_EQ(widths, (std::vector<std::size_t>{2, 5, 1, 8}));
+    bench.ai.AI_close(1, kTimeout);
+    EXPECT_TRUE(bench.ai.decoder().gate().waitParked(Clock::now() + kPatience));
+  }
+}
+
 TEST(AI, LumaRefusesOtherSlotsAndChips) {
   constexpr const char* kPort = "AIPortNotAvaliableError";
   std::vector<Refusal> rows;

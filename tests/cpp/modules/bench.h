@@ -3,8 +3,6 @@
 
 #include "modules/analog/ai.h"
 #include "modules/analog/ao.h"
-#include "modules/bus/i2c.h"
-#include "modules/bus/spi.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
 #include "modules/system/system.h"
@@ -40,9 +38,6 @@ struct Bench {
                     {.inputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {4, {0, 1}}},
                      .outputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {5, {6, 7}}}}};
   AOStreamingOperations ao{Link(device), {.ports = {{0, {0, 1, 2}}, {3, {0}}}, .channels = 3}};
-
-  I2COperations i2c{Link(device), {{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}}};
-  SPIOperations spi{Link(device), {{{1, {{2, 0}, {2, 1}, {2, 2}, {2, 3}}}, {2, {{2, 4}, {3, 2}}}}}};
 
   explicit Bench(ProductId product = ProductId::FeroxA,
                  AIConfiguration configuration = {.ports = {{0, {0, 1}}}, .num_channels = 2})

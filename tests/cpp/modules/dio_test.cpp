@@ -7,6 +7,10 @@ namespace {
 
 using List = std::vector<Argument>;
 
+Argument pythonsTrue() {
+  return Argument::intOf(1, "bool");
+}
+
 // Ports of fewer pins than eight, of which each has a place in the mask all the same.
 TEST(DIO, PinsThatAreNotThereStayOut) {
   const std::vector<Golden> rows{
@@ -53,6 +57,16 @@ TEST(DIO, RefusesPinsAndPortsOfTheOtherDirection) {
                     {"no pin 5", [](Bench& b) { b.dio.DO_togglePins(2, 5, kTimeout); }, "PinsNotExistError"},
                     {"7 states of 6 or 8", [](Bench& b) { b.dio.DO_writePort(2, List(7, 1), kTimeout); },
                      "PinsValueNotDefineError"},
+                    {"a bool and ints",
+                     [](Bench& b) {
+                       b.dio.DO_writePins(0, List{0, 1}, List{pythonsTrue(), 1}, kTimeout);
+                     },
+                     "InputTypeNotConsistentError"},
+                    {"ints and a bool",
+                     [](Bench& b) {
+                       b.dio._setDIOState(0, 255, List{0, 0, 0, 0, 0, 0, 0, pythonsTrue()}, kTimeout);
+                     },
+                     "InputTypeNotConsistentError"},
                 });
 }
 

@@ -15,9 +15,14 @@ class RecordingOutlet final : public Outlet {
   void send(int code, ByteView payload, TimePoint) override {
     frames.push_back({code, Bytes(payload.begin(), payload.end())});
   }
+  void sendAfter(std::chrono::nanoseconds time, int code, ByteView payload, TimePoint now) override {
+    took = time;
+    send(code, payload, now);
+  }
   std::size_t room() const override { return space; }
 
   std::vector<Frame> frames;
+  std::chrono::nanoseconds took{};  // the last reply
   std::size_t space = 1 << 20;
 };
 
@@ -46,6 +51,16 @@ class BenchTest : public ::testing::Test {
       return {};
     }
     return outlet_.frames[0].payload;
+  }
+  struct Step {
+    int code;
+    Bytes request;
+    Bytes reply;
+  };
+  void play(const std::vector<Step>& steps) {
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+      EXPECT_EQ(ask(steps[i].code, steps[i].request), steps[i].reply) << "step " << i << ", command " << steps[i].code;
+    }
   }
   // Lets time pass as the transport would: a tick whenever one is due.
   void pass(std::chrono::nanoseconds time) {

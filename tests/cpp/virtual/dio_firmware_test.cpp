@@ -14,22 +14,10 @@ DeviceSetup model(const char* name, const std::vector<const char*>& wires = {}) 
   return setup;
 }
 
-struct Step {
-  int code;
-  Bytes request;
-  Bytes reply;
-};
-
 class DioFirmwareTest : public BenchTest {
  protected:
   explicit DioFirmwareTest(const DeviceSetup& setup = model("CordlogF1D", {"do0=di1", "do0.7=di2.7"}))
       : BenchTest(setup) {}
-
-  void play(const std::vector<Step>& steps) {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-      EXPECT_EQ(ask(steps[i].code, steps[i].request), steps[i].reply) << "step " << i << ", command " << steps[i].code;
-    }
-  }
 };
 
 class FeroxDTest : public DioFirmwareTest {

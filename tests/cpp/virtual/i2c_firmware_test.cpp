@@ -23,28 +23,21 @@ DeviceSetup withParts(const char* name, const std::vector<const char*>& attachme
 class I2cFirmwareTest : public BenchTest {
  protected:
   I2cFirmwareTest() : BenchTest(withParts("CordlogF1AOD", {"i2c1=24c02", "i2c1=24c02:0x57", "i2c2=24c02:0x250"})) {}
-
-  struct Step {
-    int code;
-    Bytes request;
-    Bytes reply;
-  };
-  void play(const std::vector<Step>& steps) {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-      EXPECT_EQ(ask(steps[i].code, steps[i].request), steps[i].reply) << "step " << i << ", command " << steps[i].code;
-    }
-  }
 };
 
 TEST_F(I2cFirmwareTest, AnEepromKeepsPagesAndTakesItsTime) {
   play({
       {OPEN_I2C, {1}, {1, 0}},
       {READ_I2C, {1, 0x50, 2}, {1, 0, 0xFF, 0xFF}},
-      {WRITE_I2C, {1, 0x50, 0x0D, 1, 2, 3, 4}, {1, 0}},  // from 13 on: 16 is the next page
-      {READ_I2C, {1, 0x50, 1}, {1, 21}},                 // it is storing
-      {READ_I2C, {1, 0x57, 1}, {1, 0, 0xFF}},            // the other one is not
   });
-  pass(4999us);
+  EXPECT_EQ(outlet_.took, 290us);  // 29 bits at 100 kHz
+  pass(1s);
+  play({{WRITE_I2C, {1, 0x50, 0x0D, 1, 2, 3, 4}, {1, 0}}});  // from 13 on: 16 is the next page
+  EXPECT_EQ(outlet_.took, 560us);
+  play({{READ_I2C, {1, 0x50, 1}, {1, 21}}});       // it is storing
+  EXPECT_EQ(outlet_.took, 560us + 110us);          // behind the write
+  play({{READ_I2C, {1, 0x57, 1}, {1, 0, 0xFF}}});  // the other one is not
+  pass(5559us);
   play({{WRITE_I2C, {1, 0x50, 0}, {1, 21}}});
   pass(1us);
   play({
@@ -57,7 +50,7 @@ TEST_F(I2cFirmwareTest, AnEepromKeepsPagesAndTakesItsTime) {
       {REBOOT, {}, {0}},
   });
   device_.rebooted();
-  pass(5ms);
+  pass(1s);
   play({
       {WRITE_I2C, {1, 0x50, 0}, {1, 10}},  // the port is closed, the EEPROM has not noticed
       {OPEN_I2C, {1}, {1, 0}},
@@ -85,6 +78,7 @@ TEST_F(I2cFirmwareTest, NobodyAcknowledgesWhatNobodyUnderstands) {
       {WRITE_I2C, {1, 0x50}, {1, 0}},
       {WRITE_I2C, payload(u8(1), u8(0x50), Bytes(255)), {1, 0}},
       {WRITE_I2C, payload(u8(1), u8(0x57), Bytes(256)), {1, 21}},
+      {WRITE_I2C, payload(u8(1), u8(0x57), Bytes(65532)), {1, 21}},
       {WRITE_I2C, {1, 0x57}, {1, 0}},
       {CLOSE_I2C, {1}, {1, 0}},
       {CLOSE_I2C, {1}, {1, 0}},
@@ -110,28 +104,38 @@ TEST_F(I2cFirmwareTest, AddressesOfTenBitsAreOthers) {
   });
 }
 
-// GET_PIN_MODE_OF_SLOT: 1 idle, 2 DI, 3 DO, 5 I2C, 6 SPI; SET_DIO_CURRENT: port, mask, enabled, direction, state
+// GET_PIN_MODE_OF_SLOT: 1 idle, 2 DI, 3 DO, 4 UART, 5 I2C, 6 SPI; SET_DIO_CURRENT: port, mask, enabled, direction,
+// state
 class PinTest : public BenchTest {
  protected:
   PinTest() : BenchTest(withParts("CordlogF1D", {})) {}
 };
 
 TEST_F(PinTest, PortsTakePinsThatAreIdleOrDigital) {
-  EXPECT_EQ(ask(SET_DIO_CURRENT, {3, 0, 0x07, 0, 0x07, 0, 0x06, 0, 0}), (Bytes{3, 0}));
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x11, 0x13, 0x32}));
-  EXPECT_EQ(ask(OPEN_I2C, {2}), (Bytes{2, 0}));
-  EXPECT_EQ(ask(OPEN_I2C, {2}), (Bytes{2, 0}));
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x11, 0x13, 0x55}));
-  EXPECT_EQ(ask(OPEN_SPI, {2}), (Bytes{2, 0}));
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x66, 0x66, 0x55}));
-  EXPECT_EQ(ask(SET_DIO_CURRENT, {3, 0, 0x05, 0, 0x05, 0, 0, 0, 0}), (Bytes{3, 50}));
-  EXPECT_EQ(ask(CLOSE_I2C, {2}), (Bytes{2, 0}));
-  EXPECT_EQ(ask(SET_DIO_CURRENT, {3, 0, 0x01, 0, 0x01, 0, 0, 0, 0}), (Bytes{3, 0}));
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x66, 0x66, 0x12}));
-  EXPECT_EQ(ask(CLOSE_I2C, {2}), (Bytes{2, 0}));  // the pins are not its own any more
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x66, 0x66, 0x12}));
-  EXPECT_EQ(ask(RESET_FACTORY, {}), Bytes{0});
-  EXPECT_EQ(ask(GET_PIN_MODE_OF_SLOT, {3}), (Bytes{0, 6, 0x00, 0x11, 0x11, 0x11}));
+  play({
+      {SET_DIO_CURRENT, {3, 0, 0x07, 0, 0x07, 0, 0x06, 0, 0}, {3, 0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x11, 0x13, 0x32}},
+      {OPEN_I2C, {2}, {2, 0}},
+      {OPEN_I2C, {2}, {2, 0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x11, 0x13, 0x55}},
+      {OPEN_SPI, {2}, {2, 0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x66, 0x66, 0x55}},
+      {SET_DIO_CURRENT, {3, 0, 0x05, 0, 0x05, 0, 0, 0, 0}, {3, 50}},
+      {CLOSE_I2C, {2}, {2, 0}},
+      {SET_DIO_CURRENT, {3, 0, 0x01, 0, 0x01, 0, 0, 0, 0}, {3, 0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x66, 0x66, 0x12}},
+      {CLOSE_I2C, {2}, {2, 0}},  // the pins are not its own any more
+      {OPEN_UART, {2}, {2, 0}},
+      {OPEN_UART, {2}, {2, 0}},
+      {GET_PIN_MODE_OF_SLOT, {2}, {0, 6, 0x11, 0x00, 0x44, 0x11}},
+      {SET_SLOT_DO, {2}, {2, 50}},
+      {CLOSE_UART, {2}, {2, 0}},
+      {CLOSE_UART, {2}, {2, 0}},
+      {SET_SLOT_DO, {2}, {2, 0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x66, 0x66, 0x12}},
+      {RESET_FACTORY, {}, {0}},
+      {GET_PIN_MODE_OF_SLOT, {3}, {0, 6, 0x00, 0x11, 0x11, 0x11}},
+  });
 }
 
 TEST(BusPorts, TakeAllTheirPinsOrNone) {

@@ -1,34 +1,23 @@
 #include "bench_fixture.h"
 
 #include "core/constants.h"
+#include "virtual/session.h"
 
 namespace qvx::bench {
 namespace {
 
+using namespace std::chrono_literals;
+
 DeviceSetup parts() {
   DeviceSetup setup = feroxA();
   setup.model = findModel("CordlogF1D");
-  setup.attachments = {Attachment::parse("spi1=74hc595"), Attachment::parse("spi2=loopback")};
+  setup.attachments = {Attachment::parse("spi1=74hc595")};
   return setup;
 }
 
 class SpiFirmwareTest : public BenchTest {
  protected:
-  explicit SpiFirmwareTest(const DeviceSetup& setup = parts()) : BenchTest(setup) {
-    ask(OPEN_SPI, {1});
-    ask(OPEN_SPI, {2});
-  }
-
-  struct Step {
-    int code;
-    Bytes request;
-    Bytes reply;
-  };
-  void play(const std::vector<Step>& steps) {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-      EXPECT_EQ(ask(steps[i].code, steps[i].request), steps[i].reply) << "step " << i << ", command " << steps[i].code;
-    }
-  }
+  SpiFirmwareTest() : BenchTest(parts()) { play({{OPEN_SPI, {1}, {1, 0}}, {OPEN_SPI, {2}, {2, 0}}}); }
 };
 
 TEST_F(SpiFirmwareTest, AShiftRegisterGivesWhatItGotAByteAgo) {
@@ -49,38 +38,55 @@ TEST_F(SpiFirmwareTest, AShiftRegisterGivesWhatItGotAByteAgo) {
       {READ_SPI, {1, 3}, {1, 22}},
       {RESET_SPI, {1}, {1, 0}},
       {READ_SPI, {1, 1}, {1, 0, 0x01}},
+      {READ_SPI, {2, 2}, {2, 0, 0xFF, 0xFF}},  // no slave: the input is high
   });
 }
 
 // It shifts at rising edges: in mode 1 data changes there, and every bit comes one edge late.
 TEST_F(SpiFirmwareTest, OnlyTheClocksRightEdgeMovesData) {
   for (const std::uint8_t mode : {0, 1, 2, 3}) {
-    const auto half = [&](int code, int bit) { return ask(code, {1, static_cast<std::uint8_t>(bit)}); };
-    EXPECT_EQ(half(SET_SPI_CPOL, mode >> 1), (Bytes{1, 0}));
-    EXPECT_EQ(half(SET_SPI_CPHA, mode & 1), (Bytes{1, 0}));
-    EXPECT_EQ(ask(WRITE_SPI, {1, 0xA5}), (Bytes{1, 0}));
-    ask(SET_SPI_CPOL, {1, 0});
-    ask(SET_SPI_CPHA, {1, 0});
-    EXPECT_EQ(ask(READ_SPI, {1, 1}), (Bytes{1, 0, static_cast<std::uint8_t>(mode == 1 ? 0x52 : 0xA5)})) << int{mode};
+    SCOPED_TRACE(int{mode});
+    play({
+        {SET_SPI_CPOL, {1, static_cast<std::uint8_t>(mode >> 1)}, {1, 0}},
+        {SET_SPI_CPHA, {1, static_cast<std::uint8_t>(mode & 1)}, {1, 0}},
+        {WRITE_SPI, {1, 0xA5}, {1, 0}},
+        {RESET_SPI, {1}, {1, 0}},
+        {READ_SPI, {1, 1}, {1, 0, static_cast<std::uint8_t>(mode == 1 ? 0x52 : 0xA5)}},
+    });
   }
 }
 
-TEST_F(SpiFirmwareTest, ALoopbackReturnsWhatIsSentInEveryMode) {
-  for (const std::uint8_t polarity : {0, 1}) {
-    for (const std::uint8_t phase : {0, 1}) {
-      ask(SET_SPI_CPOL, {2, polarity});
-      ask(SET_SPI_CPHA, {2, phase});
-      EXPECT_EQ(ask(READ_AND_WRITE_SPI, {2, 1, 0x0D, 0x0A, 0xFE}), (Bytes{2, 0, 1, 0x0D, 0x0A, 0xFE}));
-    }
-  }
-  Bytes longest(257, 0x5A);
-  longest[0] = 2;
-  Bytes back = longest;
-  back.insert(back.begin() + 1, 0);
-  EXPECT_EQ(ask(READ_AND_WRITE_SPI, longest), back);
-  longest.push_back(1);
-  EXPECT_EQ(ask(READ_AND_WRITE_SPI, longest), (Bytes{2, 22}));
-  EXPECT_EQ(ask(WRITE_SPI, longest), (Bytes{2, 22}));
+TEST_F(SpiFirmwareTest, TransfersTakeTheirTimeOneAfterTheOther) {
+  play({{READ_SPI, {2, 9}, payload(u8(2), u8(0), Bytes(9, 0xFF))}});
+  EXPECT_EQ(outlet_.took, 256us);  // 72 bits of 256 / 72 MHz
+  play({{SET_SPI_PRESCALER, {2, 0, 4}, {2, 0}}});
+  EXPECT_EQ(outlet_.took, 0us);
+  play({{WRITE_SPI, payload(u8(2), Bytes(9)), {2, 0}}});
+  EXPECT_EQ(outlet_.took, 260us);
+  play({{WRITE_SPI, payload(u8(1), Bytes(9)), {1, 0}}});  // another bus
+  EXPECT_EQ(outlet_.took, 256us);
+  pass(1s);
+  play({{WRITE_SPI, payload(u8(2), Bytes(18)), {2, 0}}});
+  EXPECT_EQ(outlet_.took, 8us);
+}
+
+TEST_F(SpiFirmwareTest, AReplyWaitsForItsTransferAndOthersDoNot) {
+  const Log log(LogLevel::Quiet);
+  Session session(device_, log, "test");
+  session.receive(buildFrame(READ_SPI, Bytes{2, 9}), now_);
+  session.receive(buildFrame(READ_SPI, Bytes{1, 1}), now_);
+  EXPECT_TRUE(session.output().empty());
+  const TimePoint first = session.due();
+  EXPECT_EQ(first - now_, std::chrono::ceil<std::chrono::nanoseconds>(std::chrono::duration<double>(8 * 256 / 72e6)));
+  session.advance(first);
+  EXPECT_EQ(readBig<std::uint8_t>(session.output(), 4), 1);  // the port
+  EXPECT_EQ(session.due(), now_ + 256us);
+  session.receive(buildFrame(CLOSE_SPI, Bytes{2}), first);
+  session.written(session.output().size() - 8);
+  EXPECT_EQ(readBig<std::uint8_t>(session.output(), 4), 2);
+  session.written(8);
+  session.advance(now_ + 256us);
+  EXPECT_EQ(session.output().size(), 6U + 11U);
 }
 
 TEST_F(SpiFirmwareTest, RefusesWhatItCannotDo) {
@@ -94,6 +100,9 @@ TEST_F(SpiFirmwareTest, RefusesWhatItCannotDo) {
       {SET_SPI_PRESCALER, {1, 0, 0}, {1, 22}},
       {SET_SPI_DATA_SIZE, {1, 2}, {1, 22}},
       {SET_SPI_CPOL, {1, 2}, {1, 22}},
+      {WRITE_SPI, payload(u8(1), Bytes(256)), {1, 0}},
+      {WRITE_SPI, payload(u8(1), Bytes(257)), {1, 22}},
+      {READ_AND_WRITE_SPI, payload(u8(1), Bytes(65533)), {1, 22}},
       {CLOSE_SPI, {1}, {1, 0}},
       {SET_SPI_DATA_SIZE, {1, 1}, {1, 0}},
       {READ_SPI, {1, 1}, {1, 10}},
@@ -101,20 +110,6 @@ TEST_F(SpiFirmwareTest, RefusesWhatItCannotDo) {
       {OPEN_SPI, {1}, {1, 0}},
       {READ_SPI, {1, 1}, {1, 22}},  // the data size has survived
   });
-}
-
-class BareSpiTest : public SpiFirmwareTest {
- protected:
-  static DeviceSetup bare() {
-    DeviceSetup setup = parts();
-    setup.attachments.clear();
-    return setup;
-  }
-  BareSpiTest() : SpiFirmwareTest(bare()) {}
-};
-
-TEST_F(BareSpiTest, WithoutASlaveTheInputIsHigh) {
-  play({{READ_AND_WRITE_SPI, {1, 0, 1}, {1, 0, 0xFF, 0xFF}}, {READ_SPI, {2, 1}, {2, 0, 0xFF}}});
 }
 
 }  // namespace

@@ -86,58 +86,27 @@ class UartFirmwareTest : public BenchTest {
 };
 
 TEST_F(UartFirmwareTest, RefusesWhatDoesNotFit) {
-  struct Case {
-    int code;
-    Bytes request;
-    int status;
-  };
-  const Case cases[] = {
-      {OPEN_UART, {3}, 11},
-      {START_UART_READING, {1}, 23},  // not open
-      {WRITE_UART, {1, 'x'}, 23},
-      {OPEN_UART, {1}, 0},
-      {OPEN_UART, {1}, 0},  // repeated requests succeed
-      {SET_UART_BAUD_RATE, payload(u8(1), u32(400000)), 0},
-      {SET_UART_BAUD_RATE, payload(u8(1), u32(400001)), 23},
-      {SET_UART_BAUD_RATE, payload(u8(1), u32(0)), 23},
-      {SET_UART_DATA_SIZE, {1, 2}, 23},
-      {SET_UART_PARITY, {1, 4}, 23},
-      {SET_UART_NUM_STOP_BITS, {1, 4}, 23},
-      {SET_UART_NUM_STOP_BITS, {1}, 80},
-      {WRITE_UART, Bytes(66, 1), 80},
-      {STOP_UART_READING, {1}, 0},
-      {CLOSE_UART, {1}, 0},
-      {CLOSE_UART, {1}, 0},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(ask(c.code, c.request), (Bytes{c.request[0], static_cast<std::uint8_t>(c.status)})) << c.code;
-  }
-  EXPECT_THROW(Device(
-                   [] {
-                     DeviceSetup setup = crossed();
-                     setup.wires.push_back(Wire::parse("uart1=uart1"));
-                     return setup;
-                   }(),
-                   now_),
-               std::invalid_argument);
+  play({
+      {OPEN_UART, {3}, {3, 11}},
+      {START_UART_READING, {1}, {1, 23}},  // not open
+      {WRITE_UART, {1, 'x'}, {1, 23}},
+      {OPEN_UART, {1}, {1, 0}},
+      {SET_UART_BAUD_RATE, payload(u8(1), u32(400000)), {1, 0}},
+      {SET_UART_BAUD_RATE, payload(u8(1), u32(400001)), {1, 23}},
+      {SET_UART_BAUD_RATE, payload(u8(1), u32(0)), {1, 23}},
+      {SET_UART_DATA_SIZE, {1, 2}, {1, 23}},
+      {SET_UART_PARITY, {1, 4}, {1, 23}},
+      {SET_UART_NUM_STOP_BITS, {1, 4}, {1, 23}},
+      {SET_UART_NUM_STOP_BITS, {1}, {1, 80}},
+      {WRITE_UART, Bytes(66, 1), {1, 80}},
+      {STOP_UART_READING, {1}, {1, 0}},
+  });
+  DeviceSetup twice = crossed();
+  twice.wires.push_back(Wire::parse("uart1=uart1"));
+  EXPECT_THROW(Device(twice, now_), std::invalid_argument);
   for (const char* text : {"uart1", "uart1=di0", "uart1.2=uart2.2", "uart=uart", "uart1=uart", "=", "uart1=uart2="}) {
     EXPECT_THROW(Wire::parse(text), std::invalid_argument) << text;
   }
-}
-
-TEST_F(UartFirmwareTest, TakesItsPinsAndGivesThemBack) {
-  const auto mode = [this](int pin) { return device_.board().pins.mode(2, pin); };
-  open(1);
-  EXPECT_EQ(mode(0), PinMode::UART);
-  EXPECT_EQ(mode(1), PinMode::UART);
-  EXPECT_EQ(mode(2), PinMode::Idle);
-  EXPECT_EQ(ask(SET_SLOT_DO, {2}), (Bytes{2, 50}));
-  EXPECT_EQ(ask(CLOSE_UART, {1}), (Bytes{1, 0}));
-  EXPECT_EQ(mode(0), PinMode::Idle);
-  EXPECT_EQ(ask(SET_SLOT_DO, {2})[1], 0);
-  EXPECT_EQ(ask(OPEN_UART, {1}), (Bytes{1, 0}));  // digital lines give way
-  EXPECT_EQ(mode(1), PinMode::UART);
-  EXPECT_EQ(mode(2), PinMode::DO);
 }
 
 TEST_F(UartFirmwareTest, CharactersArriveAtTheOtherPortAtTheirPace) {
@@ -210,12 +179,19 @@ TEST_F(UartFirmwareTest, AFullSendBufferRefuses) {
 TEST_F(UartFirmwareTest, StoppingBringsWhatHasArrivedBeforeTheReply) {
   open(1);
   open(2);
+  write(1, {'x'});
+  pass(100us);  // the next packet is due in 5 ms
   write(1, {'a', 'b'});
-  now_ += 1s;
+  now_ += 1ms;
   send(STOP_UART_READING, {2});
   ASSERT_EQ(outlet_.frames.size(), 2U);
   EXPECT_EQ(outlet_.frames[0], (Frame{START_UART_READING, {2, 'a', 'b'}}));
   EXPECT_EQ(outlet_.frames[1], (Frame{STOP_UART_READING, {2, 0}}));
+  // Closing ends reading too.
+  play({{START_UART_READING, {2}, {2, 0}}, {CLOSE_UART, {2}, {2, 0}}, {OPEN_UART, {2}, {2, 0}}});
+  write(1, {'c'});
+  pass(1s);
+  EXPECT_EQ(streamedFrom(2), Bytes{});
 }
 
 }  // namespace

@@ -72,8 +72,15 @@ AI = [
     op("_AI_getCounter", (0,), (188, "00", "00 00 00000001 00000002 FFFFFFFF"), result=[1, 2, 0xFFFFFFFF]),
     op("_AI_clearBufferStatus", (0,), (186, "00", "00 00")),
     op("_AI_readBufferStatus", (0,), (187, "00", "00 00 00000004 00000005"), result=[4, 5]),
-    op("_checkAIPinState", (0,), (127, "00", "00 08 99 99 99 99"), result=None),
-    op("_checkAIPinState", (0,), (127, "00", "00 08 99 99 99 19"), result=pyqvx.AIPortNotAvaliableError),
+    op("_checkAIPinState", (0,), (127, "00", "00 08 99 99 99 99"), result=None, on=(INPUTS | FINE) - CHOSEN),
+    op("_checkAIPinState", (0,), (127, "04", "00 08 99 99 99 99"), result=None, on=CHOSEN),
+    op(
+        "_checkAIPinState",
+        (0,),
+        (127, "04", "00 08 99 99 99 19"),
+        result=pyqvx.AIPortNotAvaliableError,
+        on=CHOSEN,
+    ),
 ]
 
 EIGHT_OUTPUTS = {"FeroxO", "SkylogE3AO"}
