@@ -121,39 +121,12 @@ std::vector<std::int64_t> convertMACAddrTo6U8(std::string_view text) {
   }
 }
 
-std::uint64_t clearBit(std::uint64_t number, int index) {
-  return number & ~bitAt(index);
-}
-
-std::uint64_t fillBit(std::uint64_t number, int index) {
-  return number | bitAt(index);
-}
-
-int readBit(std::uint64_t number, int index) {
-  return (number & bitAt(index)) != 0 ? 1 : 0;
-}
-
-std::optional<std::uint64_t> writeBit(std::uint64_t number, int index, int value) {
-  if (value != 0 && value != 1) {
-    return std::nullopt;
-  }
-  return value == 0 ? clearBit(number, index) : fillBit(number, index);
-}
-
 std::vector<int> convertIntToBinaryList(std::uint64_t value, int width) {
   std::vector<int> bits(static_cast<std::size_t>(std::max(width, 0)));
   for (std::size_t i = 0; i < bits.size() && i < kBits; ++i) {
     bits[i] = static_cast<int>((value >> i) & 1);
   }
   return bits;
-}
-
-std::vector<int> convertIntToIndexList(std::uint64_t value) {
-  std::vector<int> indexes;
-  for (; value != 0; value &= value - 1) {
-    indexes.push_back(std::countr_zero(value));
-  }
-  return indexes;
 }
 
 std::uint64_t convertIndexListToInt(std::span<const int> indexes) {
@@ -171,19 +144,6 @@ std::uint64_t convertIndexAndBinaryListsToInt(std::span<const int> indexes, std:
     mask |= values[i] >= 1 ? bit : 0;
   }
   return mask;
-}
-
-Bytes adjustDataList(Bytes data, std::size_t length, std::uint8_t padding) {
-  data.resize(std::max(data.size(), length), padding);
-  return data;
-}
-
-bool checkFuncPinMap(std::span<const int> cells, std::span<const int> allowed) {
-  return std::ranges::all_of(cells, [&](int cell) { return std::ranges::find(allowed, cell) != std::end(allowed); });
-}
-
-bool checkPinMap(std::span<const std::vector<int>> rows, std::span<const int> allowed) {
-  return std::ranges::all_of(rows, [&](const auto& cells) { return checkFuncPinMap(cells, allowed); });
 }
 
 }  // namespace qvx

@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -47,32 +46,11 @@ std::array<std::uint8_t, 4> convertIPAddrTo4U8(const std::string& text);
 // to check. A malformed part raises InputDataNotInRangeError.
 std::vector<std::int64_t> convertMACAddrTo6U8(std::string_view text);
 
-// Bit 0 is the least significant. An index outside 0..63 raises InputDataNotInRangeError.
-std::uint64_t clearBit(std::uint64_t number, int index);
-std::uint64_t fillBit(std::uint64_t number, int index);
-int readBit(std::uint64_t number, int index);
-// Nothing when `value` is neither 0 nor 1.
-std::optional<std::uint64_t> writeBit(std::uint64_t number, int index, int value);
-
-// `width` elements, element i being bit i.
+// `width` elements, element i being bit i; bit 0 is the least significant.
 std::vector<int> convertIntToBinaryList(std::uint64_t value, int width);
-// The positions of the set bits, ascending.
-std::vector<int> convertIntToIndexList(std::uint64_t value);
-// The inverse; an index outside 0..63 raises InputDataNotInRangeError.
+// The number whose bits at these positions are set; an index outside 0..63 raises InputDataNotInRangeError.
 std::uint64_t convertIndexListToInt(std::span<const int> indexes);
 // Sets bit indexes[i] where values[i], clipped to 0..1, is 1; ends with the shorter list.
 std::uint64_t convertIndexAndBinaryListsToInt(std::span<const int> indexes, std::span<const int> values);
-
-// Pads at the end up to `length`; longer data stays as it is.
-Bytes adjustDataList(Bytes data, std::size_t length = 8, std::uint8_t padding = 0);
-
-// The education product numbers its slots from 1, ports count from 0.
-constexpr int changeToLUMAPort(int slot) {
-  return slot - 1;
-}
-
-// Whether every cell is one of the allowed states; the second form asks it of every row.
-bool checkFuncPinMap(std::span<const int> cells, std::span<const int> allowed);
-bool checkPinMap(std::span<const std::vector<int>> rows, std::span<const int> allowed);
 
 }  // namespace qvx

@@ -24,14 +24,21 @@ NetworkDevice::~NetworkDevice() {
 bool NetworkDevice::connect(const Argument& ip_addr, const Argument& port) {
   const std::string& address = checkedText(ip_addr, "ip_addr");
   const int number = checkedRange(port, "port", 1, 65535);
-  command_.connect(address, [&] {
-    const auto client = clientCmd();
-    if (!client) {
-      fail(ErrorId::NetworkConnectionError, "This device has no transport to connect.");
-    }
-    client->connect(address, number);
-  });
+  open(command_, clientCmd(), address, number);
   return true;
+}
+
+void NetworkDevice::open(Channel& channel, const std::shared_ptr<Transport>& client, const std::string& address,
+                         int port, std::optional<bool> verbose) {
+  channel.connect(
+      address,
+      [&] {
+        if (!client) {
+          fail(ErrorId::NetworkConnectionError, "This device has no transport to connect.");
+        }
+        client->connect(address, port);
+      },
+      verbose);
 }
 
 }  // namespace qvx

@@ -18,6 +18,11 @@ class NetworkDevice : public Device {
   Channel& commandChannel() { return command_; }
   const Channel& commandChannel() const { return command_; }
 
+ protected:
+  // Connects `client` and with it `channel`; raises NetworkConnectionError also where there is no client.
+  static void open(Channel& channel, const std::shared_ptr<Transport>& client, const std::string& address, int port,
+                   std::optional<bool> verbose = {});
+
  private:
   Channel command_;
 };

@@ -5,23 +5,6 @@
 #include "transport/tcp.h"
 
 namespace qvx {
-namespace {
-
-// Opens `channel` through `client`.
-void openChannel(Channel& channel, const std::shared_ptr<Transport>& client, const std::string& address, int port,
-                 std::optional<bool> verbose) {
-  channel.connect(
-      address,
-      [&] {
-        if (!client) {
-          fail(ErrorId::NetworkConnectionError, "This device has no transport to connect.");
-        }
-        client->connect(address, port);
-      },
-      verbose);
-}
-
-}  // namespace
 
 WifiDevice::WifiDevice(ProductId product, bool verbose)
     : NetworkDevice(product, verbose, "WifiDevice"),
@@ -67,9 +50,9 @@ bool WifiDevice::connect(const Argument& ip_addr, const Argument& port, const Ar
     if (command.state() == Channel::State::Lost || data_.state() == Channel::State::Lost) {
       disconnect();
     }
-    openChannel(command, clientCmd(), address, command_number, false);
+    open(command, clientCmd(), address, command_number, false);
     try {
-      openChannel(data_, clientData(), address, data_number, verbose);
+      open(data_, clientData(), address, data_number, verbose);
     } catch (...) {
       command.disconnect();
       throw;

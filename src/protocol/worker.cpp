@@ -1,7 +1,6 @@
 #include "protocol/worker.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
 #include <csignal>
 
@@ -27,8 +26,7 @@ Worker::Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void(
       gate_(std::move(gate)),
       step_(std::move(step)),
       wake_(std::move(wake)),
-      ending_(std::make_shared<Ending>()),
-      process_(getpid()) {
+      ending_(std::make_shared<Ending>()) {
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -68,7 +66,7 @@ void Worker::stop() {
   if (thread_.get_id() == std::this_thread::get_id()) {
     return;  // the next call, from elsewhere, waits
   }
-  if (getpid() != process_) {
+  if (origin_.isLeft()) {
     thread_.detach();
     return;
   }
@@ -79,7 +77,7 @@ void Worker::stop() {
 
 bool Worker::alive() const {
   const std::lock_guard lock(ending_->mutex);
-  return !ending_->ended && getpid() == process_;
+  return !ending_->ended && !origin_.isLeft();
 }
 
 bool Worker::join(const Deadline& deadline) {

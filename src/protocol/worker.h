@@ -2,8 +2,7 @@
 #pragma once
 
 #include "protocol/gate.h"
-
-#include <sys/types.h>
+#include "transport/process.h"
 
 #include <atomic>
 #include <functional>
@@ -45,7 +44,7 @@ class Worker {
   std::function<void()> wake_;
   std::atomic<bool> killed_{false};
   std::shared_ptr<Ending> ending_;
-  pid_t process_;          // a forked child has no such thread and must not wait for it
+  Origin origin_;          // a forked child has no such thread and must not wait for it
   std::mutex join_mutex_;  // guards thread_
   std::thread thread_;
 };

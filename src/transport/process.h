@@ -15,4 +15,14 @@ inline unsigned processGeneration() {
   return generation.load(std::memory_order_relaxed);
 }
 
+// A member that remembers the process in which its object was made.
+class Origin {
+ public:
+  // In a forked child.
+  bool isLeft() const { return generation_ != processGeneration(); }
+
+ private:
+  const unsigned generation_ = processGeneration();
+};
+
 }  // namespace qvx

@@ -7,7 +7,6 @@
 
 #include <libusb.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -344,8 +343,7 @@ void USBClient::Link::close() {
   port_.context.reset();
 }
 
-USBClient::USBClient(const std::string& serial_num, std::chrono::milliseconds send_limit)
-    : send_limit_(send_limit), process_(::getpid()) {
+USBClient::USBClient(const std::string& serial_num, std::chrono::milliseconds send_limit) : send_limit_(send_limit) {
   USBPort port = openUSB(serial_num);
   serial_ = port.serial;
   product_ = port.product;
@@ -359,14 +357,14 @@ USBClient::USBClient(const std::string& serial_num, std::chrono::milliseconds se
 }
 
 USBClient::~USBClient() {
-  if (process_ != ::getpid()) {
+  if (origin_.isLeft()) {
     // The thread is not here and the device is the parent's; what describes them stays behind.
     new (std::nothrow) std::shared_ptr<Link>(std::move(link_));
   }
 }
 
 std::shared_ptr<USBClient::Link> USBClient::current() const {
-  if (process_ != ::getpid()) {
+  if (origin_.isLeft()) {
     failUSB("This connection belongs to the parent process; open another one.");
   }
   const std::lock_guard lock(mutex_);
@@ -407,7 +405,7 @@ Bytes USBClient::recvPacket(std::size_t size) {
 }
 
 void USBClient::disconnect() {
-  if (process_ != ::getpid()) {
+  if (origin_.isLeft()) {
     return;
   }
   std::shared_ptr<Link> link;
@@ -421,7 +419,7 @@ void USBClient::disconnect() {
 }
 
 void USBClient::wake() {
-  if (process_ != ::getpid()) {
+  if (origin_.isLeft()) {
     return;
   }
   std::shared_ptr<Link> link;

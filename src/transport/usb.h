@@ -4,9 +4,8 @@
 #include "transport/client.h"
 #include "transport/descriptor.h"
 #include "transport/descriptor_client.h"
+#include "transport/process.h"
 #include "transport/usb_bus.h"
-
-#include <sys/types.h>
 
 #include <chrono>
 #include <memory>
@@ -64,7 +63,7 @@ class USBClient : public Client {
   std::shared_ptr<Link> current() const;
 
   const std::chrono::milliseconds send_limit_;
-  const pid_t process_;
+  const Origin origin_;
   std::string serial_;
   std::string product_;
   int configuration_ = 0;

@@ -1,7 +1,6 @@
 """Analog input against a virtual device: every operation in both forms, streams to the last sample."""
 
 import array
-import asyncio
 import queue
 import struct
 import sys
@@ -40,30 +39,6 @@ def blocks(count, size=50):
             (8 * n + c + 32768) % 65536 - 32768 for n in range(first, first + size) for c in range(CHANNELS)
         ]
         yield struct.pack(f">{len(codes)}h", *codes)
-
-
-def settle(device):
-    if isinstance(device.client_cmd, pyqvx.TCPClient):
-        fence(device)
-
-
-@pytest.fixture(params=["blocking", "coroutine"])
-def form(request):
-    """form(device, "AI_open", 0) runs either form of an operation."""
-
-    def blocking(device, name, *args):
-        settle(device)
-        return getattr(device, name)(*args)
-
-    def coroutine(device, name, *args):
-        settle(device)
-
-        async def main():
-            return await getattr(device, name + "_async")(*args)
-
-        return asyncio.run(main())
-
-    return blocking if request.param == "blocking" else coroutine
 
 
 @pytest.fixture
@@ -157,29 +132,6 @@ def test_streams_survive_what_the_network_does(bench, faults):
         assert collect(device, count) == [[2.5] * 8] * count
 
 
-def test_async_streams_of_several_devices(bench):
-    async def measure(place, value):
-        async with pyqvx.FeroxA(verbose=False) as device:
-            await device.connect_async(place.ip, place.port)
-            await device.AI_open_async(0)
-            await device.AI_setMode_async(0, 2)
-            await device.AI_setSamplingRate_async(0, 5000)
-            await device.AI_openStreaming_async(0)
-            await device.AI_startStreaming_async(0)
-            samples = []
-            while len(samples) < 2000:
-                samples += await device.AI_readStreaming_async(0, 500, 2)
-                assert samples
-            await device.AI_closeStreaming_async(0)
-            assert samples == [[value] * 8] * len(samples)
-
-    async def main():
-        values = (-5.0, 2.5, 7.5)
-        await asyncio.gather(*(measure(bench(source=f"constant:{value}"), value) for value in values))
-
-    asyncio.run(main())
-
-
 def test_a_stream_stops_and_starts_again(device):
     for _ in range(3):
         prepare(device, 2, rate=10000)
@@ -205,26 +157,6 @@ def test_settings_during_a_stream_are_refused_by_the_device(device):
             getattr(device, name)(0, value)
     assert device.ai_mode == 2
     device.AI_closeStreaming(0)
-
-
-def test_trigger_modes(device, form):
-    for mode in range(7):
-        assert form(device, "AI_setTriggerMode", 0, mode) == 0
-    assert [device._convertAITriggerModeToMask(mode) for mode in range(-1, 8)] == [7, 1, 2, 4, 3, 5, 6, 7, 7]
-
-
-def test_what_this_product_does_not_do(fake, form):
-    for name, args in [("AI_enableChannel", (0, 1)), ("AI_enableCS", (1, [0]))]:
-        with pytest.raises(pyqvx.APINotSupportError):
-            form(fake, name, *args)
-    assert fake.client_cmd.sent == []
-
-
-def test_pins_must_be_inputs(fake, form):
-    assert form(fake, "_checkAIPinState", 0) is None
-    fake.client_cmd.answers[pyqvx.GET_PIN_MODE_OF_SLOT] = bytes([0, 8, 0x99, 0x99, 0x99, 0x29])
-    with pytest.raises(pyqvx.AIPortNotAvaliableError):
-        form(fake, "_checkAIPinState", 0)
 
 
 # The decoder, with raw blocks put into its queue from Python.

@@ -1,6 +1,5 @@
 """Analog output against virtual devices, in both forms: levels, generation, and outputs wired to inputs."""
 
-import asyncio
 import math
 import time
 
@@ -12,25 +11,6 @@ import pyqvx
 
 STEP = 20 / 65536
 IDLE, STAND_BY, RUNNING = range(3)
-
-
-@pytest.fixture(params=["blocking", "coroutine"])
-def form(request):
-    """form(device, "AO_open", 0) runs either form of an operation."""
-
-    def blocking(device, name, *args):
-        fence(device)
-        return getattr(device, name)(*args)
-
-    def coroutine(device, name, *args):
-        fence(device)
-
-        async def main():
-            return await getattr(device, name + "_async")(*args)
-
-        return asyncio.run(main())
-
-    return blocking if request.param == "blocking" else coroutine
 
 
 @pytest.fixture

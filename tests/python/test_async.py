@@ -51,21 +51,6 @@ def test_coroutines_of_different_commands_run_at_once():
     device.close()
 
 
-def test_200_requests_at_once_all_come_to_an_end(device):
-    async def main():
-        coroutines = [device.Sys_getSerialNumber_async(timeout=5) for _ in range(100)]
-        coroutines += [device.AI_readOnDemand_async(0) for _ in range(100)]
-        return await asyncio.gather(*coroutines, return_exceptions=True)
-
-    begin = time.monotonic()
-    results = asyncio.run(main())
-    assert time.monotonic() - begin < 5 + PATIENCE_S
-    good = [result for result in results if not isinstance(result, Exception)]
-    assert len(results) == 200 and good
-    assert all(isinstance(r, pyqvx.ReceivePacketTimeoutError) for r in results if isinstance(r, Exception))
-    assert device.Sys_getSerialNumber() == "QVTEST01"
-
-
 def test_wait_for_timeout_and_tasks(device, silent):
     async def main():
         assert await asyncio.wait_for(device.Sys_getSerialNumber_async(), PATIENCE_S) == "QVTEST01"
@@ -80,23 +65,6 @@ def test_wait_for_timeout_and_tasks(device, silent):
         with pytest.raises(TimeoutError):
             async with asyncio.timeout(0.02):
                 await silent.AI_readStreaming_async(0, 10, 600)
-
-    asyncio.run(main())
-
-
-def test_unanswered_requests_raise(silent):
-    async def main():
-        begin = time.monotonic()
-        results = await asyncio.gather(
-            silent.Sys_getSerialNumber_async(timeout=0.1),
-            silent.Sys_getRTC_async(0.1),
-            silent._echoPacket_async(122, [], 0.1),
-            silent.AI_readOnDemand_async(0),
-            return_exceptions=True,
-        )
-        timeout = pyqvx.ReceivePacketTimeoutError
-        assert [type(result) for result in results] == [timeout, timeout, type(None), timeout]
-        assert time.monotonic() - begin >= 3  # of the AI module, whose coroutines have the default alone
 
     asyncio.run(main())
 
@@ -141,20 +109,6 @@ def test_a_reply_that_comes_with_the_cancelling_is_not_lost(silent):
             assert await silent._getReplyFromPool_async(7) == b"reply"
 
     asyncio.run(main())
-
-
-def test_close_ends_waiting_coroutines(silent):
-    async def main():
-        waiting = [
-            asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=600)),
-            asyncio.create_task(silent.AI_readStreaming_async(0, 5, 600)),
-        ]
-        await asyncio.sleep(0)
-        threading.Thread(target=silent.close).start()
-        return await asyncio.wait_for(asyncio.gather(*waiting, return_exceptions=True), PATIENCE_S)
-
-    lost, samples = asyncio.run(main())
-    assert isinstance(lost, pyqvx.NetworkConnectionLostError) and samples == []
 
 
 def test_close_within_the_loop(silent):
@@ -405,31 +359,3 @@ def test_a_coroutine_keeps_its_device_alive():
     with pytest.warns(ResourceWarning):
         assert asyncio.run(main()) == "FAKE0001"
         gc.collect()
-
-
-def test_a_blocking_call_in_a_thread_beside_the_loop(device):
-    async def main():
-        return await asyncio.gather(
-            asyncio.to_thread(device.AI_readOnDemand, 0),
-            device.Sys_getSerialNumber_async(),
-            asyncio.to_thread(device.Sys_getRTC),
-        )
-
-    sample, serial, moment = asyncio.run(main())
-    assert len(sample) == 8 and serial == "QVTEST01" and len(moment) == 20
-
-
-@pytest.mark.skipif("QVX_SANITIZER" in os.environ, reason="a sanitizer keeps memory that is given back")
-def test_memory_of_many_coroutines_is_given_back(fake):
-    def resident():
-        with open("/proc/self/statm", encoding="ascii") as statm:
-            return int(statm.read().split()[1]) * 4096
-
-    async def main():
-        for _ in range(3000):
-            await fake.AI_setMode_async(0, 1)
-
-    asyncio.run(main())
-    before = resident()
-    asyncio.run(main())
-    assert eventually(lambda: resident() - before < 8_000_000)

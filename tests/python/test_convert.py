@@ -108,24 +108,6 @@ def test_numpy_numbers_are_welcome():
     assert pyqvx.convertIntToIndexList(numpy.uint8(6)) == [1, 2]
 
 
-def test_keywords_have_the_published_names():
-    assert pyqvx.convert2U8ToI16(int_list=[255, 254]) == -2
-    assert pyqvx.convertI32To4U8(value=-1) == [255] * 4
-    assert pyqvx.convertStrToU8List(str_="A") == pyqvx.convertMACAddrTo6U8(str_="41") == [65]
-    assert pyqvx.writeBit(number=5, index=1, value=1) == 7
-    assert pyqvx.convertIntToBinaryList(value_int=6, width=4) == [0, 1, 1, 0]
-    assert pyqvx.convertIndexAndBinaryListsToInt(index_list=[0, 3], binary_list=[5, 1]) == 9
-    assert pyqvx.coerce(list_=[-1, 9], lower=2, upper=3) == [2, 3]
-    assert pyqvx.adjustDataList(data_list=[1], list_length=3, padding_num=7) == [1, 7, 7]
-    assert pyqvx.changeToLUMAPort(slot=1) == 0
-    assert (
-        pyqvx.convertDegToRad(degrees=180)
-        == math.pi
-        == pyqvx.convertDegToRad(pyqvx.convertRadToDeg(radians=math.pi))
-    )
-    assert pyqvx.checkPinMap(pinmap_list=[[0]], allow_state_list=[0]) is True
-
-
 @given(st.floats())
 def test_angles_are_those_of_math(value):
     assert struct.pack("d", pyqvx.convertDegToRad(value)) == struct.pack("d", math.radians(value))

@@ -11,7 +11,7 @@ import time
 import warnings
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually, fence
+from fakes import PATIENCE_S, FakeTransport, eventually, fence
 
 import pyqvx
 
@@ -60,24 +60,6 @@ def test_the_handle_says_what_happens(bench, capsys):
     with pyqvx.FeroxA(verbose=False):
         pass
     assert capsys.readouterr().out == ""
-
-
-def test_repr_and_flags_follow_the_connection(bench):
-    place = bench()
-    device = pyqvx.FeroxA(verbose=False)
-    assert repr(device) == "<FeroxA (Ferox-A) not connected>"
-    assert device.recv_cmd_lock.locked() and device.recv_cmd_thread.is_alive() and not device.killed
-    device.connect(place.ip, place.port)
-    assert repr(device) == f"<FeroxA (Ferox-A) connected to {place.ip}>"
-    assert device.connect_status_cmd and device.ip_addr == place.ip and not device.recv_cmd_lock.locked()
-    assert device.client_cmd.socket > 0
-    device.disconnect()
-    assert repr(device) == "<FeroxA (Ferox-A) not connected>"
-    assert not device.connect_status_cmd and device.recv_cmd_lock.locked() and device.client_cmd.socket == 0
-    device.close()
-    assert repr(device) == "<FeroxA (Ferox-A) closed>"
-    assert device.killed and not device.recv_cmd_thread.is_alive() and device.ai_killed
-    assert not device.ai_stream_thread.is_alive()
 
 
 def test_a_disconnected_device_connects_again(bench):
@@ -133,73 +115,6 @@ def test_connections_that_do_not_come_about():
         device.connect(*refused)
 
 
-class FullListener(Listener):
-    """One whose queue is full, so that a further request to connect is not answered."""
-
-    def __init__(self):
-        super().__init__(backlog=0)
-        self.knocks = []
-        for _ in range(4):
-            knock = socket.socket()
-            knock.setblocking(False)
-            knock.connect_ex(self.address)
-            self.knocks.append(knock)
-
-    def __exit__(self, *_):
-        for knock in self.knocks:
-            knock.close()
-        super().__exit__()
-
-
-def test_a_silent_address_is_given_up_after_5_s_or_earlier():
-    with FullListener() as listener:
-        device = pyqvx.FeroxA(verbose=False)
-        begin = time.monotonic()
-        with pytest.raises(pyqvx.NetworkConnectionError):
-            device.connect(*listener.address)
-        assert 4.5 < time.monotonic() - begin < 5 + PATIENCE_S
-
-        # disconnect() and close() end the attempt, as does cancelling it.
-        for end in (device.disconnect, device.close):
-            timer = threading.Timer(0.1, end)
-            timer.start()
-            begin = time.monotonic()
-            with pytest.raises(pyqvx.NetworkConnectionError):
-                device.connect(*listener.address)
-            assert time.monotonic() - begin < 4.5
-            timer.join()
-        with pyqvx.FeroxA(verbose=False) as other:
-
-            async def give_up():
-                with pytest.raises(asyncio.TimeoutError):
-                    await asyncio.wait_for(other.connect_async(*listener.address), 0.1)
-
-            begin = time.monotonic()
-            asyncio.run(give_up())
-            assert time.monotonic() - begin < 4.5
-
-
-def test_a_peer_that_goes_away_is_reported_once(capsys):
-    with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
-        device.connect(*listener.address)
-        peer = listener.accept()
-        peer.close()
-        assert eventually(lambda: "lost connection" in repr(device))
-        assert repr(device) == "<FeroxA (Ferox-A) lost connection to 127.0.0.1>"
-        for _ in range(3):
-            with pytest.raises(pyqvx.NetworkConnectionLostError):
-                device.Sys_getSerialNumber()
-        assert device.recv_cmd_thread.is_alive() and device.recv_cmd_lock.locked()
-        device.connect(*listener.address)  # puts the lost connection away
-        assert "connected to" in repr(device)
-        listener.accept().close()
-        assert eventually(lambda: "lost connection" in repr(device))
-        device.disconnect()
-        assert repr(device) == "<FeroxA (Ferox-A) not connected>"
-    lines = capsys.readouterr().out.splitlines()
-    assert lines == ["NetworkConnectionLostError: Error -8003: Network DAQ connection lost."] * 2
-
-
 def test_a_lost_connection_costs_no_processor_time():
     with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
         device.connect(*listener.address)
@@ -253,47 +168,6 @@ def test_close_ends_every_other_wait(silent):
     for thread in threads:
         thread.join(PATIENCE_S)
     assert len(ended) == len(calls)
-
-
-def test_close_from_many_threads(bench, capsys):
-    place = bench()
-    for _ in range(10):
-        device = pyqvx.FeroxA()
-        device.connect(place.ip, place.port)
-        threads = [threading.Thread(target=device.close) for _ in range(5)]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join(PATIENCE_S)
-        assert "closed" in repr(device)
-        assert capsys.readouterr().out.count("Closed handle") == 1
-
-
-def test_requests_of_many_threads_and_a_close(device):
-    problems = []
-
-    def work():
-        try:
-            for _ in range(100):
-                assert device.Sys_getSerialNumber(timeout=20) == "QVTEST01"
-                assert len(device.AI_readOnDemand(0, timeout=20)) == 8
-        except pyqvx.NetworkConnectionLostError:
-            pass
-        except Exception as error:
-            problems.append(error)
-
-    threads = [threading.Thread(target=work)]
-    # Others ask for something else: of two who ask for the same at once, one may go empty-handed.
-    for ask in (device.Sys_getRTC, device.Sys_getDeviceAlias, device.Sys_getDriverInfo):
-        threads.append(threading.Thread(target=lambda ask=ask: [ask(timeout=20) for _ in range(50)]))
-    for thread in threads:
-        thread.start()
-    threads[0].join(0.05)
-    for thread in threads[1:]:
-        thread.join(PATIENCE_S)
-    device.close()
-    threads[0].join(PATIENCE_S)
-    assert problems == []
 
 
 def test_a_collected_device_warns_and_closes(bench, capsys):
@@ -413,28 +287,6 @@ def test_the_transport_may_be_a_subclass_of_a_client(bench):
     assert client.socket == 0
 
 
-def test_hostile_bytes_from_the_wire_do_no_harm():
-    with Listener() as listener, pyqvx.FeroxA(verbose=False) as device:
-        device.connect(*listener.address)
-        peer = listener.accept()
-        stray = [
-            b"\r\n" * 50,
-            b"\2" * 100,
-            bytes(range(256)) * 20,
-            b"\2\xff\xff\r\n",
-            b"\2\0\0\r\n",
-            b"\2\0\1\x05\r\n",
-        ]
-        for code in [pyqvx.MOTION, 183, 252, 253, 190, 211]:  # too short for what they are
-            stray += [bytes([2, 0, 1, code, 13, 10]), bytes([2, 0, 2, code, 1, 13, 10])]
-        for garbage in stray:
-            peer.sendall(garbage)
-        peer.sendall(bytes([2, 0, 9, 122]) + b"QVSTRAY1" + b"\r\n")
-        assert device._getReplyFromPool(122, PATIENCE_S) == b"QVSTRAY1"
-        assert device.AI_readStreaming(0, -1, 0) == []
-        peer.close()
-
-
 def test_signals_of_the_application_still_arrive(silent):
     """A handler that does not raise interrupts nothing; a blocking call goes on after it."""
     caught = []
@@ -448,13 +300,3 @@ def test_signals_of_the_application_still_arrive(silent):
         assert caught == [1]
     finally:
         signal.signal(signal.SIGUSR1, before)
-
-
-def test_devices_and_their_transports_may_refer_to_each_other():
-    class Cyclic(FakeTransport):
-        device = None
-
-    transport = Cyclic()
-    transport.device = device = connected(transport)
-    assert device.Sys_getSerialNumber() == "FAKE0001"
-    device.close()

@@ -30,17 +30,6 @@ def in_thread(call):
     return thread, results
 
 
-def test_both_classes_offer_the_named_operations():
-    names = ["_echoPacket", "_echoPacketWithRetry", "_getReplyFromPool", "_getStreamingFromPool"]
-    names += ["_broadcastPacket", "_sendPacketWithoutReply"]
-    for name in names:
-        assert callable(getattr(pyqvx.Packet, name)) and callable(
-            getattr(pyqvx.Packet_async, name + "_async")
-        )
-    assert issubclass(pyqvx.Packet, pyqvx.Packet_based) and issubclass(pyqvx.Packet_async, pyqvx.Packet_based)
-    assert issubclass(pyqvx.FeroxA, pyqvx.Packet) and issubclass(pyqvx.FeroxA, pyqvx.Packet_async)
-
-
 @pytest.mark.parametrize(
     ("code", "data", "frame", "back"),
     [
@@ -111,14 +100,6 @@ def test_the_reply_pool_is_a_mapping():
     assert isinstance(pool, collections.abc.MutableMapping)
 
 
-def test_what_python_inserts_wakes_a_waiter():
-    e = engine()
-    thread, results = in_thread(lambda: e._getReplyFromPool(ECHO, 60))
-    e.data_pool_echo[ECHO] = b"late"
-    thread.join(PATIENCE_S)
-    assert results == [b"late"]
-
-
 def test_unanswered_requests_time_out():
     e = engine()
     begin = time.monotonic()
@@ -145,21 +126,6 @@ def test_timeout_0_never_ends():
     assert e.data_pool_echo[ECHO] == b"there"
 
 
-def test_motion_requests_have_keys_of_their_own():
-    e = engine()
-    key = pyqvx.convert4U8ToI32([3, 1, 2, pyqvx.MOTION])
-    e.data_pool_echo[key] = b"mine"
-    e.data_pool_echo[pyqvx.MOTION] = b"not mine"
-    assert e._echoPacket(pyqvx.MOTION, [1, 2, 3, 4], 5) == b"mine"
-    with pytest.raises(pyqvx.InputDataNotInRangeError):
-        e._echoPacket(pyqvx.MOTION, [1, 2], 5)
-    assert len(e.client_cmd.sent) == 1
-    device = pyqvx.Device()
-    device._putToDataPool(pyqvx.MOTION, bytes([1, 2, 0x83, 9]))
-    assert device.data_pool_echo.keys() == [pyqvx.convert4U8ToI32([0x83, 1, 2, pyqvx.MOTION])]
-    device.close()
-
-
 @pytest.mark.parametrize("make", [pyqvx.RawQueue, queue.Queue])
 def test_streamed_items_are_drained(make):
     e = engine()
@@ -176,6 +142,12 @@ def test_streamed_items_are_drained(make):
     q.put(b"e")
     thread.join(PATIENCE_S)
     assert results == [[b"d", b"e"]]
+    timer = threading.Timer(GLANCE_S, lambda: [q.put(item) for item in (b"f", b"g")])
+    timer.start()
+    assert asyncio.run(pyqvx.Packet_async()._getStreamingFromPool_async(q, 2, 0.01)) == [b"f", b"g"]
+    timer.join()
+    with pytest.raises(pyqvx.Error):
+        e._getStreamingFromPool(object(), 3, 0.01)
 
 
 def test_raw_queues_are_queues():
@@ -233,26 +205,23 @@ def test_packets_are_classified_and_filed():
     device.close()
 
 
-def test_broadcasts_are_sent_three_times_and_collected_for_5_s():
-    async def both(e):
-        blocking = asyncio.to_thread(e[0]._broadcastPacket, pyqvx.GET_DEVICE_INFO, [0])
-        awaited = e[1]._broadcastPacket_async(pyqvx.GET_DEVICE_INFO, [0])
-        await asyncio.sleep(0)
-        task = asyncio.gather(blocking, awaited)
-        while any(len(each.client_udp.broadcasts) < 3 for each in e):
-            await asyncio.sleep(0.01)
-        e[0].data_pool_bcst[pyqvx.GET_DEVICE_INFO].add(b"answer")
-        return await task
+def test_answers_to_a_broadcast(fake):
+    """Sent three times, collected until the time is over or the handle is closed."""
+    fake.client_udp = FakeTransport()
+    fake.data_pool_bcst[pyqvx.GET_DEVICE_INFO].add(b"stale")
 
-    engines = (pyqvx.Packet(), pyqvx.Packet_async())
-    for e in engines:
-        e.client_udp = FakeTransport()
-        e.data_pool_bcst[pyqvx.GET_DEVICE_INFO].add(b"stale")
-    begin = time.monotonic()
-    assert [set(answers) for answers in asyncio.run(both(engines))] == [{b"answer"}, set()]
-    assert time.monotonic() - begin >= pyqvx.PACKET_TIMEOUT
-    for e in engines:
-        assert e.client_udp.broadcasts == [[2, 0, 2, 252, 0, 13, 10]] * 3
+    async def main():
+        awaited = asyncio.create_task(fake._broadcastPacket_async(pyqvx.GET_DEVICE_INFO, [0]))
+        blocking = asyncio.create_task(asyncio.to_thread(fake._broadcastPacket, pyqvx.GET_DEVICE_INFO, [0]))
+        while len(fake.client_udp.broadcasts) < 6:
+            await asyncio.sleep(0.001)
+        fake.data_pool_bcst[pyqvx.GET_DEVICE_INFO].add(b"answer")
+        assert not awaited.done() and not blocking.done()
+        fake.close()
+        return await asyncio.gather(awaited, blocking)
+
+    assert [set(answers) for answers in asyncio.run(main())] == [{b"answer"}] * 2
+    assert fake.client_udp.broadcasts == [[2, 0, 2, 252, 0, 13, 10]] * 6
 
 
 def test_without_a_transport_sends_fail():

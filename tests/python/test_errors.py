@@ -31,6 +31,7 @@ SAMPLES = [
         519000,
         'External library "libusb-1.0.dll" not found at indicated path will look at the default path instead',
     ),
+    ("DVSTPortNotAvaliable", "errCANPort", -8900, None),
     ("CANQueueOverflowWarning", "warnCANOverflow", 520002, "Occurrence CAN queue overflow."),
 ]
 
@@ -87,12 +88,6 @@ def test_code_is_read_when_the_object_is_made(monkeypatch):
     assert pyqvx.DVSTPortNotAvaliable().code == -8900
 
 
-def test_stepper_port_has_no_text_of_its_own():
-    assert pyqvx.DVSTPortNotAvaliable().msg is None
-    assert pyqvx.DVSTPortNotAvaliable("x").msg == "x"
-    assert pyqvx.DVSTPortNotAvaliable().code == pyqvx.CANPortNotAvaliableError().code
-
-
 def test_subclasses_of_applications_work():
     class Mine(pyqvx.AIPortNotAvaliableError):
         def __init__(self, port):
@@ -145,6 +140,7 @@ STATUSES = {
     50: -7015,
     57: -7022,
     70: -7023,
+    73: -7026,
     80: -7027,
 }
 
@@ -158,7 +154,7 @@ def test_listed_firmware_status(status, code):
 
 
 @pytest.mark.parametrize(
-    "status", [14, 30, -1, True, 10.5, float("nan"), float("inf"), 10**400, 2**64 + 10]
+    "status", [1, 14, 30, 255, -1, True, 10.5, float("nan"), float("inf"), 10**400, 2**64 + 10]
 )
 def test_unlisted_firmware_status(status):
     with pytest.raises(pyqvx.FirmwareOtherError):

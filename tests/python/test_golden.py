@@ -6,7 +6,7 @@ from collections import Counter
 from dataclasses import replace
 
 import pytest
-from fakes import FakeTransport, connected
+from fakes import FakeTransport, connect_to, connected
 from golden import ROWS, i2c_spi, serial_can
 from golden.row import products
 
@@ -82,6 +82,32 @@ def test_operations_send_and_give_what_they_should(cls, form):
     finally:
         device.client_cmd.pool = None
         device.close()
+
+
+# Replies that tell nothing of how it went.
+NO_STATUS = {
+    *("Sys_getDriverInfo", "_getDriverInfo_dev", "Sys_getDeviceAlias"),
+    *("Sys_getSerialNumber", "_getThreads", "_Sys_getRTCAlarmState"),
+}
+
+
+@pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
+def test_every_status_is_looked_at(bench, cls):
+    """Of a device that fails at everything, and of one whose replies hold nothing."""
+    place = bench(model=cls.__name__, status=52)
+    rows = [row for row in rows_of(cls) if row.exchanges and None not in [e[2] for e in row.exchanges]]
+    names = {row.name: row for row in rows if row.name not in NO_STATUS}
+    with cls(verbose=False) as device:
+        connect_to(device, place)
+        for name, row in names.items():
+            with pytest.raises(pyqvx.FirmwareAIError):
+                pytest.fail(f"{name}: {getattr(device, name)(*row.args)}")
+    short = connected(FakeTransport({}, default=b""), cls)
+    for name, row in names.items():
+        with pytest.raises(pyqvx.FirmwareOtherError, match="bytes"):
+            pytest.fail(f"{name}: {getattr(short, name)(*row.args)}")
+    short.client_cmd.pool = None
+    short.close()
 
 
 def test_buses_raise_what_the_device_refuses():

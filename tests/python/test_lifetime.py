@@ -3,7 +3,6 @@
 import asyncio
 import gc
 import os
-import queue
 import threading
 import time
 import weakref
@@ -132,46 +131,6 @@ def test_requests_of_a_closed_loop_are_given_back():
     assert eventually(lambda: gc.collect() is not None and gone() is None)
 
 
-@pytest.mark.parametrize("form", ["blocking", "coroutine"])
-def test_queues_of_pythons_may_be_drained(silent, form):
-    """_getStreamingFromPool takes any object with a queue's methods."""
-    items: queue.Queue = queue.Queue()
-    timer = threading.Timer(0.05, lambda: [items.put(i) for i in range(3)])
-    timer.start()
-    if form == "blocking":
-        taken = silent._getStreamingFromPool(items, 3, 0.01)
-    else:
-        taken = asyncio.run(silent._getStreamingFromPool_async(items, 3, 0.01))
-    assert taken == [0, 1, 2]
-    timer.join()
-    with pytest.raises(pyqvx.Error):
-        silent._getStreamingFromPool(object(), 3, 0.01)
-
-
-def test_a_daemon_thread_in_a_call_does_not_disturb_the_end():
-    run_script(
-        """
-import threading, time
-import pyqvx
-from qvx_virtual import VirtualDevice
-bench = VirtualDevice(source="ramp").start()
-device = pyqvx.FeroxA(verbose=False)
-device.connect(bench.ip, bench.port)
-device.AI_open(0)
-device.AI_setMode(0, 2)
-device.AI_openStreaming(0)
-device.AI_startStreaming(0)
-queue = pyqvx.RawQueue()
-def forever(call):
-    while True:
-        call()
-for call in (lambda: device.AI_readStreaming(0, 100, 1), lambda: device._getReplyFromPool(5, 0), queue.get):
-    threading.Thread(target=forever, args=(call,), daemon=True).start()
-time.sleep(0.1)
-"""
-    )
-
-
 def test_an_object_before_its_init_is_refused():
     class Early(pyqvx.FeroxA):
         def __init__(self):
@@ -213,17 +172,6 @@ def test_requests_of_the_same_command_share_the_replies(device):
 
     # One that found no reply would have asked again after RETRY_TIMEOUT.
     assert min(asyncio.run(main()) for _ in range(5)) < pyqvx.RETRY_TIMEOUT
-
-
-@forks
-def test_a_forked_child_cannot_end_the_parents_connection(device):
-    child = os.fork()
-    if child == 0:
-        device.client_cmd.disconnect()
-        device.disconnect()
-        os._exit(0)
-    assert os.waitpid(child, 0)[1] == 0
-    assert device.Sys_getSerialNumber() == "QVTEST01" and "connected to" in repr(device)
 
 
 @forks

@@ -26,8 +26,16 @@ with VirtualDevice() as bench:
     devices[0].AI_setSamplingRate(0, 20000)
     devices[0].AI_openStreaming(0)
     devices[0].AI_startStreaming(0)
-    waiting = threading.Thread(target=lambda: devices[1].AI_readStreaming(0, 10**6, 600), daemon=True)
-    waiting.start()
+    def forever(call):
+        while True:
+            call()
+    for call in (
+        lambda: devices[0].AI_readStreaming(0, 100, 1),
+        lambda: devices[1].AI_readStreaming(0, 10**6, 600),
+        lambda: devices[1]._getReplyFromPool(6, 0),
+        pyqvx.RawQueue().get,
+    ):
+        threading.Thread(target=forever, args=(call,), daemon=True).start()
     left = devices[0].Sys_getSerialNumber_async()
     loop = asyncio.new_event_loop()
     task = loop.create_task(devices[1]._getReplyFromPool_async(5))

@@ -11,21 +11,25 @@ import subprocess
 import sys
 import time
 import wave
-from collections.abc import Callable
 from pathlib import Path
 
 import pytest
+from fakes import PATIENCE_S, eventually
+from qvx_virtual import VirtualDevice, find_program
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "virtual" / "python"))
-
-from qvx_virtual import VirtualDevice, find_program  # noqa: E402
-
-OPEN_AI_STREAMING, START_AI_STREAMING, CLOSE_AI_STREAMING = 182, 183, 184
-SET_AI_SAMPLING_RATE, SET_AI_MODE, SET_AI_NUM_SAMPLES = 177, 178, 179
-READ_AI_ON_DEMAND, GET_AI_COUNTERS = 181, 188
-GET_SERIAL_NUMBER, GET_DRIVER_INFO, REBOOT = 122, 240, 250
-GET_DEV_ALIAS, SET_DEV_ALIAS = 2056, 2057
-PATIENCE_S = 20.0
+from pyqvx import (
+    GET_AI_COUNTERS,
+    GET_DEV_ALIAS,
+    GET_DRIVER_INFO,
+    GET_SERIAL_NUMBER,
+    OPEN_AI_STREAMING,
+    REBOOT,
+    SET_AI_MODE,
+    SET_AI_NUM_SAMPLES,
+    SET_AI_SAMPLING_RATE,
+    SET_DEV_ALIAS,
+    START_AI_STREAMING,
+)
 
 
 def frame(code: int, payload: bytes = b"") -> bytes:
@@ -93,15 +97,6 @@ def run_program(*arguments: str) -> subprocess.CompletedProcess[str]:
     return subprocess.run(
         [find_program(), *arguments], capture_output=True, text=True, timeout=PATIENCE_S, check=False
     )
-
-
-def wait_until(true: Callable[[], bool]) -> bool:
-    deadline = time.monotonic() + PATIENCE_S
-    while not true():
-        if time.monotonic() > deadline:
-            return False
-        time.sleep(0.01)
-    return True
 
 
 def test_state_is_the_devices_not_the_connections() -> None:
@@ -177,7 +172,7 @@ def test_200_khz_on_all_channels_account_for_every_sample() -> None:
             assert received + lost <= acquired
             return received + lost == 200_000
 
-        assert wait_until(all_accounted_for)
+        assert eventually(all_accounted_for)
         assert received > 0
 
 
@@ -190,7 +185,7 @@ def test_a_client_that_does_not_read_loses_samples_and_holds_up_nobody() -> None
             def lost() -> int:
                 return int.from_bytes(same.ask(GET_AI_COUNTERS, b"\0")[-4:], "big")
 
-            assert wait_until(lambda: lost() > 0)
+            assert eventually(lambda: lost() > 0)
             assert other.ask(GET_SERIAL_NUMBER) == b"FA000002"
             status = Path(f"/proc/{bench.process.pid}/status").read_text()
             memory_kb = int(status.split("VmRSS:")[1].split()[0])
@@ -252,15 +247,6 @@ def test_delay_and_reset() -> None:
             assert again.ask(GET_SERIAL_NUMBER) == b"FA000001"
 
 
-def test_forced_statuses() -> None:
-    with VirtualDevice(status={SET_AI_MODE: 57}) as bench, Wire(bench.address) as wire:
-        assert wire.ask(SET_AI_MODE, b"\0\2") == b"\0\x39"
-        assert wire.ask(READ_AI_ON_DEMAND, b"\0") == bytes(18)
-    with VirtualDevice(status=20) as bench, Wire(bench.address) as wire:
-        assert wire.ask(SET_AI_MODE, b"\0\2") == b"\0\x14"
-        assert wire.ask(SET_DEV_ALIAS, b"x") == b"\x14"
-
-
 def test_hostile_bytes() -> None:
     garbage = os.urandom(1 << 20) + b"\x02\xff\xff" * 1000 + b"\x02" * 5000 + b"\x02\0\x01" * 5000
     with VirtualDevice() as bench, Wire(bench.address) as hostile, Wire(bench.address) as other:
@@ -286,7 +272,7 @@ def test_hostile_bytes() -> None:
                 return False
             return True
 
-        assert wait_until(recovered)
+        assert eventually(recovered)
 
 
 @pytest.mark.parametrize(
@@ -382,4 +368,4 @@ def test_it_ends_with_the_process_that_started_it() -> None:
         except OSError:
             return True
 
-    assert wait_until(gone)
+    assert eventually(gone)

@@ -32,56 +32,10 @@ std::uint8_t high(std::uint16_t value) {
 
 // A device descriptor, then configuration 1 with one interface, which has a bulk endpoint each way.
 Bytes descriptors(const DeviceSetup& setup) {
-  return {18,
-          1,
-          0x00,
-          0x02,
-          0,
-          0,
-          0,
-          64,
-          low(setup.vendor),
-          high(setup.vendor),
-          low(setup.product_id),
-          high(setup.product_id),
-          0x00,
-          0x02,
-          1,
-          2,
-          3,
-          1,  //
-          9,
-          2,
-          32,
-          0,
-          1,
-          1,
-          0,
-          0xC0,
-          50,  //
-          9,
-          4,
-          0,
-          0,
-          2,
-          0xFF,
-          0,
-          0,
-          0,  //
-          7,
-          5,
-          0x81,
-          2,
-          64,
-          0,
-          0,  //
-          7,
-          5,
-          0x01,
-          2,
-          64,
-          0,
-          0};
+  const Bytes device{18, 1, 0x00, 0x02, 0, 0, 0, 64};
+  const Bytes identity{low(setup.vendor), high(setup.vendor), low(setup.product_id), high(setup.product_id)};
+  return payload(device, identity, Bytes{0x00, 0x02, 1, 2, 3, 1}, Bytes{9, 2, 32, 0, 1, 1, 0, 0xC0, 50},
+                 Bytes{9, 4, 0, 0, 2, 0xFF, 0, 0, 0}, Bytes{7, 5, 0x81, 2, 64, 0, 0}, Bytes{7, 5, 0x01, 2, 64, 0, 0});
 }
 
 Bytes stringDescriptor(const std::string& text) {

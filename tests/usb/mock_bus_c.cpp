@@ -23,14 +23,6 @@ QVX_EXPORT MockDevice* qvx_mock_plug(MockBus* bus, const char* serial, const cha
   return &bus->plug({.serial = serial, .product = product});
 }
 
-QVX_EXPORT void qvx_mock_unplug(MockDevice* device) {
-  device->unplug();
-}
-
-QVX_EXPORT void qvx_mock_send(MockDevice* device, const std::uint8_t* bytes, std::size_t size) {
-  device->send({bytes, size});
-}
-
 QVX_EXPORT int qvx_mock_claimed(const MockDevice* device) {
   return device->interfacesClaimed();
 }

@@ -5,7 +5,6 @@ import ctypes
 import os
 import subprocess
 import sys
-import threading
 from typing import Iterator, cast
 
 import pytest
@@ -28,12 +27,6 @@ class Bus:
 
     def plug(self, serial: str, product: str = "Cordlog F1") -> ctypes.c_void_p:
         return ctypes.c_void_p(self.library.qvx_mock_plug(self.bus, serial.encode(), product.encode()))
-
-    def unplug(self, device: ctypes.c_void_p) -> None:
-        self.library.qvx_mock_unplug(device)
-
-    def send(self, device: ctypes.c_void_p, data: bytes) -> None:
-        self.library.qvx_mock_send(device, data, ctypes.c_size_t(len(data)))
 
     def claimed(self, device: ctypes.c_void_p) -> int:
         return self.library.qvx_mock_claimed(device)
@@ -79,6 +72,8 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
     for wrong in (7, None, b"S1"):
         with pytest.raises(pyqvx.InputTypeNotCorrectError):
             pyqvx.USBClient(wrong)  # type: ignore[arg-type]
+        with pytest.raises(pyqvx.InputTypeNotCorrectError):
+            pyqvx.USBDevice(verbose=False).connect(wrong)  # type: ignore[arg-type]
 
 
 @pytest.mark.filterwarnings("ignore:Warning 519000")
@@ -96,23 +91,6 @@ def test_coroutines(bus: Bus) -> None:
         assert bus.claimed(first) == 0
 
     asyncio.run(session())
-
-
-@pytest.mark.filterwarnings("ignore:Warning 519000")
-def test_unplugged_while_a_reply_is_awaited(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
-    device = bus.plug("S1")
-    with pyqvx.USBDevice(verbose=False) as dev:
-        dev.connect()
-        timer = threading.Timer(0.05, bus.unplug, [device])
-        timer.start()
-        with pytest.raises(pyqvx.ReceivePacketTimeoutError):
-            dev._getReplyFromPool(ECHO, 1)
-        timer.join()
-        with pytest.raises(pyqvx.USBConnectionError, match="unplugged"):
-            dev._echoPacket(ECHO, [], TIMEOUT)
-        assert "lost connection" in repr(dev)
-    reports = [line for line in capfd.readouterr().out.splitlines() if line.startswith("USBConnectionError:")]
-    assert len(reports) == 1
 
 
 def test_the_missing_library_is_warned_of_once() -> None:

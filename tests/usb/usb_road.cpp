@@ -46,7 +46,7 @@ class USBRoad : public Road {
         },
     };
   }
-  int manyConnections() override { return 200; }  // the mock bus takes 25 ms for each
+  int manyConnections() override { return 100; }  // the mock bus takes 25 ms for each
   bool cut(Cut how) override {
     if (how != Cut::Closed) {
       return false;

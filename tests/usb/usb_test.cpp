@@ -1,7 +1,6 @@
 #include "transport/usb.h"
 
 #include "core/frame.h"
-#include "protocol/usb_device.h"
 #include "tests/cpp/protocol/fakes.h"
 #include "tests/usb/mock_bus.h"
 
@@ -42,11 +41,6 @@ std::string refusal(Operation operation) {
 
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
-}
-
-std::ptrdiff_t entriesOf(const char* directory) {
-  const std::filesystem::directory_iterator entries(directory);
-  return std::distance(begin(entries), end(entries));
 }
 
 // A frame whose payload shows its number and its place.
@@ -367,50 +361,6 @@ TEST_F(USBTest, AForkedChildOpensItsOwn) {
   inherited->setTimeout(20);
   inherited->sendPacket(numberedFrame(1, 3));
   EXPECT_EQ(readFrames(*inherited, 1).size(), 1U);
-}
-
-TEST_F(USBTest, TwoHundredConnectionsLeaveNothingBehind) {
-  MockDevice& device = bus.plug();
-  USBDevice handle(ProductId::None, false);
-  std::ptrdiff_t threads = 0;
-  std::ptrdiff_t descriptors = 0;
-  const auto settled = [&] { return device.timesOpen() == 0 && device.interfacesClaimed() == 0; };
-  for (int i = 0; i < 200; ++i) {
-    ASSERT_TRUE(handle.connect(i % 2 == 0 ? "default" : "QVX0001"));
-    ASSERT_TRUE(handle.echoPacket(240, Bytes{1}, 20));
-    handle.disconnect();
-    if (i == 9) {
-      ASSERT_TRUE(eventually(settled));
-      threads = entriesOf("/proc/self/task");
-      descriptors = entriesOf("/proc/self/fd");
-    }
-  }
-  EXPECT_TRUE(eventually([&] { return settled() && entriesOf("/proc/self/task") <= threads; }));
-  EXPECT_TRUE(eventually([&] { return entriesOf("/proc/self/fd") <= descriptors; }));
-}
-
-TEST_F(USBTest, AHandleReportsALostDeviceOnceAndConnectsAgain) {
-  MockDevice& device = bus.plug({.serial = "A"});
-  USBDevice handle;
-  EXPECT_EQ(test::failureOf([&] { handle.sendPacketWithoutReply(240, {}); }), "USBConnectionError");
-  EXPECT_EQ(test::failureOf([&] { handle.connect(7); }), "InputTypeNotCorrectError");
-  EXPECT_EQ(test::failureOf([&] { handle.connect("B"); }), "USBConnectionError");
-  handle.connect("A");
-  EXPECT_EQ(test::failureOf([&] { handle.connect("A"); }), "USBConnectionError");
-  EXPECT_EQ(handle.echoPacket(240, Bytes{1, 2}, 20), (Bytes{1, 2}));
-  device.unplug();
-  EXPECT_TRUE(eventually([&] { return handle.commandChannel().state() == Channel::State::Lost; }));
-  EXPECT_TRUE(eventually([&] { return !host.failures().empty(); }));
-  EXPECT_EQ(test::failureOf([&] { handle.sendPacketWithoutReply(240, {}); }), "USBConnectionError");
-  bus.plug({.serial = "B"});
-  handle.connect("default");
-  EXPECT_EQ(handle.echoPacketWithRetry(240, Bytes{3}, 20), (Bytes{3}));
-  handle.close();
-  EXPECT_EQ(host.failures(), std::vector<std::string>{"USBConnectionError"});
-  EXPECT_EQ(host.lines(),
-            (std::vector<std::string>{"Opened handle (USBDevice)", "Connected to A (USBDevice)",
-                                      "Disconnected from A (USBDevice)", "Connected to default (USBDevice)",
-                                      "Disconnected from default (USBDevice)", "Closed handle (USBDevice)"}));
 }
 
 TEST(USBLibraryTest, LooksBesideTheModuleAndInExtLib) {

@@ -63,56 +63,5 @@ TEST(Constants, OnlyTheInstrumentSharesACommandCode) {
   }
 }
 
-TEST(Constants, CodesLieInTheBlockOfTheirFunction) {
-  struct Block {
-    const char* pattern;
-    int low;
-    int high;
-  };
-  const Block blocks[] = {
-      {".*_CAN(_.*)?", 48, 61},
-      {".*_THERMAL(_.*)?", 64, 77},
-      {".*_PWM(_.*)?", 80, 85},
-      {"(OPEN|START|WRITE|STOP|CLOSE|RESET|SET)_UART(_[A-Z_]+)?", 128, 139},
-      {".*_I2C(_.*)?", 144, 151},
-      {"(OPEN|CLOSE)_AIO", 158, 159},
-      {"[A-Z_]+_SPI(_.*)?", 160, 170},
-      {"PULSE_.*", 4128, 4148},
-      {"ENCODER_.*", 4160, 4180},
-      {"MOTION_[A-Z]{3,}_.*", 7172, 7330},
-      {"POT_.*", 8512, 8516},
-      {"AHRS_.*", 9216, 9251},
-      {"SD_.*", 2240, 2247},
-      {"SNTP_.*", 2624, 2629},
-      {"RTC_.*", 2212, 2216},
-      {"DRONE_(READ_|WRITE_)?MOVE_.*", 10288, 10369},
-      {"DRONE_READ_(ATTITUDE|POSITION)_.*", 10376, 10382},
-  };
-  for (const Block& block : blocks) {
-    int members = 0;
-    for (const NamedConstant& constant : constants()) {
-      if (std::regex_match(constant.name, std::regex(block.pattern)) && isPacketCommand(constant.name)) {
-        ++members;
-        EXPECT_TRUE(constant.value >= block.low && constant.value <= block.high) << constant.name;
-      }
-    }
-    EXPECT_GT(members, 1) << block.pattern;
-  }
-}
-
-TEST(Constants, DroneMovesComeInReadAndWritePairs) {
-  std::map<int, std::string> moves;
-  for (const NamedConstant& constant : constants()) {
-    if (std::regex_match(constant.name, std::regex("DRONE_(READ_|WRITE_)?MOVE_.*"))) {
-      moves[constant.value] = constant.name;
-    }
-  }
-  for (const auto& [code, name] : moves) {
-    const bool reads = name.starts_with("DRONE_READ_");
-    EXPECT_EQ(reads, code % 2 == 0) << name;
-    EXPECT_TRUE(moves.contains(reads ? code + 1 : code - 1)) << name;
-  }
-}
-
 }  // namespace
 }  // namespace qvx

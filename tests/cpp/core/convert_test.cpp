@@ -36,12 +36,6 @@ TEST(Convert, RealsTruncateTowardZeroInsideTheTypeOnly) {
   expectOutOfRange([] { truncateTo<std::uint64_t>(0x1p64); }, "2^64");
 }
 
-TEST(Convert, TextFieldsEndAtTheFirstNul) {
-  EXPECT_EQ(convertU8ListToStr(Bytes{65, 66, 0, 67}), "AB");
-  EXPECT_EQ(convertU8ListToStr(Bytes{65, 66}), "AB");
-  EXPECT_EQ(convertU8ListToStr(Bytes{}), "");
-}
-
 TEST(Convert, TextsBecomeCodePoints) {
   using Points = std::vector<std::uint32_t>;
   EXPECT_EQ(convertStrToU8List("A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"), (Points{0x41, 0xE9, 0x20AC, 0x1F600}));
@@ -68,33 +62,15 @@ TEST(Convert, AddressesKeepTheWrittenOrder) {
   }
 }
 
-TEST(Convert, BitsOfAWord) {
-  EXPECT_EQ(writeBit(5, 1, 1), 7U);
-  EXPECT_EQ(writeBit(7, 0, 0), 6U);
-  EXPECT_EQ(writeBit(7, 0, 2), std::nullopt);
-  EXPECT_EQ(fillBit(0, 63), 1ULL << 63);
-  EXPECT_EQ(clearBit(~0ULL, 63), ~0ULL >> 1);
-  EXPECT_EQ(readBit(1ULL << 63, 63), 1);
-  for (const int index : {-1, 64}) {
-    expectOutOfRange([&] { clearBit(1, index); }, "clearBit");
-    expectOutOfRange([&] { readBit(1, index); }, "readBit");
-    expectOutOfRange([&] { convertIndexListToInt(std::vector{0, index}); }, "convertIndexListToInt");
-  }
-}
-
 TEST(Convert, MasksAndLists) {
   EXPECT_EQ(convertIntToBinaryList(6, 4), (std::vector{0, 1, 1, 0}));
   EXPECT_EQ(convertIntToBinaryList(~0ULL, 70).at(64), 0);
-  EXPECT_TRUE(convertIntToBinaryList(6, 0).empty());
   EXPECT_TRUE(convertIntToBinaryList(6, -1).empty());
-  EXPECT_EQ(convertIntToIndexList(6), (std::vector{1, 2}));
   EXPECT_EQ(convertIndexListToInt(std::vector{3, 0, 3, 63}), (1ULL << 63) + 9);
   EXPECT_EQ(convertIndexAndBinaryListsToInt(std::vector{0, 3, 1, 2}, std::vector{5, 1, -4}), 9U);
-  EXPECT_EQ(adjustDataList({1, 2}), (Bytes{1, 2, 0, 0, 0, 0, 0, 0}));
-  EXPECT_EQ(adjustDataList({1, 2, 3}, 2, 9), (Bytes{1, 2, 3}));
-  const std::vector<int> allowed{0, 1};
-  EXPECT_TRUE(checkPinMap(std::vector<std::vector<int>>{{0, 1}, {}, {1}}, allowed));
-  EXPECT_FALSE(checkPinMap(std::vector<std::vector<int>>{{0, 1}, {2}}, allowed));
+  for (const int index : {-1, 64}) {
+    expectOutOfRange([&] { convertIndexListToInt(std::vector{0, index}); }, "convertIndexListToInt");
+  }
 }
 
 }  // namespace

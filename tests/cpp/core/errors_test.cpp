@@ -36,34 +36,6 @@ TEST(Errors, CodesAreUniqueButForTheStepperPort) {
   }
 }
 
-TEST(Errors, FailureDescribesItself) {
-  EXPECT_STREQ(Failure(ErrorId::PinsNotExistError).what(),
-               "Error -8005: The pin index is not valid or is not recognized.");
-  EXPECT_STREQ(Failure(ErrorId::PinsNotExistError, "x").what(), "Error -8005: x");
-  EXPECT_STREQ(Failure(ErrorId::AIQueueOverflowWarning).what(), "Warning 520000: Occurrence AI queue overflow.");
-  EXPECT_STREQ(Failure(ErrorId::DVSTPortNotAvaliable).what(), "Error -8900: None");
-}
-
-TEST(Errors, FirmwareStatusesMapToTheirClasses) {
-  struct Row {
-    int status;
-    int code;
-  };
-  const Row rows[] = {{10, -7000}, {13, -7003}, {20, -7004}, {27, -7011}, {40, -7012}, {42, -7014},
-                      {50, -7015}, {57, -7022}, {70, -7023}, {73, -7026}, {80, -7027}, {14, -7028},
-                      {30, -7028}, {-1, -7028}, {1, -7028},  {255, -7028}};
-  EXPECT_EQ(checkFirmwareError(0), 0);
-  for (const Row& row : rows) {
-    try {
-      checkFirmwareError(row.status);
-      FAIL() << row.status;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.kind().code, row.code) << row.status;
-      EXPECT_FALSE(failure.givenMessage());
-    }
-  }
-}
-
 TEST(Host, TheInstalledOneReceivesAndTheDefaultComesBack) {
   struct Recorder : Host {
     void print(const std::string& line) override { lines.push_back(line); }

@@ -1,13 +1,9 @@
 // The handle for discovery, to which anybody on the network may send anything.
 #include "protocol/broadcast_device.h"
 #include "tests/cpp/links/road.h"
-#include "transport/descriptor.h"
+#include "tests/cpp/transport/own_network.h"
 
 #include <arpa/inet.h>
-#include <net/if.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
@@ -17,23 +13,6 @@ namespace qvx::test {
 namespace {
 
 using namespace std::chrono_literals;
-
-// Runs `body` in a network that has a loopback interface and nothing else, because the port is every program's.
-bool inNetworkOfItsOwn(const std::function<void()>& body) {
-  bool permitted = false;
-  std::thread([&] {
-    permitted = ::unshare(CLONE_NEWNET) == 0;
-    if (permitted) {
-      const Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
-      ifreq request{};
-      std::copy_n("lo", 3, request.ifr_name);
-      request.ifr_flags = IFF_UP;
-      ASSERT_EQ(::ioctl(socket.get(), SIOCSIFFLAGS, &request), 0);
-      body();
-    }
-  }).join();
-  return permitted;
-}
 
 class Stranger {
  public:
@@ -58,7 +37,8 @@ Bytes answer(std::uint32_t number) {
 TEST(LinkDiscovery, StrangersCanNeitherFillTheMemoryNorStopTheHandle) {
   const Watchdog watchdog;
   const RecordingHost host;
-  const bool permitted = inNetworkOfItsOwn([] {
+  inNetworkOfItsOwn([] {
+    raiseLoopback();
     BroadcastDevice handle(false);
     const auto answers = handle.data_pool_bcst.at(GET_DEVICE_INFO);
     std::atomic<bool> over{false};
@@ -89,15 +69,13 @@ TEST(LinkDiscovery, StrangersCanNeitherFillTheMemoryNorStopTheHandle) {
     }
     EXPECT_EQ(answers->snapshot().size(), AnswerSet::kCapacity);
   });
-  if (!permitted) {
-    GTEST_SKIP() << "making a network namespace takes privileges that this test run has not";
-  }
   EXPECT_EQ(host.failures(), std::vector<std::string>{});
 }
 
 TEST(LinkDiscovery, AThousandConnectionsLeaveNothingBehind) {
   const Watchdog watchdog;
-  const bool permitted = inNetworkOfItsOwn([] {
+  inNetworkOfItsOwn([] {
+    raiseLoopback();
     BroadcastDevice handle(false);
     const Stranger stranger;
     std::ptrdiff_t threads = 0;
@@ -115,9 +93,6 @@ TEST(LinkDiscovery, AThousandConnectionsLeaveNothingBehind) {
     }
     EXPECT_TRUE(eventually([&] { return threadsNow() <= threads && descriptorsNow() <= descriptors; }));
   });
-  if (!permitted) {
-    GTEST_SKIP() << "making a network namespace takes privileges that this test run has not";
-  }
 }
 
 }  // namespace

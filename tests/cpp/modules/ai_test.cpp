@@ -2,9 +2,6 @@
 
 #include "tests/cpp/modules/bench.h"
 
-#include <cmath>
-#include <future>
-
 namespace qvx::test {
 namespace {
 
@@ -15,54 +12,6 @@ AIConfiguration lumaPorts() {
 }
 AIConfiguration cordlogPorts() {
   return {.ports = {{1, {0, 1, 2, 3, 4, 5, 6, 7}}}, .num_channels = 8, .variable = true};
-}
-
-TEST(AI, SendsDecodesAndMapsTheStatus) {
-  const std::vector<Golden> rows{
-      {QVX_CALL(ai.AI_openStreaming(0, kTimeout)), "02 00 02 B6 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_closeStreaming(0, kTimeout)), "02 00 02 B8 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setMode(0, 0, kTimeout)), "02 00 03 B2 00 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setMode(0, 2, kTimeout)), "02 00 03 B2 00 02 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setNumSamples(0, 0x12345678, kTimeout)), "02 00 06 B3 00 12 34 56 78 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setNumSamples(0, std::int64_t{4294967295}, kTimeout)),
-       "02 00 06 B3 00 FF FF FF FF 0D 0A",
-       {0, 0},
-       "0",
-       1},
-      {QVX_CALL(ai.AI_setSamplingRate(0, 20000, kTimeout)), "02 00 06 B1 00 46 9C 40 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setSamplingRate(0, 1, kTimeout)), "02 00 06 B1 00 3F 80 00 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 0, kTimeout)), "02 00 04 20 16 00 01 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 1, kTimeout)), "02 00 04 20 16 00 02 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 2, kTimeout)), "02 00 04 20 16 00 04 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 3, kTimeout)), "02 00 04 20 16 00 03 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 4, kTimeout)), "02 00 04 20 16 00 05 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 5, kTimeout)), "02 00 04 20 16 00 06 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_setTriggerMode(0, 6, kTimeout)), "02 00 04 20 16 00 07 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai._AI_clearBufferStatus(0, kTimeout)), "02 00 02 BA 00 0D 0A", {0, 0}, "0", 1},
-      {QVX_CALL(ai.AI_readOnDemand(0, kTimeout)),
-       "02 00 02 B5 00 0D 0A",
-       {0, 0, 0x7F, 0xFF, 0x80, 0x00},
-       "[9.9997,-10]",
-       1},
-      {QVX_CALL(ai._AI_getDataRTC(0, kTimeout)),
-       "02 00 03 20 22 00 0D 0A",
-       {0, 0, 0x00, 0x01, 0xFF, 0xFF},
-       "[0.0003,-0.0003]",
-       1},
-      {QVX_CALL(ai._AI_getCounter(0, kTimeout)),
-       "02 00 02 BC 00 0D 0A",
-       {0, 0, 0, 0, 1, 0, 0xFF, 0xFF, 0xFF, 0xFF},
-       "[256,4294967295]",
-       1},
-      {QVX_CALL(ai._AI_readBufferStatus(0, kTimeout)), "02 00 02 BB 00 0D 0A", {0, 0, 0, 0, 0, 7}, "[7]", 1},
-  };
-  Bench bench;
-  for (const auto& row : rows) {
-    check(bench, row);
-  }
-  bench.transport->sent();
-  EXPECT_EQ(bench.ai.AI_startStreaming(0), 0);
-  EXPECT_EQ(bench.transport->sent(), std::vector<std::string>{"02 00 02 B7 00 0D 0A"});
 }
 
 TEST(AI, RememberedOnlyWhenTheDeviceAccepts) {
@@ -77,41 +26,6 @@ TEST(AI, RememberedOnlyWhenTheDeviceAccepts) {
   EXPECT_EQ(bench.frameOf([&] { bench.ai.AI_enableChannel(1, 3, kTimeout); }), "02 00 03 B4 01 03 0D 0A");
   EXPECT_EQ(bench.ai.ai_mode, 2);
   EXPECT_EQ(bench.ai.ai_num_channels, 3);
-}
-
-struct Opening {
-  ProductId product;
-  bool sends;
-  bool opens;
-};
-
-TEST(AI, OpensAndClosesByProduct) {
-  for (const Opening& row : {Opening{ProductId::FeroxI, false, false}, Opening{ProductId::FeroxIA, false, false},
-                             Opening{ProductId::FeroxA, false, true}, Opening{ProductId::FeroxA2, false, true},
-                             Opening{ProductId::SkylogE3A, true, true}, Opening{ProductId::CordlogF1AD, true, true}}) {
-    SCOPED_TRACE(productLabel(row.product));
-    Bench bench(row.product);
-    bench.replies = {{OPEN_AI, {0, 0}}, {CLOSE_AI, {0, 0}}};
-    const auto frames = [&](const char* frame) {
-      return row.sends ? std::vector<std::string>{frame} : std::vector<std::string>{};
-    };
-    for (int round = 0; round < 2; ++round) {
-      for (int again = 0; again < 2; ++again) {  // repeated it does no harm
-        EXPECT_EQ(bench.ai.AI_open(0, kTimeout), 0);
-        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 B0 00 0D 0A"));
-        EXPECT_EQ(bench.ai.aiOpenFlag(), row.opens);
-      }
-      for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(bench.ai.AI_close(0, kTimeout), 0);
-        EXPECT_EQ(bench.transport->sent(), frames("02 00 02 BF 00 0D 0A"));
-        EXPECT_FALSE(bench.ai.aiOpenFlag());
-      }
-    }
-    if (row.sends) {
-      bench.replies[OPEN_AI] = {0, 52};
-      EXPECT_EQ(failureOf([&] { bench.ai.AI_open(0, kTimeout); }), "FirmwareAIError");
-    }
-  }
 }
 
 TEST(AI, SkylogRepliesToOpenStreamingCarryModeAndRate) {
@@ -217,30 +131,6 @@ TEST(AI, LimitsTheSamplingRateByProduct) {
   }
 }
 
-TEST(AI, ChannelsAreChosenOnCordlogOnly) {
-  Bench cordlog(ProductId::CordlogF1AOD, cordlogPorts());
-  cordlog.replies = {{SET_AI_ENABLED_CS, {1, 0}}, {READ_AI_ON_DEMAND_VARIABLE, {1, 0, 0x40, 0}}};
-  cordlog.ai.AI_enableChannel(1, 1, kTimeout);
-  EXPECT_EQ(cordlog.frameOf([&] { EXPECT_EQ(cordlog.ai.AI_readOnDemand(1, kTimeout), std::vector<double>{5}); }),
-            "02 00 02 BD 01 0D 0A");
-  cordlog.transport->sent();
-  cordlog.ai.AI_startStreaming(1);
-  EXPECT_EQ(cordlog.transport->sent(), std::vector<std::string>{"02 00 02 BE 01 0D 0A"});
-  constexpr const char* kNo = "APINotSupportError";
-  checkRefusals(cordlog,
-                {
-                    {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(1, 0, kTimeout); }, kNo},
-                    {"chips", [](Bench& b) { b.ai.AI_enableCS(1, List{0}, kTimeout); }, kNo},
-                    {"none", [](Bench& b) { b.ai.AI_enableChannel(1, 0, kTimeout); }, "AIChannelNotAvaliableError"},
-                    {"nine", [](Bench& b) { b.ai.AI_enableChannel(1, 9, kTimeout); }, "AIChannelNotAvaliableError"},
-                });
-  for (const auto product :
-       {ProductId::FeroxA, ProductId::LUMA, ProductId::SkylogE3A, ProductId::SkylogE3AH, ProductId::SkylogF4A}) {
-    Bench bench(product);
-    checkRefusals(bench, {{"channel", [](Bench& b) { b.ai.AI_enableChannel(0, 1, kTimeout); }, kNo}});
-  }
-}
-
 // Raw blocks wait while the gate is closed, or for a slow decoder; the number of channels changes meanwhile.
 TEST(AI, BlocksKeepTheNumberOfChannelsWithWhichTheyWereSampled) {
   Bench bench(ProductId::CordlogF1AD, cordlogPorts());
@@ -265,131 +155,9 @@ TEST(AI, BlocksKeepTheNumberOfChannelsWithWhichTheyWereSampled) {
   }
 }
 
-TEST(AI, DecodesEveryCodeAsTheRoundedProduct) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  bench.ai.AI_open(0, kTimeout);
-  Bytes block{0};
-  for (int code = -32768; code <= 32767; ++code) {
-    appendBig(block, static_cast<std::int16_t>(code));
-  }
-  bench.device.putToDataPool(START_AI_STREAMING, block);
-  const auto volts = bench.ai.AI_readStreamingArray(0, 65536, kTimeout).values;
-  ASSERT_EQ(volts.size(), 65536U);
-  for (int code = -32768; code <= 32767; ++code) {
-    const double exact = code * 10.0 / 32768;
-    const double value = volts[static_cast<std::size_t>(code + 32768)];
-    ASSERT_LE(std::abs(value - exact), 0.00005 + 1e-12) << code;
-    ASSERT_EQ(value, std::stod(std::to_string(std::lround(value * 1e4)) + "e-4")) << code;  // four decimals, no more
-  }
-}
-
-// A block that ends within a sample, an empty one, and a start that the device refused (its packet is a status).
-TEST(AI, IncompleteSamplesAreNoSamples) {
-  Bench bench;
-  bench.ai.AI_open(0, kTimeout);
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 52});
-  bench.device.putToDataPool(START_AI_STREAMING, {0});
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 0x40, 0, 0x20, 0, 0x10, 0, 0x08});
-  bench.device.putToDataPool(START_AI_STREAMING, {0, 0xC0, 0, 0xE0, 0});
-  const auto samples = bench.ai.AI_readStreamingArray(0, 2, kTimeout);
-  EXPECT_EQ(samples.channels, 2U);
-  EXPECT_EQ(samples.values, (std::vector<double>{5, 2.5, -5, -2.5}));
-}
-
-TEST(AI, ReadsWhatIsThereAndWaitsNoLongerThanItMust) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  const auto count = [&](const Argument& number, const Argument& delay) {
-    std::size_t rows = 0;
-    for (const auto& piece : bench.ai.AI_readStreaming(0, number, delay)) {
-      rows += piece.rows();
-    }
-    return rows;
-  };
-  EXPECT_EQ(count(10, 0), 0U);
-  EXPECT_EQ(count(-1, 600), 0U);  // all that are there: nothing to wait for
-  bench.ai.AI_open(0, kTimeout);
-  bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * 5));
-  EXPECT_EQ(count(3, 600), 3U);
-  EXPECT_TRUE(eventually([&] { return bench.ai.signalQueues()[0]->size() == 2; }));
-  EXPECT_EQ(count(10, 0.01), 2U);
-  const auto waiting = std::async(std::launch::async, [&] { bench.device.close(); });
-  EXPECT_EQ(count(10, 600), 0U);  // close() ends the wait
-}
-
-TEST(AI, ClosingParksAndOpeningGoesOnWithWhatCame) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  for (std::uint8_t round = 1; round <= 10; ++round) {
-    bench.device.putToDataPool(START_AI_STREAMING, {0, round, 0});
-    EXPECT_TRUE(bench.ai.AI_readStreamingArray(0, 1, 0.002).values.empty());
-    bench.ai.AI_open(0, kTimeout);
-    const auto volts = bench.ai.AI_readStreamingArray(0, 1, kTimeout).values;
-    ASSERT_EQ(volts.size(), 1U);
-    EXPECT_NEAR(volts[0], round * 256 * 10.0 / 32768, 1e-4);
-    bench.ai.AI_close(0, kTimeout);
-    EXPECT_TRUE(bench.ai.decoder().gate().waitParked(Clock::now() + kPatience));
-  }
-  EXPECT_TRUE(bench.ai.decoder().worker().alive());
-  bench.device.close();
-  EXPECT_FALSE(bench.ai.decoder().worker().alive());
-  EXPECT_TRUE(bench.ai.ai_killed);
-}
-
-TEST(AI, AFullQueueDropsCountsAndWarns) {
-  Bench bench(ProductId::FeroxA, {.ports = {{0, {0}}}, .num_channels = 1});
-  const auto& queue = *bench.ai.signalQueues()[0];
-  bench.ai.AI_open(0, kTimeout);
-  constexpr std::size_t kRows = 60000;
-  const std::size_t blocks = QUEUE_SIZE_MAX / kRows + 2;
-  for (std::size_t block = 0; block < blocks; ++block) {
-    bench.device.putToDataPool(START_AI_STREAMING, Bytes(1 + 2 * kRows));
-  }
-  EXPECT_TRUE(eventually([&] { return queue.size() + queue.dropped() == blocks * kRows; }));
-  EXPECT_EQ(queue.size(), static_cast<std::size_t>(QUEUE_SIZE_MAX));
-  EXPECT_TRUE(eventually([&] { return !bench.host.warnings().empty(); }));
-  EXPECT_EQ(bench.host.warnings().front(), "AIQueueOverflowWarning");
-}
-
-TEST(AI, ChecksThatThePinsAreInputs) {
-  Bench bench;
-  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x99};  // only two pins count
-  EXPECT_EQ(bench.frameOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "02 00 02 7F 00 0D 0A");
-  bench.replies[GET_PIN_MODE_OF_SLOT] = {0, 2, 0, 0, 0, 0x29};
-  EXPECT_EQ(failureOf([&] { bench.ai._checkAIPinState(0, kTimeout); }), "AIPortNotAvaliableError");
-}
-
-TEST(AI, RefusesArgumentsBeforeAnythingIsSent) {
+TEST(AI, LumaRefusesOtherSlotsAndChips) {
   constexpr const char* kPort = "AIPortNotAvaliableError";
-  constexpr const char* kRange = "InputDataNotInRangeError";
-  constexpr const char* kRate = "AIRateNotVaildError";
-  std::vector<Refusal> rows{
-      {"mode", [](Bench& b) { b.ai.AI_setMode(0, 3, kTimeout); }, "AIModeNotAvaliableError"},
-      {"mode", [](Bench& b) { b.ai.AI_setMode(0, -1, kTimeout); }, "AIModeNotAvaliableError"},
-      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, 7, kTimeout); }, "AITriggerModeNotAvaliableError"},
-      {"trigger", [](Bench& b) { b.ai.AI_setTriggerMode(0, -1, kTimeout); }, "AITriggerModeNotAvaliableError"},
-      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, -1, kTimeout); }, kRange},
-      {"number", [](Bench& b) { b.ai.AI_setNumSamples(0, std::int64_t{1} << 32, kTimeout); }, kRange},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 0, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, -1, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 20001, kTimeout); }, kRate},
-      {"rate", [](Bench& b) { b.ai.AI_setSamplingRate(0, 1000.0, kTimeout); }, "InputTypeNotCorrectError"},
-      {"count", [](Bench& b) { b.ai.AI_readStreaming(0, -2, 0); }, kRange},
-      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, -1); }, kRange},
-      {"delay", [](Bench& b) { b.ai.AI_readStreaming(0, 1, std::nan("")); }, kRange},
-  };
-  for (const Argument& port : {Argument(-1), Argument(1), Argument(256), Argument(std::int64_t{1} << 32),
-                               Argument::hugeInt(true), Argument::hugeInt(false)}) {
-    rows.push_back({"open", [port](Bench& b) { b.ai.AI_open(port, kTimeout); }, kPort});
-    rows.push_back({"close", [port](Bench& b) { b.ai.AI_close(port, kTimeout); }, kPort});
-    rows.push_back({"openStreaming", [port](Bench& b) { b.ai.AI_openStreaming(port, kTimeout); }, kPort});
-    rows.push_back({"start", [port](Bench& b) { b.ai.AI_startStreaming(port); }, kPort});
-    rows.push_back({"read", [port](Bench& b) { b.ai.AI_readOnDemand(port, kTimeout); }, kPort});
-    rows.push_back({"readStreaming", [port](Bench& b) { b.ai.AI_readStreaming(port, 1, 0); }, kPort});
-    rows.push_back({"pins", [port](Bench& b) { b.ai._checkAIPinState(port, kTimeout); }, kPort});
-  }
-  Bench ferox;
-  checkRefusals(ferox, rows);
-
-  rows.clear();
+  std::vector<Refusal> rows;
   for (const Argument& slot :
        {Argument(0), Argument(3), Argument(5), Argument::hugeInt(true), Argument::hugeInt(false)}) {
     rows.push_back({"slot", [slot](Bench& b) { b.ai.AI_readOnDemand(slot, kTimeout); }, kPort});

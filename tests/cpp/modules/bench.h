@@ -1,7 +1,7 @@
 // A device of any product with the modules under test, over a transport that records and answers.
 #pragma once
 
-#include "modules/analog/ai24.h"
+#include "modules/analog/ai.h"
 #include "modules/analog/ao.h"
 #include "modules/digital/dio.h"
 #include "modules/system/network.h"
@@ -37,8 +37,6 @@ struct Bench {
   DIOOperations dio{Link(device),
                     {.inputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {4, {0, 1}}},
                      .outputs = {{0, {0, 1, 2, 3, 4, 5, 6, 7}}, {2, {0, 1, 2, 3, 6, 7}}, {5, {6, 7}}}}};
-  AI24BitStreamingOperations ai24{Link(device), {.ports = {{0, {0, 1}}}, .ratio = 10.0 / (1 << 23), .num_channels = 2}};
-  AI24BitOperations ai24_on_demand{Link(device), {.ports = {{0, {0, 1}}}, .num_channels = 2}};
   AOStreamingOperations ao{Link(device), {.ports = {{0, {0, 1, 2}}, {3, {0}}}, .channels = 3}};
 
   explicit Bench(ProductId product = ProductId::FeroxA,
@@ -87,19 +85,6 @@ std::string show(const std::vector<Value>& values) {
   }
   return "[" + text + "]";
 }
-inline std::string show(const AOSettings& settings) {
-  return show(std::vector<double>{static_cast<double>(settings.mode), settings.sampling_rate});
-}
-inline std::string show(const std::pair<std::string, std::string>& texts) {
-  return texts.first + "," + texts.second;
-}
-inline std::string show(const WifiSettings& settings) {
-  return std::apply([](const auto&... texts) { return ((texts + ",") + ...); }, settings);
-}
-inline std::string show(const PinModes& pins) {
-  return show(pins.first) + show(pins.second);
-}
-
 #define QVX_CALL(call) [](Bench& b) { return show(b.call); }
 
 inline Bytes text(std::string_view characters) {

@@ -5,90 +5,12 @@
 namespace qvx::test {
 namespace {
 
-TEST(Network, SendsDecodesAndMapsTheStatus) {
-  const std::vector<Golden> rows{
-      {QVX_CALL(network.Net_getIP(kTimeout)),
-       "02 00 01 F3 0D 0A",
-       {0, 192, 168, 1, 20, 255, 255, 255, 0},
-       "192.168.1.20,255.255.255.0",
-       0},
-      {QVX_CALL(network.Net_setIP("10.13.10.2", "255.255.0.0", kTimeout)),
-       "02 00 09 F4 0A 0D 0A 02 FF FF 00 00 0D 0A",
-       {0},
-       "0",
-       0},
-      {QVX_CALL(network.Net_setIP("1.0.0.1", "255.255.255.252", kTimeout)),
-       "02 00 09 F4 01 00 00 01 FF FF FF FC 0D 0A",
-       {0},
-       "0",
-       0},
-      {QVX_CALL(network.Net_getGateway(kTimeout)), "02 00 01 7C 0D 0A", {0, 192, 168, 1, 1}, "192.168.1.1", 0},
-      {QVX_CALL(network.Net_getGateway(kTimeout)), "02 00 01 7C 0D 0A", {0, 0, 0, 0, 0}, "0.0.0.0", 0},
-      {QVX_CALL(network.Net_setGateway("192.168.1.254", kTimeout)), "02 00 05 7D C0 A8 01 FE 0D 0A", {0}, "0", 0},
-      {QVX_CALL(network.Net_setGateway("0.0.0.0", kTimeout)), "02 00 05 7D 00 00 00 00 0D 0A", {0}, "0", 0},
-      {QVX_CALL(network.Net_getMAC(kTimeout)),
-       "02 00 01 F5 0D 0A",
-       {0, 0x02, 0x51, 0x56, 0xAB, 0, 0x0F},
-       "02:51:56:ab:00:0f",
-       0},
-      {QVX_CALL(network._Net_setMAC("02:51:56:AB:00:0f", kTimeout)),
-       "02 00 07 F6 02 51 56 AB 00 0F 0D 0A",
-       {0},
-       "0",
-       0},
-  };
-  Bench bench;
-  const auto loop = makeLoop();
-  for (const auto& row : rows) {
-    check(bench, row);
-    bench.replies[codeOf(row.frame)] = row.reply;
-    std::string result;
-    EXPECT_EQ(bench.frameOf([&] { loop->runBody([&] { result = row.call(bench); }); }), row.frame);
-    EXPECT_EQ(result, row.result);
-  }
-}
-
 TEST(Network, RepliesThatAreTooShortRaise) {
   Bench bench;
   bench.replies = {{GET_IP, {0, 1, 2, 3, 4, 255, 0, 0}}, {GET_GATEWAY, {0, 1, 2, 3}}, {GET_MAC, {0, 1, 2, 3, 4, 5}}};
   EXPECT_EQ(failureOf([&] { bench.network.Net_getIP(kTimeout); }), "FirmwareOtherError");
   EXPECT_EQ(failureOf([&] { bench.network.Net_getGateway(kTimeout); }), "FirmwareOtherError");
   EXPECT_EQ(failureOf([&] { bench.network.Net_getMAC(kTimeout); }), "FirmwareOtherError");
-}
-
-TEST(Network, RefusesArgumentsBeforeAnythingIsSent) {
-  constexpr const char* kRange = "InputDataNotInRangeError";
-  constexpr const char* kType = "InputTypeNotCorrectError";
-  std::vector<Refusal> rows;
-  for (const char* ip : {"1.2.3", "192.168.1.256", "0.0.0.0", "0.1.2.3", "224.0.0.1", "255.255.255.255"}) {
-    rows.push_back({ip, [ip](Bench& b) { b.network.Net_setIP(ip, "255.255.255.0", kTimeout); }, kRange});
-  }
-  for (const char* gateway : {"1.2.3", "0.0.0.1", "224.0.0.1"}) {
-    rows.push_back({gateway, [gateway](Bench& b) { b.network.Net_setGateway(gateway, kTimeout); }, kRange});
-  }
-  for (const char* mask :
-       {"24", "0.0.0.0", "254.0.0.0", "255.0.255.0", "255.255.255.1", "255.255.255.254", "255.255.255.255"}) {
-    rows.push_back({mask, [mask](Bench& b) { b.network.Net_setIP("192.168.1.5", mask, kTimeout); }, kRange});
-  }
-  // The first and the last address of a subnet.
-  struct Edge {
-    const char* ip;
-    const char* mask;
-  };
-  for (const Edge& edge : {Edge{"192.168.1.0", "255.255.255.0"}, Edge{"192.168.1.255", "255.255.255.0"},
-                           Edge{"10.0.0.4", "255.255.255.252"}, Edge{"10.255.255.255", "255.0.0.0"}}) {
-    rows.push_back({edge.ip, [edge](Bench& b) { b.network.Net_setIP(edge.ip, edge.mask, kTimeout); }, kRange});
-  }
-  for (const char* mac : {"02:51:56:00:00", "00:00:00:00:00:00", "ff:ff:ff:ff:ff:ff", "01:00:5e:00:00:01"}) {
-    rows.push_back({mac, [mac](Bench& b) { b.network._Net_setMAC(mac, kTimeout); }, kRange});
-  }
-  rows.push_back({"ip type", [](Bench& b) { b.network.Net_setIP(1, "255.0.0.0", kTimeout); }, kType});
-  rows.push_back({"mask type", [](Bench& b) { b.network.Net_setIP("10.0.0.1", 8, kTimeout); }, kType});
-  rows.push_back({"gateway type", [](Bench& b) { b.network.Net_setGateway(Argument(), kTimeout); }, kType});
-  rows.push_back({"mac type", [](Bench& b) { b.network._Net_setMAC(1.5, kTimeout); }, kType});
-  rows.push_back({"timeout", [](Bench& b) { b.network.Net_getIP("soon"); }, kType});
-  Bench bench;
-  checkRefusals(bench, rows);
 }
 
 }  // namespace

@@ -12,49 +12,6 @@ Bytes settings(std::uint8_t mode, std::uint8_t security, std::string_view ssid) 
   return payload(u8(0), u8(mode), u8(security), name);
 }
 
-std::string zeros(int count) {
-  std::string bytes;
-  for (int i = 0; i < count; ++i) {
-    bytes += "00 ";
-  }
-  return bytes;
-}
-
-TEST(Wifi, SendsDecodesAndMapsTheStatus) {
-  // security, SSID in 32 bytes, password in 64 bytes: 98 bytes with the code
-  const std::string secured =
-      "02 00 62 74 01 4C 61 62 20 37 " + zeros(32 - 5) + "70 61 73 73 77 6F 72 64 " + zeros(64 - 8) + "0D 0A";
-  const std::string open = "02 00 62 74 00 41 " + zeros(31 + 64) + "0D 0A";
-  const std::string longest_name(32, 'n');
-  const std::vector<Golden> rows{
-      {QVX_CALL(wifi.Wifi_getRSSI(kTimeout)), "02 00 01 71 0D 0A", {0, 0xC9}, "-55", 0},
-      {QVX_CALL(wifi.Wifi_getRSSI(kTimeout)), "02 00 01 71 0D 0A", {0, 0x80}, "-128", 0},
-      {QVX_CALL(wifi.Wifi_setConfiguration("Lab 7", "password", 1, kTimeout)), secured.c_str(), {0}, "0", 0},
-      {QVX_CALL(wifi.Wifi_setConfiguration("A", "", 0, kTimeout)), open.c_str(), {0}, "0", 0},
-      {QVX_CALL(wifi.Wifi_getConfiguration(kTimeout)), "02 00 01 75 0D 0A", settings(0, 2, "Caf\xC3\xA9"),
-       "Caf\xC3\xA9,WPA3,Station,", 0},
-      {QVX_CALL(wifi.Wifi_getConfiguration(kTimeout)), "02 00 01 75 0D 0A", settings(1, 0, longest_name),
-       "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn,Open,AP,", 0},
-      {QVX_CALL(wifi.Wifi_setAP(1, kTimeout)), "02 00 02 70 01 0D 0A", {0}, "0", 0},
-      {QVX_CALL(wifi.Wifi_getBandwidth(kTimeout)), "02 00 01 77 0D 0A", {0, 40}, "40", 0},
-      {QVX_CALL(wifi.Wifi_setBandwidth(20, kTimeout)), "02 00 02 76 14 0D 0A", {0}, "0", 0},
-      {QVX_CALL(system_analog.Wifi_readBattery(kTimeout)), "02 00 01 72 0D 0A", {0, 87}, "87", 0},
-      {QVX_CALL(system_analog._Wifi_readThermometer(kTimeout)), "02 00 01 73 0D 0A", payload(u8(0), f32(-12.5)),
-       "-12.5", 0},
-      {QVX_CALL(system_analog._Wifi_readAcceleration(kTimeout)), "02 00 01 6F 0D 0A",
-       payload(u8(0), f32(0.25), f32(-0.5), f32(9.75)), "[0.25,-0.5,9.75]", 0},
-  };
-  Bench bench(ProductId::SkylogE3A);
-  const auto loop = makeLoop();
-  for (const auto& row : rows) {
-    check(bench, row);
-    bench.replies[codeOf(row.frame)] = row.reply;
-    std::string result;
-    EXPECT_EQ(bench.frameOf([&] { loop->runBody([&] { result = row.call(bench); }); }), row.frame);
-    EXPECT_EQ(result, row.result);
-  }
-}
-
 TEST(Wifi, RepliesThatCannotBeDecodedRaise) {
   struct Row {
     int code;
@@ -79,49 +36,6 @@ TEST(Wifi, RepliesThatCannotBeDecodedRaise) {
     bench.replies[row.code] = row.reply;
     EXPECT_EQ(failureOf([&] { row.call(bench); }), "FirmwareOtherError") << row.code << ": " << hex(row.reply);
   }
-}
-
-TEST(Wifi, RefusesArgumentsBeforeAnythingIsSent) {
-  constexpr const char* kRange = "InputDataNotInRangeError";
-  constexpr const char* kType = "InputTypeNotCorrectError";
-  struct Row {
-    Argument ssid;
-    Argument password;
-    Argument security;
-    const char* error;
-  };
-  const std::string long_password(64, 'p');
-  std::vector<Refusal> rows;
-  for (const Row& row : {Row{"", "password", 1, kRange},
-                         {std::string(33, 's'), "password", 1, kRange},
-                         {"tab\t", "password", 1, kRange},
-                         {std::string("nul\0", 4), "password", 1, kRange},
-                         {"Lab", "password", 3, kRange},
-                         {"Lab", "password", -1, kRange},
-                         {"Lab", "password", 0, kRange},
-                         {"Lab", "", 1, kRange},
-                         {"Lab", "seven77", 2, kRange},
-                         {"Lab", long_password, 2, kRange},
-                         {"Lab", "p\xC3\xA4sswort", 1, kRange},
-                         {"Lab", "pass\nword", 1, kRange},
-                         {7, "password", 1, kType},
-                         {"Lab", Argument(), 1, kType},
-                         {"Lab", "password", "WPA2", kType},
-                         {"Lab", "password", 1.0, kType}}) {
-    rows.push_back({"configuration",
-                    [row](Bench& b) { b.wifi.Wifi_setConfiguration(row.ssid, row.password, row.security, kTimeout); },
-                    row.error});
-  }
-  for (const int wrong : {-1, 2}) {
-    rows.push_back({"access point", [wrong](Bench& b) { b.wifi.Wifi_setAP(wrong, kTimeout); }, kRange});
-  }
-  for (const int wrong : {0, 1, 30, 80, 276}) {
-    rows.push_back({"bandwidth", [wrong](Bench& b) { b.wifi.Wifi_setBandwidth(wrong, kTimeout); }, kRange});
-  }
-  rows.push_back({"bandwidth type", [](Bench& b) { b.wifi.Wifi_setBandwidth(20.0, kTimeout); }, kType});
-  rows.push_back({"timeout", [](Bench& b) { b.system_analog.Wifi_readBattery("soon"); }, kType});
-  Bench bench;
-  checkRefusals(bench, rows);
 }
 
 TEST(Wifi, NoMessageShowsAPassword) {

@@ -4,7 +4,8 @@
 #include "protocol/link.h"
 #include "tests/cpp/protocol/fakes.h"
 
-#include <future>
+#include <algorithm>
+#include <thread>
 
 namespace qvx::test {
 namespace {
@@ -22,7 +23,6 @@ struct Bench {
     device.setClientCmd(transport);
   }
   void connect() { EXPECT_TRUE(device.connect(kAddress, 7)); }
-  bool lost() const { return device.commandChannel().state() == Channel::State::Lost; }
   void loseConnection() {
     transport->lose();
     ASSERT_TRUE(eventually([&] { return device.commandChannel().state() == Channel::State::Lost; }));
@@ -64,21 +64,6 @@ TEST(Reply, TextIsUtf8UpToTheFirstNul) {
   }
 }
 
-TEST(Device, SaysWhatHappens) {
-  Bench bench(nullptr, true);
-  bench.connect();
-  bench.device.disconnect();
-  bench.device.disconnect();
-  bench.connect();
-  bench.device.close();
-  bench.device.close();
-  EXPECT_EQ(bench.host.lines(),
-            (std::vector<std::string>{"Opened handle (Ferox-A)", "Connected to 192.0.2.1 (Ferox-A)",
-                                      "Disconnected from 192.0.2.1 (Ferox-A)", "Connected to 192.0.2.1 (Ferox-A)",
-                                      "Disconnected from 192.0.2.1 (Ferox-A)", "Closed handle (Ferox-A)"}));
-  EXPECT_EQ(bench.transport->connectedTo(), "192.0.2.1:7");
-}
-
 TEST(Device, FilesWhatArrivesOnlyWhileConnected) {
   Bench bench;
   bench.transport->arrive(kEcho, {1});
@@ -93,84 +78,6 @@ TEST(Device, FilesWhatArrivesOnlyWhileConnected) {
   bench.transport->arrive(kEcho, {2});
   EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{2});
   EXPECT_GT(bench.transport->reads(), reads);
-}
-
-TEST(Device, ALostConnectionIsReportedOnceAndParksTheThread) {
-  Bench bench;
-  bench.connect();
-  bench.loseConnection();
-  EXPECT_TRUE(eventually([&] { return !bench.host.failures().empty(); }));
-  const int reads = bench.transport->reads();
-  EXPECT_EQ(failureOf([&] { Link(bench.device).request(kEcho, {}, 60); }), "NetworkConnectionLostError");
-  EXPECT_TRUE(bench.device.commandChannel().connected());
-  EXPECT_TRUE(bench.device.commandChannel().worker().alive());
-  std::this_thread::sleep_for(kGlance);
-  EXPECT_EQ(bench.transport->reads(), reads);
-  EXPECT_EQ(bench.host.failures(), std::vector<std::string>{"NetworkConnectionLostError"});
-
-  bench.connect();  // puts the lost one away
-  EXPECT_NE(bench.device.commandChannel().state(), Channel::State::Lost);
-  bench.transport->arrive(kEcho, {3});
-  EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{3});
-  bench.loseConnection();
-  bench.device.close();
-  EXPECT_EQ(bench.host.failures().size(), 2U);
-}
-
-TEST(Device, RefusesToConnect) {
-  Bench bench;
-  bench.transport->refuseConnections(true);
-  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
-  EXPECT_FALSE(bench.device.commandChannel().connected());
-  EXPECT_TRUE(bench.device.commandChannel().gate().locked());
-  bench.transport->refuseConnections(false);
-  bench.connect();
-  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
-  EXPECT_EQ(failureOf([&] { bench.device.connect(Argument(5), 7); }), "InputTypeNotCorrectError");
-  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, "7"); }), "InputTypeNotCorrectError");
-  for (const int port : {0, -1, 65536}) {
-    EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, port); }), "InputDataNotInRangeError");
-  }
-  EXPECT_TRUE(bench.device.commandChannel().connected());
-  bench.device.close();
-  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
-}
-
-TEST(Device, WithoutATransportNothingHappens) {
-  Bench bench;
-  bench.device.setClientCmd(nullptr);
-  EXPECT_EQ(failureOf([&] { bench.device.connect(kAddress, 7); }), "NetworkConnectionError");
-  bench.device.disconnect();
-  bench.device.setClientCmd(bench.transport);
-  bench.connect();
-  ASSERT_TRUE(eventually([&] { return bench.transport->reads() > 0; }));
-  bench.device.setClientCmd(nullptr);  // under the running read
-  EXPECT_EQ(failureOf([&] { Link(bench.device).send(kEcho, {}); }), "NetworkConnectionLostError");
-  bench.device.close();
-  EXPECT_FALSE(bench.device.commandChannel().worker().alive());
-}
-
-TEST(Device, CloseWakesWaitersAndEndsTheThread) {
-  const auto loop = makeLoop();
-  Bench bench;
-  bench.connect();
-  const Link link(bench.device);
-  auto blocked = std::async(std::launch::async, [&] { return failureOf([&] { link.request(kEcho, {}, 600); }); });
-  std::string suspended;
-  const auto fiber = loop->make([&] { suspended = failureOf([&] { link.request(kEcho, {}, 600); }); });
-  fiber->resume();
-  std::size_t packets = 0;
-  ASSERT_TRUE(eventually([&] { return (packets += bench.transport->sent().size()) >= 4; }));
-  bool freed = false;
-  bench.device.onClose([&] { freed = true; });
-  bench.device.close();
-  EXPECT_TRUE(loop->run({fiber.get()}));
-  EXPECT_EQ(blocked.get(), "NetworkConnectionLostError");
-  EXPECT_EQ(suspended, "NetworkConnectionLostError");
-  EXPECT_TRUE(freed);
-  EXPECT_TRUE(bench.device.closed());
-  EXPECT_FALSE(bench.device.commandChannel().worker().alive());
-  EXPECT_EQ(failureOf([&] { link.request(kEcho, {}, 1); }), "NetworkConnectionLostError");
 }
 
 TEST(Device, ClosesInEveryStateAndFromManyThreadsAtOnce) {
@@ -238,36 +145,6 @@ TEST(Device, SurvivesConnectsAndDisconnectsOfManyThreads) {
   bench.device.data_pool_echo.clear();
   EXPECT_EQ(Link(bench.device).request(kEcho, {}, 20).get<std::uint8_t>(0), 1);
   EXPECT_TRUE(bench.host.failures().empty());
-}
-
-// A host that refuses to print, as a Python program with a closed sys.stdout is one.
-TEST(Device, ClosesCompletelyEvenWhenPrintingFails) {
-  class BrokenHost : public Host {
-   public:
-    BrokenHost() { setHost(this); }
-    ~BrokenHost() override { setHost(nullptr); }
-    void print(const std::string& line) override {
-      if (broken) {
-        throw std::runtime_error(line);
-      }
-    }
-    std::atomic<bool> broken{false};
-  };
-  BrokenHost host;
-  bool freed = false;
-  {
-    const auto transport = std::make_shared<FakeTransport>();
-    ETHDevice device(ProductId::FeroxA, true);
-    device.setClientCmd(transport);
-    device.connect(kAddress, 7);
-    device.onClose([&] { freed = true; });
-    host.broken = true;
-    EXPECT_THROW(device.close(), std::runtime_error);
-    EXPECT_TRUE(device.closed());
-    EXPECT_TRUE(freed);
-    EXPECT_FALSE(device.commandChannel().worker().alive());
-    device.close();
-  }
 }
 
 }  // namespace

@@ -11,18 +11,6 @@
 namespace qvx::test {
 namespace {
 
-TEST(ReplyPool, KeepsOneReplyForEachKey) {
-  ReplyPool pool;
-  pool.put(1, {1});
-  pool.put(2, {2});
-  pool.put(1, {3});
-  EXPECT_EQ(pool.size(), 2U);
-  EXPECT_EQ(pool.peek(1), Bytes{3});
-  EXPECT_EQ(pool.take(1), Bytes{3});
-  EXPECT_EQ(pool.take(1), std::nullopt);
-  EXPECT_EQ(pool.keys(), std::vector<int>{2});
-}
-
 TEST(ReplyPool, WakesWhoWaitsForTheKey) {
   const auto loop = makeLoop();
   ReplyPool pool;
@@ -86,31 +74,6 @@ TEST(ReplyPool, CloseEndsEveryWait) {
   EXPECT_EQ(pool.waitFor(9, std::nullopt), std::nullopt);
 }
 
-TEST(RawQueue, IsFirstInFirstOutAndWaitsForANumber) {
-  const auto loop = makeLoop();
-  RawQueue queue;
-  EXPECT_EQ(queue.take(), std::nullopt);
-  EXPECT_TRUE(queue.waitForSize(0, std::nullopt));
-  bool there = false;
-  const auto fiber = loop->make([&] { there = queue.waitForSize(3, std::nullopt); });
-  fiber->resume();
-  auto thread = std::async(std::launch::async, [&] { return queue.waitForSize(3, std::nullopt); });
-  for (std::uint8_t i = 0; i < 2; ++i) {
-    queue.put({i});
-  }
-  EXPECT_EQ(thread.wait_for(kGlance), std::future_status::timeout);
-  queue.put({2});
-  EXPECT_TRUE(loop->run({fiber.get()}));
-  EXPECT_TRUE(there);
-  EXPECT_TRUE(thread.get());
-  for (std::uint8_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(queue.take(), Bytes{i});
-  }
-  EXPECT_FALSE(queue.waitForSize(1, deadlineAfter(0.01)));
-  queue.close();
-  EXPECT_FALSE(queue.waitForSize(1, std::nullopt));
-}
-
 TEST(RawQueue, RingsTheBellAtEveryItem) {
   RawQueue queue;
   const auto bell = std::make_shared<Doorbell>();
@@ -120,18 +83,6 @@ TEST(RawQueue, RingsTheBellAtEveryItem) {
     queue.put({1});
     EXPECT_EQ(listener.wait_for(kPatience), std::future_status::ready);
   }
-}
-
-TEST(EntryPool, MakesEntriesWhenTheyAreFirstAskedFor) {
-  StreamPool pool;
-  EXPECT_FALSE(pool.contains({183, 0}));
-  const auto queue = pool.at({183, 0});
-  EXPECT_EQ(pool.at({183, 0}), queue);
-  EXPECT_NE(pool.at({183, 1}), queue);
-  EXPECT_EQ(pool.entries().size(), 2U);
-  EXPECT_TRUE(pool.erase({183, 0}));
-  EXPECT_FALSE(pool.erase({183, 0}));
-  EXPECT_NE(pool.at({183, 0}), queue);
 }
 
 // `count` rows of `width`, numbered on from `first`: the value is 100 times the row's number, plus the channel.
@@ -217,54 +168,6 @@ TEST(SignalQueue, KeepsRowsOfChangingWidthApart) {
   EXPECT_EQ(mixed[1].width, 1U);
   EXPECT_EQ(mixed[1].values, rows(5, 2, 1));
   EXPECT_EQ(queue.size(), 0U);
-}
-
-TEST(SignalQueue, WaitsForRowsAndEndsAtClose) {
-  const auto loop = makeLoop();
-  SignalQueue<double> queue(100);
-  bool there = false;
-  const auto fiber = loop->make([&] { there = queue.waitForSize(4, std::nullopt); });
-  fiber->resume();
-  queue.put(rows(0, 3, 2), 2);
-  std::thread producer([&] { queue.put(rows(3, 1, 2), 2); });
-  EXPECT_TRUE(loop->run({fiber.get()}));
-  producer.join();
-  EXPECT_TRUE(there);
-  EXPECT_FALSE(queue.waitForSize(5, deadlineAfter(0.01)));
-  auto thread = std::async(std::launch::async, [&] { return queue.waitForSize(5, std::nullopt); });
-  queue.close();
-  EXPECT_FALSE(thread.get());
-  EXPECT_EQ(flat(queue.take(9)), rows(0, 4, 2));
-}
-
-TEST(SignalQueue, ProducerAndConsumerTogetherLoseNothing) {
-  constexpr std::size_t kRows = 50000;
-  SignalQueue<double> queue(kRows);
-  std::thread producer([&] {
-    for (std::size_t row = 0; row < kRows; row += 100) {
-      queue.put(rows(row, 100, 2), 2);
-    }
-  });
-  std::size_t next = 0;
-  while (next < kRows) {
-    ASSERT_TRUE(queue.waitForSize(std::min<std::size_t>(333, kRows - next), deadlineAfter(20)));
-    for (const auto& piece : queue.take(333)) {
-      ASSERT_EQ(piece.values, rows(next, piece.rows(), 2));
-      next += piece.rows();
-    }
-  }
-  producer.join();
-  EXPECT_EQ(queue.dropped(), 0U);
-}
-
-TEST(AnswerSet, KeepsDistinctAnswers) {
-  AnswerSet answers;
-  answers.add({1, 2});
-  answers.add({3});
-  answers.add({1, 2});
-  EXPECT_EQ(answers.snapshot(), (std::set<Bytes>{{1, 2}, {3}}));
-  answers.clear();
-  EXPECT_TRUE(answers.snapshot().empty());
 }
 
 }  // namespace

@@ -45,39 +45,6 @@ TEST(StreamDecoder, DecodesInOrderAndSkipsWakeUps) {
   EXPECT_EQ(bench.of(1), (std::vector<Bytes>{{3}}));
 }
 
-TEST(StreamDecoder, ParksWhileClosedAndResumesWithTheSameThread) {
-  Bench bench;
-  for (std::uint8_t round = 0; round < 20; ++round) {
-    EXPECT_TRUE(bench.decoder.open());
-    bench.raw[0]->put({round});
-    ASSERT_TRUE(eventually([&] { return bench.count() == std::size_t{2} * round + 1; }));
-    EXPECT_TRUE(bench.decoder.close());
-    EXPECT_FALSE(bench.decoder.close());
-    EXPECT_FALSE(bench.decoder.opened());
-    ASSERT_TRUE(bench.decoder.gate().waitParked(Clock::now() + kPatience));
-    // What arrives now waits for the next opening.
-    bench.raw[0]->put({100});
-    EXPECT_EQ(bench.count(), std::size_t{2} * round + 1);
-    EXPECT_TRUE(bench.decoder.open());
-    ASSERT_TRUE(eventually([&] { return bench.count() == std::size_t{2} * round + 2; }));
-    bench.decoder.close();
-  }
-  EXPECT_TRUE(bench.decoder.worker().alive());
-}
-
-TEST(StreamDecoder, FreeEndsItInEveryState) {
-  for (const bool open : {false, true}) {
-    Bench bench;
-    if (open) {
-      bench.decoder.open();
-    }
-    bench.decoder.free();
-    EXPECT_FALSE(bench.decoder.worker().alive());
-    bench.decoder.free();
-    bench.raw[0]->put({1});
-  }
-}
-
 TEST(OverflowReport, WarnsAtOnceAndThenAtMostOnceASecond) {
   const RecordingHost host;
   OverflowReport report(ErrorId::AIQueueOverflowWarning);

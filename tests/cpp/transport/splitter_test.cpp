@@ -1,8 +1,6 @@
 #include "transport/splitter.h"
 
-#include "core/errors.h"
 #include "tests/cpp/transport/splitter_oracle.h"
-#include "transport/client.h"
 
 #include <gtest/gtest.h>
 
@@ -107,7 +105,7 @@ void compareOnce(unsigned seed) {
 }
 
 TEST(FrameSplitter, AgreesWithTheRule) {
-  for (unsigned seed = 0; seed < 6000 && !testing::Test::HasFatalFailure(); ++seed) {
+  for (unsigned seed = 0; seed < 2000 && !testing::Test::HasFatalFailure(); ++seed) {
     compareOnce(seed);
   }
 }
@@ -140,25 +138,25 @@ TEST(FrameSplitter, AgreesOnLongFrames) {
   EXPECT_GE(delivered, 250u);
 }
 
-// Millions of start bytes and CR LFs that never meet, and as many frames in one piece: minutes to days where the cost
-// grows with the square, well under a second where it does not.
+// Start bytes and CR LFs that never meet, and as many frames in one piece: minutes where the cost grows with the
+// square, a fraction of a second where it does not.
 TEST(FrameSplitter, HostileStreamsCostNoMoreThanOthers) {
   const std::vector<Bytes> patterns = {{2, 13, 10}, {2, 127, 255}, {2}, {13, 10}, {2, 0, 1, 240, 13, 10}};
   for (const Bytes& pattern : patterns) {
     Bytes bytes;
-    while (bytes.size() < 3'000'000) {
+    while (bytes.size() < 600'000) {
       bytes.insert(bytes.end(), pattern.begin(), pattern.end());
     }
     const auto begin = std::chrono::steady_clock::now();
     FrameSplitter splitter;
     splitter.append(bytes);
     std::size_t frames = splitter.split().size();
-    for (int i = 0; i < 100'000; ++i) {  // and a long rest is not searched again on each read
+    for (int i = 0; i < 20'000; ++i) {  // and a long rest is not searched again on each read
       splitter.append(pattern);
       frames += splitter.split().size();
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30)) << int{pattern.back()};
-    EXPECT_EQ(frames, pattern.size() == 6 ? 600'000u : 0u);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10)) << int{pattern.back()};
+    EXPECT_EQ(frames, pattern.size() == 6 ? 120'000u : 0u);
   }
 }
 
@@ -188,45 +186,6 @@ TEST(FrameSplitter, ForgetsWhatNoFrameCanReach) {
       }
     }
     EXPECT_EQ(found, 4U) << noise_size;
-  }
-}
-
-class ScriptedClient : public Client {
- public:
-  std::vector<Bytes> reads;  // taken from the back
-  Bytes recvPacket(std::size_t size) override {
-    EXPECT_EQ(size, 64u);
-    Bytes bytes = reads.back();
-    reads.pop_back();
-    return bytes;
-  }
-};
-
-TEST(Client, CutsFramesAcrossReads) {
-  ScriptedClient client;
-  client.reads = {{1, 240, 13, 10}, {}, {2, 0, 1, 241, 13, 10, 2, 0}};
-  EXPECT_EQ(client.recvAndSplitPacket(64), (std::vector<Frame>{{241, {}}}));
-  EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
-  EXPECT_EQ(client.stream(), (Bytes{2, 0}));
-  EXPECT_EQ(client.recvAndSplitPacket(64), (std::vector<Frame>{{240, {}}}));
-}
-
-TEST(Client, BaseHasABufferButNoMedium) {
-  Client client;
-  client.setStream(Bytes{2, 0, 1, 240, 13, 10, 5});
-  client.setLastIndex(5);
-  EXPECT_EQ(client.splitPacket(), std::vector<Frame>{});
-  EXPECT_EQ(client.lastIndex(), 5u);
-  client.setLastIndex(0);
-  EXPECT_EQ(client.splitPacket(), (std::vector<Frame>{{240, {}}}));
-  EXPECT_EQ(client.stream(), Bytes{5});
-  for (const auto& operation : {+[](Client& c) { c.sendPacket(Bytes{1}); }, +[](Client& c) { c.recvPacket(64); }}) {
-    try {
-      operation(client);
-      ADD_FAILURE() << "not refused";
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.id(), ErrorId::APINotSupportError);
-    }
   }
 }
 

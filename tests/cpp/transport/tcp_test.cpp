@@ -194,60 +194,6 @@ TEST_F(TCPClientTest, DisconnectEndsABlockedRead) {
   reader.join();
 }
 
-TEST_F(TCPClientTest, DisconnectEndsABlockedSend) {
-  TCPClient client(60s);
-  connect(client);
-  std::atomic<int> sent = 0;
-  std::vector<std::thread> senders;
-  for (int i = 0; i < 3; ++i) {  // one waits for the device, the others for their turn
-    senders.emplace_back([&] { failureOf(ErrorId::NetworkConnectionLostError, [&] { flood(client, sent); }); });
-  }
-  for (int before = -1; before != sent;) {
-    before = sent;
-    std::this_thread::sleep_for(100ms);
-  }
-  const auto begin = Clock::now();
-  client.disconnect();
-  for (auto& sender : senders) {
-    sender.join();
-  }
-  EXPECT_LT(Clock::now() - begin, 30s);
-}
-
-TEST_F(TCPClientTest, APeerThatDoesNotReadLosesTheConnection) {
-  TCPClient client(150ms);
-  connect(client);
-  std::atomic<int> sent = 0;
-  failureOf(ErrorId::NetworkConnectionLostError, [&] { flood(client, sent); });
-  failureOf(ErrorId::NetworkConnectionLostError, [&] { client.sendPacket(Bytes{1}); });
-  failureOf(ErrorId::NetworkConnectionLostError, [&] { client.recvPacket(64); });
-}
-
-TEST_F(TCPClientTest, APeerThatEndsTheConnection) {
-  TCPClient client;
-  for (const bool reset : {false, true}) {
-    SCOPED_TRACE(reset ? "reset" : "closed");
-    connect(client);  // also after a lost connection that nobody disconnected
-    EXPECT_EQ(client.stream(), Bytes{});
-    EXPECT_EQ(client.lastIndex(), 0u);
-    client.setTimeout(std::nullopt);
-    peer->send({2, 0, 9, 13, 10});
-    EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
-    EXPECT_EQ(client.lastIndex(), 4u);
-    if (reset) {
-      peer->reset();
-    } else {
-      peer->close();
-    }
-    for (int round = 0; round < 2; ++round) {
-      failureOf(ErrorId::NetworkConnectionLostError, [&] { client.recvAndSplitPacket(64); });
-      failureOf(ErrorId::NetworkConnectionLostError, [&] { client.sendPacket(Bytes{1}); });
-    }
-  }
-  client.disconnect();
-  EXPECT_EQ(client.socket(), 0);
-}
-
 TEST_F(TCPClientTest, AFailingShutdownIsReportedOnce) {
   TCPClient client;
   connect(client);
@@ -289,51 +235,6 @@ TEST_F(TCPClientTest, FramesOfSeveralThreadsFollowEachOtherWhole) {
   for (auto& sender : senders) {
     sender.join();
   }
-}
-
-TEST_F(TCPClientTest, ManyConnectionsUnderUseLeaveNothingOpen) {
-  TCPClient client;
-  connect(client);
-  client.disconnect();
-  peer.reset();
-  const auto before = openDescriptors();
-  std::atomic<bool> done = false;
-  const auto untilDone = [&](const std::function<void()>& operation) {
-    return std::thread([&done, operation] {
-      while (!done) {
-        try {
-          operation();
-        } catch (const Failure& failure) {
-          EXPECT_EQ(failure.id(), ErrorId::NetworkConnectionLostError);
-          std::this_thread::yield();
-        }
-      }
-    });
-  };
-  std::thread reader = untilDone([&] {
-    for (const Frame& frame : client.recvAndSplitPacket(1536)) {
-      EXPECT_EQ(frame, (Frame{240, {7}}));
-    }
-  });
-  std::thread sender = untilDone([&] { client.sendPacket(Bytes{2, 0, 1, 240, 13, 10}); });
-  std::thread waker = untilDone([&] {
-    client.wake();
-    std::this_thread::yield();
-  });
-  for (int i = 0; i < 300; ++i) {
-    connect(client);
-    peer->send(buildFrame(240, Bytes{7}));
-    if (i % 3 == 0) {
-      peer->close();
-    }
-    client.disconnect();
-    peer.reset();
-  }
-  done = true;
-  for (auto* thread : {&reader, &sender, &waker}) {
-    thread->join();
-  }
-  EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST(NetworkClient, BytesOfAnEndedConnectionStayOutOfTheNext) {

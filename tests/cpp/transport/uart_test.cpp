@@ -203,46 +203,6 @@ TEST_F(UARTClientTest, ASilentDeviceIsNoFailure) {
   EXPECT_EQ(client.recvPacket(64), (Bytes{1, 2}));
 }
 
-TEST_F(UARTClientTest, DisconnectEndsABlockedRead) {
-  UARTClient client;
-  client.connect(line.name(), kRate);
-  client.setTimeout(std::nullopt);
-  line.send({1});
-  std::atomic<bool> reading = false;
-  std::thread reader([&] {
-    EXPECT_EQ(client.recvPacket(64), Bytes{1});
-    reading = true;
-    try {
-      EXPECT_EQ(client.recvPacket(64), Bytes{});
-    } catch (const Failure& failure) {  // the disconnect was faster
-      EXPECT_TRUE(contains(failure.what(), "Not connected")) << failure.what();
-    }
-  });
-  while (!reading) {
-    std::this_thread::yield();
-  }
-  std::this_thread::sleep_for(20ms);
-  client.disconnect();
-  EXPECT_TRUE(client.connect(line.name(), kRate));  // whether or not the read still holds the old descriptor
-  reader.join();
-}
-
-TEST_F(UARTClientTest, DisconnectEndsABlockedSend) {
-  UARTClient client(60s);
-  client.connect(line.name(), kRate);
-  std::vector<std::thread> senders;
-  for (int i = 0; i < 3; ++i) {  // one waits for the device, the others for their turn
-    senders.emplace_back([&] { failureOf(ErrorId::UARTConnectionError, [&] { flood(client); }); });
-  }
-  std::this_thread::sleep_for(200ms);
-  const auto begin = Clock::now();
-  client.disconnect();
-  for (auto& sender : senders) {
-    sender.join();
-  }
-  EXPECT_LT(Clock::now() - begin, 30s);
-}
-
 TEST_F(UARTClientTest, ADeviceThatTakesNothingLosesTheConnection) {
   UARTClient client(150ms);
   client.connect(line.name(), kRate);
@@ -254,71 +214,6 @@ TEST_F(UARTClientTest, ADeviceThatTakesNothingLosesTheConnection) {
   line.send({1, 2, 3});  // a stream that goes on does not hide the loss
   failureOf(ErrorId::UARTConnectionError, [&] { client.recvPacket(64); });
   EXPECT_TRUE(client.connect(line.name(), kRate));
-}
-
-TEST_F(UARTClientTest, AVanishedPortIsALostConnection) {
-  UARTClient client;
-  for (const bool during_a_read : {false, true}) {
-    SCOPED_TRACE(during_a_read);
-    client.connect(line.name(), kRate);  // also after a lost connection that nobody disconnected
-    EXPECT_EQ(client.stream(), Bytes{});
-    client.setTimeout(std::nullopt);
-    line.send({2, 0, 9});
-    EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
-    if (during_a_read) {
-      std::thread reader([&] { failureOf(ErrorId::UARTConnectionError, [&] { client.recvPacket(64); }); });
-      std::this_thread::sleep_for(20ms);
-      line.unplug();
-      reader.join();
-    } else {
-      line.unplug();
-    }
-    for (int round = 0; round < 2; ++round) {
-      const auto text = failureOf(ErrorId::UARTConnectionError, [&] { client.sendPacket(Bytes{1}); });
-      EXPECT_TRUE(contains(text, "vanished")) << text;
-      failureOf(ErrorId::UARTConnectionError, [&] { client.recvAndSplitPacket(64); });
-    }
-    line = SerialLine();
-  }
-  client.disconnect();
-  EXPECT_EQ(client.socket(), 0);
-}
-
-TEST_F(UARTClientTest, ManyConnectionsUnderUseLeaveNothingOpen) {
-  UARTClient client;
-  const auto before = openDescriptors();
-  std::atomic<bool> done = false;
-  const auto untilDone = [&](const std::function<void()>& operation) {
-    return std::thread([&done, operation] {
-      while (!done) {
-        try {
-          operation();
-        } catch (const Failure& failure) {
-          EXPECT_EQ(failure.id(), ErrorId::UARTConnectionError);
-          std::this_thread::yield();
-        }
-      }
-    });
-  };
-  std::thread reader = untilDone([&] { client.recvAndSplitPacket(64); });
-  std::thread sender = untilDone([&] { client.sendPacket(Bytes{2, 0, 1, 240, 13, 10}); });
-  std::thread waker = untilDone([&] {
-    client.wake();
-    std::this_thread::yield();
-  });
-  for (int i = 0; i < 300; ++i) {
-    client.connect(line.name(), kRate);
-    line.send(buildFrame(240, Bytes{7}));
-    if (i % 3 == 0) {
-      line = SerialLine();
-    }
-    client.disconnect();
-  }
-  done = true;
-  for (auto* thread : {&reader, &sender, &waker}) {
-    thread->join();
-  }
-  EXPECT_EQ(openDescriptors(), before);
 }
 
 }  // namespace

@@ -3,21 +3,16 @@
 
 #include "core/constants.h"
 #include "core/errors.h"
+#include "tests/cpp/transport/checks.h"
+#include "tests/cpp/transport/own_network.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <net/if.h>
-#include <sched.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <cerrno>
 #include <chrono>
-#include <filesystem>
-#include <functional>
 #include <set>
 #include <thread>
 
@@ -25,25 +20,13 @@ namespace qvx {
 namespace {
 
 using namespace std::chrono_literals;
+using test::failureOf;
+using test::inNetworkOfItsOwn;
+using test::openDescriptors;
+using test::raiseLoopback;
 
 const Bytes kFrame{2, 0, 2, 252, 1, 13, 10};
 const Frame kFrameParts{252, {1}};
-
-std::string failureOf(ErrorId id, const std::function<void()>& operation) {
-  try {
-    operation();
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.id(), id) << failure.what();
-    return failure.what();
-  }
-  ADD_FAILURE() << "nothing raised";
-  return {};
-}
-
-std::ptrdiff_t openDescriptors() {
-  const std::filesystem::directory_iterator entries("/proc/self/fd");
-  return std::distance(begin(entries), end(entries));
-}
 
 // Whether no more than `before` are open once the look-up of this host's name, which has its own, is over.
 bool nothingLeftOpen(std::ptrdiff_t before) {
@@ -188,56 +171,8 @@ TEST_F(UDPClientTest, AReadEndsByTimeByWakeAndByDisconnect) {
   failureOf(ErrorId::NetworkConnectionLostError, [&] { client.recvPacket(512); });
 }
 
-TEST_F(UDPClientTest, ManyCyclesUnderUseLeaveNothingOpen) {
-  const auto before = openDescriptors();
-  std::atomic<bool> done = false;
-  std::thread reader([&] {
-    while (!done) {
-      try {
-        for (const Frame& frame : client.recvAndSplitPacket(512)) {
-          EXPECT_EQ(frame, kFrameParts);
-        }
-      } catch (const Failure& failure) {
-        EXPECT_EQ(failure.id(), ErrorId::NetworkConnectionLostError);
-        std::this_thread::yield();
-      }
-    }
-  });
-  for (int i = 0; i < 300; ++i) {
-    stranger.send(kFrame, port);
-    client.wake();
-    client.disconnect();
-    client.bind("127.0.0.1", port);
-  }
-  done = true;
-  client.wake();
-  reader.join();
-  EXPECT_TRUE(nothingLeftOpen(before));
-}
-
-// Runs `body` on a thread whose network has a loopback interface, still down, and nothing else. False where that is not
-// permitted.
-bool inNetworkOfItsOwn(const std::function<void()>& body) {
-  bool permitted = false;
-  std::thread([&] {
-    permitted = ::unshare(CLONE_NEWNET) == 0;
-    if (permitted) {
-      body();
-    }
-  }).join();
-  return permitted;
-}
-
-void raiseLoopback() {
-  const Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
-  ifreq request{};
-  std::copy_n("lo", 3, request.ifr_name);
-  request.ifr_flags = IFF_UP;
-  ASSERT_EQ(::ioctl(socket.get(), SIOCSIFFLAGS, &request), 0);
-}
-
 TEST(UDPClientNetwork, BroadcastsFromEachAddressOrSaysWhyNot) {
-  const bool permitted = inNetworkOfItsOwn([] {
+  inNetworkOfItsOwn([] {
     UDPClient client;
     failureOf(ErrorId::NetworkConnectionError, [&] { client.sendBcstPacket(kFrame); });
     raiseLoopback();
@@ -252,13 +187,10 @@ TEST(UDPClientNetwork, BroadcastsFromEachAddressOrSaysWhyNot) {
     }
     failureOf(ErrorId::NetworkConnectionError, [&] { client.sendBcstPacket(Bytes(70'000)); });
   });
-  if (!permitted) {
-    GTEST_SKIP() << "making a network namespace takes privileges that this test run has not";
-  }
 }
 
 TEST(UDPClientNetwork, EveryListenerGetsEveryAnswerOnce) {
-  const bool permitted = inNetworkOfItsOwn([] {
+  inNetworkOfItsOwn([] {
     raiseLoopback();
     std::array<UDPClient, 3> programs;
     programs[0].bind("", 0);
@@ -306,9 +238,6 @@ TEST(UDPClientNetwork, EveryListenerGetsEveryAnswerOnce) {
     EXPECT_EQ(arrived, 1);
     EXPECT_FALSE(pump());
   });
-  if (!permitted) {
-    GTEST_SKIP() << "making a network namespace takes privileges that this test run has not";
-  }
 }
 
 }  // namespace

@@ -39,17 +39,6 @@ class AiFirmwareTest : public BenchTest {
   Inputs source_;
 };
 
-TEST_F(AiFirmwareTest, ReadsOnDemandWhatTheSourceSays) {
-  pass(1300ms);
-  for (const int code : {READ_AI_ON_DEMAND, READ_AI_ON_DEMAND_VARIABLE, AI_GET_DATA}) {
-    Bytes expected{0, 0};
-    for (const auto& channel : source_) {
-      appendBig(expected, static_cast<std::int16_t>(codeOfVolts(channel->at(1.3))));
-    }
-    EXPECT_EQ(ask(code, {0}), expected);
-  }
-}
-
 TEST_F(AiFirmwareTest, RefusesWhatDoesNotFit) {
   struct Case {
     int code;
@@ -86,37 +75,15 @@ TEST_F(AiFirmwareTest, RefusesWhatDoesNotFit) {
   }
 }
 
-TEST_F(AiFirmwareTest, StreamsExactlyNSamples) {
-  for (const int code : {START_AI_STREAMING, START_AI_STREAMING_VARIABLE}) {
-    configure(1, 48000, 1000);
-    for (int run = 0; run < 2; ++run) {  // it may be started again
-      send(code, {0});
-      pass(5s);
-      ASSERT_FALSE(outlet_.frames.empty());
-      EXPECT_EQ(outlet_.frames[0].code, code);
-      const auto codes = streamed();
-      ASSERT_EQ(codes.size(), 8000U);
-      expectSamples(codes, 48000);
-    }
-    EXPECT_EQ(ask(GET_AI_COUNTERS, {0}), countersReply(1000, 14, 0));
-  }
-}
-
-TEST_F(AiFirmwareTest, SamplesComeWhenTheyAreDue) {
+TEST_F(AiFirmwareTest, SamplesComeWhenTheyAreDueAndAllBeforeTheEnd) {
   configure(2, 1000);
   send(START_AI_STREAMING, {0});
   EXPECT_EQ(streamed().size(), 8U);  // sample 0
-  EXPECT_LE(device_.due(now_), now_ + 10ms);
   pass(10s);
   // 0..10000 are due; those of the last few milliseconds may still be on their way.
   const std::size_t samples = streamed().size() / 8 + 1;
   EXPECT_GE(samples, 9990U);
   EXPECT_LE(samples, 10001U);
-  EXPECT_EQ(ask(SET_AI_SAMPLING_RATE, payload(u8(0), f32(5))), (Bytes{0, 52}));  // not while it runs
-  outlet_.frames.clear();
-  send(START_AI_STREAMING, {0});
-  EXPECT_EQ(outlet_.frames.back().payload, (Bytes{0, 52}));
-  outlet_.frames.clear();
   send(CLOSE_AI_STREAMING, {0});
   EXPECT_EQ(outlet_.frames.back().code, CLOSE_AI_STREAMING);
   outlet_.frames.pop_back();
@@ -156,19 +123,6 @@ TEST_F(AiFirmwareTest, LosesTheOldestWhenTheClientDoesNotRead) {
   expectSamples(codes, 1e6, 1000000 - kCapacity);
 }
 
-TEST_F(AiFirmwareTest, BuffersAndCountersAreCleared) {
-  configure(2, 1000);
-  outlet_.space = 0;
-  send(START_AI_STREAMING, {0});
-  pass(1s);
-  EXPECT_EQ(ask(AI_RESET_BUFFER, {0}), (Bytes{0, 0}));
-  EXPECT_EQ(readBig<std::uint32_t>(ask(CHECK_BUFFER_STATUS, {0}), 2), 0U);
-  EXPECT_EQ(readBig<std::uint32_t>(ask(GET_AI_COUNTERS, {0}), 2), 1001U);
-  pass(1s);
-  EXPECT_EQ(ask(CLEAR_DATA, {0}), (Bytes{0, 0}));
-  EXPECT_EQ(ask(GET_AI_COUNTERS, {0}), countersReply(0, 0, 0));
-}
-
 TEST_F(AiFirmwareTest, TheAlarmStartsAStreamThatWaitsForIt) {
   configure(1, 1000, 10);
   ask(AI_SET_TRIG_MODE, {0, 2});
@@ -179,14 +133,6 @@ TEST_F(AiFirmwareTest, TheAlarmStartsAStreamThatWaitsForIt) {
   EXPECT_TRUE(outlet_.frames.empty());
   pass(200ms);
   EXPECT_EQ(streamed().size(), 80U);
-}
-
-TEST_F(AiFirmwareTest, AStreamEndsWithItsConnection) {
-  configure(2, 1000);
-  send(START_AI_STREAMING, {0});
-  device_.forget(outlet_);
-  EXPECT_EQ(device_.due(now_), kNever);
-  EXPECT_EQ(ask(SET_AI_MODE, {0, 1}), (Bytes{0, 0}));
 }
 
 class UnpacedTest : public AiFirmwareTest {

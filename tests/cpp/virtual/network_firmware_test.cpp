@@ -9,10 +9,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-DeviceSetup skylog(std::uint64_t seed = 0) {
+DeviceSetup skylog() {
   DeviceSetup setup = feroxA();
   setup.model = findModel("SkylogE3A");
-  setup.seed = seed;
   return setup;
 }
 
@@ -107,27 +106,6 @@ TEST_F(WirelessFirmwareTest, KeepsItsConfiguration) {
   EXPECT_EQ(ask(GET_WIFI_CONFIGURATION, {}), kept(0, 0, "QVX"));
   EXPECT_EQ(ask(GET_WIFI_BANDWIDTH, {}), (Bytes{0, 20}));
   EXPECT_EQ(ask(GET_RSSI, {}), Bytes{42});
-}
-
-TEST(WirelessFirmware, TheSeedDecidesWhatIsMeasured) {
-  const auto record = [](std::uint64_t seed) {
-    TimePoint now{1h};
-    Device device(skylog(seed), now);
-    RecordingOutlet outlet;
-    for (int i = 0; i < 50; ++i, now += 137ms) {
-      for (const int code : {GET_BATTERY, GET_THERMOMETER, READ_ACCELERATION, GET_RSSI}) {
-        device.handle({code, {}}, outlet, now);
-      }
-    }
-    std::vector<Bytes> replies;
-    for (const Frame& frame : outlet.frames) {
-      replies.push_back(frame.payload);
-    }
-    return replies;
-  };
-  EXPECT_EQ(record(5).size(), 200U);
-  EXPECT_EQ(record(5), record(5));
-  EXPECT_NE(record(5), record(6));
 }
 
 TEST_F(WirelessFirmwareTest, TheRadioWaversAndTheBatteryDrains) {

@@ -18,29 +18,6 @@ Pins wired(const std::vector<const char*>& texts) {
   return {kFixed, kFree, wires};
 }
 
-TEST(Pins, FunctionsTakeAllTheirPinsOrNone) {
-  Pins pins(kFixed, kFree, {});
-  EXPECT_TRUE(pins.take(2, 0x03, PinMode::UART));
-  EXPECT_TRUE(pins.take(2, 0x03, PinMode::UART));  // repeated it does no harm
-  EXPECT_FALSE(pins.take(2, 0x06, PinMode::DO));   // one of them is taken
-  EXPECT_FALSE(pins.take(2, 0x10, PinMode::DO));   // not led out
-  EXPECT_FALSE(pins.take(9, 0x01, PinMode::DO));   // no such port
-  EXPECT_FALSE(pins.take(1, 0x01, PinMode::DO));   // an input for good
-  EXPECT_TRUE(pins.take(1, 0x01, PinMode::DI));
-  EXPECT_TRUE(pins.take(2, 0x04, PinMode::DO));
-  EXPECT_EQ(pins.pinsIn(2, PinMode::UART), 0x03);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::DO), 0x04);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::Idle), 0xC8);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::Disabled), 0x30);
-  pins.release(2, 0xFF, PinMode::DO);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::UART), 0x03);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::Idle), 0xCC);
-  pins.release(1, 0xFF, PinMode::DI);
-  pins.reset();
-  EXPECT_EQ(pins.pinsIn(1, PinMode::DI), 0xFF);
-  EXPECT_EQ(pins.pinsIn(2, PinMode::Idle), 0xCF);
-}
-
 TEST(Pins, LevelsFollowTheWires) {
   Pins pins = wired({"do0=di2", "do3.5=di1.7", "do0.4=di1.6", "ao0.1=ai0.2"});
   pins.drive(0, 0xFF, 0xFF);

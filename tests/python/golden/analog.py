@@ -27,6 +27,9 @@ AI = [
     op("AI_startStreaming", (0,), (8205, "00", None), on=FINE),
     op("AI_setMode", (0, 2), (178, "00 02", "00 00")),
     op("AI_setNumSamples", (0, 0x01020304), (179, "00 01020304", "00 00")),
+    op("AI_setMode", (0, 0), (178, "00 00", "00 00")),
+    op("AI_setNumSamples", (0, 0xFFFFFFFF), (179, "00 FFFFFFFF", "00 00")),
+    op("AI_setSamplingRate", (0, 1), (177, "00 3F800000", "00 00")),
     op("AI_setSamplingRate", (0, 1000), (177, "00 447A0000", "00 00")),
     op("AI_enableChannel", (0, 8), (180, "00 08", "00 00"), on=CHOSEN),
     op("AI_enableChannel", (0, 8), result=NO, on=INPUTS - CHOSEN),
@@ -41,8 +44,8 @@ AI = [
     op(
         "AI_readOnDemand",
         (0,),
-        (8196, "00", "00 00" + "400000 C00000 000000 800000" * 2),
-        result=[5.0, -5.0, 0.0, -10.0] * 2,
+        (8196, "00", "00 00" + "400000 C00000 000001 800000" * 2),
+        result=[5.0, -5.0, 10 / 2**23, -10.0] * 2,
         on=FINE,
     ),
     op(
@@ -52,6 +55,17 @@ AI = [
         result=[25.0],
         on=FINE_ON_DEMAND,
     ),
+    # Range 0 is +-50 V, any other +-25 V; one step is 6 or 3 uV: rounded to three decimals.
+    *[
+        op("AI_readOnDemand", (0,), (8196, "00 FF", "00 00" + reading), result=[volts], on=FINE_ON_DEMAND)
+        for reading, volts in [
+            ("00 000000", -50.0),
+            ("01 000000", -25.0),
+            ("09 C00000", 12.5),
+            ("00 FFFFFF", 50.0),
+            ("02 800180", 0.001),
+        ]
+    ],
     op("AI_readStreaming", (0, -1, 0), result=[], on=INPUTS | FINE),
     op("AI_readStreamingArray", (0, -1, 0), result=[], on=INPUTS | FINE),
     op("_AI_getDataRTC", (0,), (8226, "00", "00 00" + SAMPLE), result=VOLTS),
@@ -109,6 +123,8 @@ GENERATION = [
     op("AO_setSamplingRate", (0, 10000), (8274, "00 461C4000", "00 00")),
     op("AO_setNumSamples", (0, 0xFFFFFFFF), (8275, "00 FFFFFFFF", "00 00")),
     op("AO_setEnableChannels", (0, [0, 2]), (8276, "00 05", "00 00")),
+    op("AO_setEnableChannels", (0, [7, 0, 0, 2]), (8276, "00 85", "00 00"), on={"FeroxO"}),
+    op("AO_setEnableChannels", (0, []), (8276, "00 00", "00 00")),
     op("AO_setForm", (0, 2, 3), (8277, "00 02 03", "00 00")),
     op(
         "AO_setFormParam",
@@ -117,11 +133,19 @@ GENERATION = [
     ),
     op("_AO_initialBuffer", (0,), (202, "00", "00 00 00010000"), result=65536),
     op("_AO_pushToBuffer", (0, 2, [1.0, 0.0]), (8280, "00 02 3F800000 00000000", "00 00")),
+    op("_AO_pushToBuffer", (0, 0, []), (8280, "00 00", "00 00")),
     op(
         "_AO_pushToBuffer",
         (0, 14, [1.0] * 14),
         (8280, "00 0D" + "3F800000" * 13, "00 00"),
         (8280, "00 01 3F800000", "00 00"),
+    ),
+    # What is refused is followed by nothing.
+    op(
+        "_AO_pushToBuffer",
+        (0, 14, [1.0] * 14),
+        (8280, "00 0D" + "3F800000" * 13, "00 35"),
+        result=pyqvx.FirmwareAOError,
     ),
     op("AO_getValues", (0,), (206, "00", "00 00 3F800000 C1200000"), result=[1.0, -10.0]),
     op("_AO_getCounters", (0,), (204, "00", "00 00 00000100 FFFFFFFF"), result=[256, 0xFFFFFFFF]),

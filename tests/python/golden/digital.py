@@ -16,10 +16,13 @@ def opening(direction: str, port: str, pins: object, mask: str, on: set[str]) ->
     args = (int(port, 16), *args)
     output = mask if direction == "DO" else "0000"
     current = (227, f"{port} {mask} {mask} {output} 0000", f"{port} 00")
+    own, other = ("33", "22") if direction == "DO" else ("22", "33")
     taken = pyqvx.DOPortNotAvaliableError if direction == "DO" else pyqvx.DIPortNotAvaliableError
     rows = [
         op(name, args, on=on & FIXED),
         op(name, args, (127, port, "00 08 11 11 11 11"), current, on=on - FIXED),
+        op(name, args, (127, port, f"00 08 {own} {own} {own} {own}"), current, on=on - FIXED),
+        op(name, args, (127, port, f"00 08 {other} {other} {other} {other}"), result=taken, on=on - FIXED),
         op(name, args, (127, port, "00 08 44 44 44 44"), result=taken, on=on - FIXED),
     ]
     return [row for row in rows if row.models]
@@ -36,6 +39,7 @@ def rows(inputs: int, outputs: int, on: set[str]) -> list[Row]:
         op("_closeDIOInPins", (inputs, [0]), (227, f"{i} 0001 {closed}", f"{i} 00")),
         op("_closeDIOInPort", (outputs,), (227, f"{o} 00FF {closed}", f"{o} 00")),
         op("DI_readPins", (inputs, [7, 0, 1]), (233, f"{i} 0083", f"{i} 00 0081"), result=[1, 1, 0]),
+        op("DI_readPins", (inputs, [7, 0, 7, 1]), (233, f"{i} 0083", f"{i} 00 FF81"), result=[1, 1, 1, 0]),
         op("DI_readPort", (inputs,), (233, f"{i} 00FF", f"{i} 00 0041"), result=bits(0x41)),
         op(
             "DO_writePins",
@@ -43,6 +47,19 @@ def rows(inputs: int, outputs: int, on: set[str]) -> list[Row]:
             (234, f"{o} 0023 0021", f"{o} 00 0021"),
             result=bits(0x21),
         ),
+        op(
+            "DO_writePins",
+            (outputs, [5, 0], [1, 0]),
+            (234, f"{o} 0021 0020", f"{o} 00 0020"),
+            result=bits(32),
+        ),
+        op(
+            "DO_writePins",
+            (outputs, [0, 1], [5, -5]),
+            (234, f"{o} 0003 0001", f"{o} 00 0001"),
+            result=bits(1),
+        ),
+        op("DO_writePins", (outputs, 3, 1), (234, f"{o} 0008 0008", f"{o} 00 0008"), result=bits(8)),
         op("DO_writePort", (outputs, 0x89), (234, f"{o} 00FF 0089", f"{o} 00 0089"), result=bits(0x89)),
         op(
             "DO_writePort",
@@ -59,10 +76,20 @@ def rows(inputs: int, outputs: int, on: set[str]) -> list[Row]:
             result=[bits(3), bits(1), bits(0x80)],
         ),
         op("_DIO_saveStartup", (outputs, 3, 1, 0x80), (225, f"{o} 0003 0001 0080", f"{o} 00")),
+        op(
+            "_DIO_saveStartup",
+            (outputs, 0x0103, bits(0x81), 0),
+            (225, f"{o} 0103 0081 0000", f"{o} 00"),
+        ),
         op("_DIO_setPortIdle", (outputs,), (237, o, f"{o} 00")),
         op("_DIO_setPortDI", (inputs,), (235, i, f"{i} 00")),
         op("_DIO_setPortDO", (outputs,), (236, o, f"{o} 00")),
         op("_setDIOCurrent", (outputs, 15, 7, 3, 1), (227, f"{o} 000F 0007 0003 0001", f"{o} 00")),
+        op(
+            "_setDIOCurrent",
+            (outputs, 0x0102, 0x0304, 0x0506, 0x0708),
+            (227, f"{o} 0102 0304 0506 0708", f"{o} 00"),
+        ),
         op(
             "_getDIOCurrent",
             (outputs, 0x83),

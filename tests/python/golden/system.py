@@ -17,7 +17,9 @@ ROWS = [
     op("_getDriverInfo_dev", (3,), (240, "03", text("x_y")), result="x_y"),
     op("Sys_getPythonVersion", (), result=pyqvx.__version__),
     op("Sys_getDeviceAlias", (), (2056, "00", text("my dev\r\n")), result="my dev"),
+    op("Sys_getDeviceAlias", (), (2056, "00", text("a\rb\r\nrest")), result="a\rb"),
     op("Sys_setDeviceAlias", ("Bench 1",), (2057, text("Bench 1"), "00")),
+    op("Sys_setDeviceAlias", ("",), (2057, "", "00")),
     op("Sys_getSerialNumber", (), (122, "", text("ABCD1234")), result="ABCD1234"),
     op("_setSerialNumber", ("ABCD1234",), (123, text("ABCD1234"), "00")),
     op(
@@ -29,9 +31,13 @@ ROWS = [
     op("Sys_getRTC", (), (241, "00", "00 7C 02 1D 17 05 09"), result="2024-02-29, 23:05:09", on=WIRED),
     op("Sys_getRTC", (), (241, "00", "00 18 02 1D 17 05 09"), result="2024-02-29, 23:05:09", on=WIRELESS),
     op("Sys_setRTC", (2024, 12, 31, 23, 59, 58), (242, "7C 0C 1F 17 3B 3A", "00")),
+    op("Sys_setRTC", (1900, 1, 1, 0, 0, 0), (242, "00 01 01 00 00 00", "00")),
+    op("Sys_startRTCAlarm", (0, 31, 7, 8, 9), (2212, "00 1F 07 08 09", "00 00")),
     op("Sys_startRTCAlarm", (1, 7, 4, 5, 6), (2212, "01 07 04 05 06", "01 00")),
+    op("Sys_startRTCAlarm", (1, 8, 4, 5, 6), result=pyqvx.InputDataNotInRangeError),  # no day of the week
     op("Sys_stopRTCAlarm", (), (2213, "00", "00 00")),
     op("_Sys_getRTCAlarmState", (), (2214, "00", "00 01"), result="on"),
+    op("_Sys_getRTCAlarmState", (), (2214, "00", "00 02"), result="off"),
     op(
         "_Sys_getRTCAlarmConfig",
         (),
