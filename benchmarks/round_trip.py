@@ -119,8 +119,8 @@ async def awaited_pairs(
 def awaited(rounds: int, repeats: int) -> list[Row]:
     """Sys_getSerialNumber_async against asyncio's streams: write, then read a packet by its length.
 
-    Processor time is that of the whole process, the receive thread included. asyncio makes room for 256 KB at
-    every read, which costs it a fixed time or as much again, by what the process has freed before: it is kept.
+    Processor time is that of the whole process, the receive thread included. asyncio makes room for 256 KB
+    at every read, which costs it a fixed time or as much again, by what was freed before: all is kept.
     """
     pairs = in_new_process("round_trip.py", rounds, repeats, environ=KEEP_MEMORY)
     wall = [(mine[0], other[0]) for mine, other in pairs]

@@ -150,12 +150,12 @@ bool UDPClient::bind(const std::string& ip, int port) {
 
 Bytes UDPClient::recvPacket(std::size_t size) {
   const auto link = current();
-  return receive(*link, size).bytes;
+  return readDatagram(*link, size).bytes;
 }
 
 std::vector<Frame> UDPClient::recvAndSplitPacket(std::size_t size) {
   const auto link = current();
-  const Datagram datagram = receive(*link, size);
+  const Datagram datagram = readDatagram(*link, size);
   FrameSplitter splitter;
   splitter.append(datagram.bytes);
   auto frames = splitter.split();
@@ -165,7 +165,7 @@ std::vector<Frame> UDPClient::recvAndSplitPacket(std::size_t size) {
   return frames;
 }
 
-UDPClient::Datagram UDPClient::receive(Link& link, std::size_t size) {
+UDPClient::Datagram UDPClient::readDatagram(Link& link, std::size_t size) {
   Bytes bytes(std::min(size, kMostAtOnce));
   const Deadline deadline = readDeadline();
   while (!bytes.empty()) {

@@ -52,7 +52,7 @@ class UDPClient : public NetworkClient {
     sockaddr_in others{};
   };
 
-  Datagram receive(Link& link, std::size_t size);
+  Datagram readDatagram(Link& link, std::size_t size);
   void relay(const Link& link, ByteView bytes);
   // The answer to the question for the addresses of this host's name, which may take a resolver many seconds.
   struct NameLookUp;

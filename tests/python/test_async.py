@@ -171,7 +171,7 @@ def test_a_port_of_a_loop_goes_with_the_loop(device):
 
 
 def test_a_loop_lets_go_of_connections(bench):
-    """Of those that end while it sleeps, whose descriptor's number the next may have, and of all when it is closed."""
+    """Of those that end while it sleeps, whose number the next may have, and of all when it is closed."""
 
     def sockets():
         return sum(
