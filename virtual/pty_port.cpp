@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/inotify.h>
 #include <termios.h>
@@ -73,12 +74,16 @@ void PtyPort::Watch::ready(std::uint32_t, TimePoint) {
   alignas(inotify_event) char events[1024];
   while (::read(owner_.notices_.get(), events, sizeof events) > 0) {
   }
-  if (!owner_.present_) {
+  if (!owner_.present_ && owner_.isOpen()) {
     owner_.opened();
   }
 }
 
-// When it has been closed again meanwhile, the master reports so at once.
+bool PtyPort::isOpen() const {
+  pollfd line{master_.get(), POLLOUT, 0};
+  return ::poll(&line, 1, 0) >= 0 && (line.revents & POLLHUP) == 0;
+}
+
 void PtyPort::opened() {
   log_.event(name_, "opened");
   present_ = true;
@@ -91,8 +96,18 @@ void PtyPort::closed() {
   present_ = false;
   loop_.remove(master_.get());
   session_ = std::make_unique<Session>(device_, log_, name_);
-  tcflush(master_.get(), TCOFLUSH);  // before anybody hears of it and opens the line anew
+  forgetUnread();
   log_.event(name_, "closed");
+}
+
+// What nobody has read would be there for whoever opens the line next. Only the terminal's own side can drop all of it,
+// and opening that is noticed like any other opening.
+void PtyPort::forgetUnread() {
+  tcflush(master_.get(), TCOFLUSH);
+  const Descriptor slave(open(name_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  if (slave.get() >= 0) {
+    tcflush(slave.get(), TCIFLUSH);
+  }
 }
 
 void PtyPort::ready(std::uint32_t events, TimePoint now) {

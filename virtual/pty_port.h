@@ -37,6 +37,8 @@ class PtyPort final : public Port {
   void write();
   void opened();
   void closed();
+  void forgetUnread();
+  bool isOpen() const;
 
   EventLoop& loop_;
   Device& device_;

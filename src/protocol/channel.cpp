@@ -2,6 +2,8 @@
 
 #include "protocol/device.h"
 
+#include <algorithm>
+
 namespace qvx {
 namespace {
 
@@ -90,8 +92,11 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
   }
   {
     std::unique_lock lock(state_mutex_);
-    changed_.wait(lock, std::nullopt,
-                  [this] { return state_ != State::Disconnecting || holder_ == std::this_thread::get_id(); });
+    const auto self = std::this_thread::get_id();
+    changed_.wait(lock, std::nullopt, [this, self] {
+      const auto others = aborters_.size() - static_cast<std::size_t>(std::ranges::count(aborters_, self));
+      return others == 0 && (state_ != State::Disconnecting || holder_ == self);
+    });
     if (device_.killed) {
       fail(setup_.connection_error, "This device is closed; construct a new one to connect again.");
     }
@@ -144,6 +149,28 @@ void Channel::settle(State state) {
   changed_.notify(lock);
 }
 
+// Keeps later connects waiting until the thread has done with the transport, however it ends.
+class Channel::Aborting {
+ public:
+  Aborting(Channel& channel, std::unique_lock<std::mutex>& lock) : channel_(channel), lock_(lock) {
+    channel_.aborters_.push_back(self_);
+  }
+  ~Aborting() {
+    if (!lock_.owns_lock()) {
+      lock_.lock();
+    }
+    channel_.aborters_.erase(std::ranges::find(channel_.aborters_, self_));
+    channel_.changed_.notify(lock_);
+  }
+  Aborting(const Aborting&) = delete;
+  Aborting& operator=(const Aborting&) = delete;
+
+ private:
+  Channel& channel_;
+  std::unique_lock<std::mutex>& lock_;
+  const std::thread::id self_ = std::this_thread::get_id();
+};
+
 // Until the connect has seen it: it may not have reached the transport yet when the transport is told to stop.
 bool Channel::abortConnect(std::unique_lock<std::mutex>& lock) {
   constexpr double kAgain = 0.01;
@@ -153,6 +180,7 @@ bool Channel::abortConnect(std::unique_lock<std::mutex>& lock) {
   abort_ = true;
   // From within the connect, a signal handler or a transport, one call is all that can be done.
   const bool within = holder_ == std::this_thread::get_id();
+  const Aborting aborting(*this, lock);
   do {
     lock.unlock();
     if (const auto client = setup_.client()) {

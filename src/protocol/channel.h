@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace qvx {
 
@@ -64,6 +65,8 @@ class Channel {
   void lose(const Failure& failure);
   void stop();
   void settle(State state);
+  class Aborting;
+  // Releases the lock when there was something to end.
   bool abortConnect(std::unique_lock<std::mutex>& lock);
 
   Device& device_;
@@ -78,6 +81,7 @@ class Channel {
   Condition changed_;
   std::thread::id holder_;
   bool abort_ = false;
+  std::vector<std::thread::id> aborters_;  // which tell the transport to stop, and must not stop a later connect
   std::atomic<State> state_{State::Disconnected};
   std::string identifier_;
   std::optional<bool> verbose_;

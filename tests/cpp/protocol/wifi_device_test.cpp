@@ -60,7 +60,7 @@ TEST(WifiDevice, SurvivesConnectsAndDisconnectsOfManyThreads) {
   for (auto& thread : threads) {
     thread.join();
   }
-  EXPECT_TRUE(host.failures().empty());
+  EXPECT_EQ(host.failures(), std::vector<std::string>());
 }
 
 }  // namespace
