@@ -111,12 +111,14 @@ void bindAnalog(py::module_& module) {
 
   Operations(ai_union, ai_union, CoroutineTimeout::None)
       .request("AI_open", &AIUnion::AI_open, "port: int", "int",
-               "Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a "
-               "device that is closed is not noticed. Raises "
-               "AIPortNotAvaliableError. Returns 0.")
+               "Opens analog input; streamed samples are decoded only while it is open. Where inputs are always on "
+               "(FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed; "
+               "streams need it all the same. Raises AIPortNotAvaliableError. Returns 0.")
       .request("AI_close", &AIUnion::AI_close, "port: int", "int",
-               "Closes analog input and ends its stream; samples that have come can still be read. Raises "
-               "AIPortNotAvaliableError. Returns 0.");
+               "Closes analog input and ends its stream; samples that have come can still be read. Where inputs are "
+               "always on (FeroxA, FeroxA2) nothing is sent: call AI_closeStreaming first, else the stream goes on and "
+               "its samples wait in memory until the input is opened again. Raises AIPortNotAvaliableError. "
+               "Returns 0.");
   Operations(based, based, CoroutineTimeout::None)
       .request(
           "AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
@@ -154,7 +156,10 @@ void bindAnalog(py::module_& module) {
   ops.request(
          "AI_enableChannel", &M::AI_enableChannel, "port: int, channel: int", "int",
          "How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that "
-         "have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and "
+         "have come keep their number. The device keeps it until it restarts, for the next program too, and cannot be "
+         "asked for it: a new object takes it to be 8, and one that is connected again what it was. Call this after "
+         "every connect, else values may pass for those of other channels. Raises AIChannelNotAvaliableError, "
+         "AIPortNotAvaliableError, and "
          "FirmwareAIError while a stream runs. Returns 0.")
       .request("AI_enableCS", &M::AI_enableCS, "slot: int, chip_select: list[int]", "int",
                "Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for "

@@ -65,7 +65,7 @@ void bindOutput(Ops& operations) {
           "Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not "
           "noticed. On CordlogF1AOD it takes all pins "
           "of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of "
-          "these pins is not idle: when the output is open already, too. Returns 0.")
+          "these pins is not idle: when the output is open already, too, and AO_close frees it. Returns 0.")
       .request(
           "AO_close", &M::AO_close, "port: int", "int",
           "Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. "

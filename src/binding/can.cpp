@@ -116,8 +116,9 @@ void bindCan(py::module_& module) {
              "The product's CAN ports: can_dict. Nothing is sent.")
       .request(
           "CAN_open", &M::CAN_open, "port: int", "int",
-          "Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or "
-          "received before CAN_start. Returns 0.")
+          "Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError, also for a port "
+          "that an earlier program left open: CAN_close frees it. Nothing is sent or received before CAN_start. "
+          "Returns 0.")
       .request("CAN_close", &M::CAN_close, "port: int", "int",
                "Stops the bus and closes a port. What has been received can still be read. Returns 0.")
       .request(

@@ -45,7 +45,7 @@ void bindI2C(py::module_& module) {
   ops.request(
          "I2C_open", &M::I2C_open, "port: int", "int",
          "Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another "
-         "function uses one of them. Returns 0.")
+         "function uses one of them or an earlier program left the port open: I2C_close frees it. Returns 0.")
       .request("I2C_close", &M::I2C_close, "port: int", "int",
                "Closes a port; its pins are idle then. Raises I2CPortNotAvaliableError. Returns 0.")
       .request("I2C_setClockRate", &M::I2C_setClockRate, "port: int, mode: int", "int",

@@ -53,7 +53,7 @@ void bindSPI(py::module_& module) {
   ops.request(
          "SPI_open", &M::SPI_open, "port: int", "int",
          "Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another "
-         "function uses one of them. Returns 0.")
+         "function uses one of them or an earlier program left the port open: SPI_close frees it. Returns 0.")
       .request("SPI_close", &M::SPI_close, "port: int", "int",
                "Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0.")
       .request("SPI_setDataSize", &M::SPI_setDataSize, "port: int, mode: int", "int",

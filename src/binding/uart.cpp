@@ -84,7 +84,7 @@ void bindUart(py::module_& module) {
              CoroutineTimeout::None)
       .request("UART_open", &M::UART_open, "port: int", "int",
                "Opens a port, whose pins must be idle or digital lines, and starts reading. Raises "
-               "UARTPortNotAvaliableError. "
+               "UARTPortNotAvaliableError, also for a port that an earlier program left open: UART_close frees it. "
                "Returns 0.")
       .request("UART_close", &M::UART_close, "port: int", "int",
                "Ends reading and closes a port. What has been received can still be read. Returns 0.")

@@ -2202,13 +2202,13 @@ class AIUnion:
     def _convertAITriggerModeToMask(self, mode: int) -> int:
         """Bit 0 command, bit 1 real-time clock, bit 2 external interrupt."""
     def AI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
+        """Opens analog input; streamed samples are decoded only while it is open. Where inputs are always on (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed; streams need it all the same. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_open_async(self, port: int) -> int:
-        """Opens analog input. Where it is always open (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed. Raises AIPortNotAvaliableError. Returns 0."""
+        """Opens analog input; streamed samples are decoded only while it is open. Where inputs are always on (FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed; streams need it all the same. Raises AIPortNotAvaliableError. Returns 0."""
     def AI_close(self, port: int, timeout: float = 3) -> int:
-        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Where inputs are always on (FeroxA, FeroxA2) nothing is sent: call AI_closeStreaming first, else the stream goes on and its samples wait in memory until the input is opened again. Raises AIPortNotAvaliableError. Returns 0."""
     async def AI_close_async(self, port: int) -> int:
-        """Closes analog input and ends its stream; samples that have come can still be read. Raises AIPortNotAvaliableError. Returns 0."""
+        """Closes analog input and ends its stream; samples that have come can still be read. Where inputs are always on (FeroxA, FeroxA2) nothing is sent: call AI_closeStreaming first, else the stream goes on and its samples wait in memory until the input is opened again. Raises AIPortNotAvaliableError. Returns 0."""
 
 class AIBased(AIUnion):
     """State, checks, decoder thread and streaming of analog input."""
@@ -2296,7 +2296,7 @@ class AIModule_async(AIBased):
     async def AI_readStreamingArray_async(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
         """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     async def AI_enableChannel_async(self, port: int, channel: int) -> int:
-        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. The device keeps it until it restarts, for the next program too, and cannot be asked for it: a new object takes it to be 8, and one that is connected again what it was. Call this after every connect, else values may pass for those of other channels. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     async def AI_enableCS_async(self, slot: int, chip_select: list[int]) -> int:
         """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     async def AI_setTriggerMode_async(self, port: int, mode: int) -> int:
@@ -2319,7 +2319,7 @@ class AIModule(AIBased):
     def AI_readStreamingArray(self, port: int, num_samples: int, delay: float) -> numpy.ndarray:
         """As AI_readStreaming, as a float64 array of shape (samples, channels) in volts; a change of the number of channels ends it early. Needs numpy."""
     def AI_enableChannel(self, port: int, channel: int, timeout: float = 3) -> int:
-        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
+        """How many channels a sample has, 1..8; on CordlogF1AD and CordlogF1AOD, else APINotSupportError. Samples that have come keep their number. The device keeps it until it restarts, for the next program too, and cannot be asked for it: a new object takes it to be 8, and one that is connected again what it was. Call this after every connect, else values may pass for those of other channels. Raises AIChannelNotAvaliableError, AIPortNotAvaliableError, and FirmwareAIError while a stream runs. Returns 0."""
     def AI_enableCS(self, slot: int, chip_select: list[int], timeout: float = 3) -> int:
         """Enables chips 0..2 of a slot; on LUMA, else APINotSupportError. Raises AICSNotAvaliableError, also for none, and AIPortNotAvaliableError. Returns 0."""
     def AI_setTriggerMode(self, port: int, mode: int, timeout: float = 3) -> int:
@@ -2408,7 +2408,7 @@ class AOBased:
 class AOModule_async(AOBased):
     """Analog output as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too, and AO_close frees it. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
@@ -2419,7 +2419,7 @@ class AOModule_async(AOBased):
 class AOModule(AOBased):
     """Analog output."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too, and AO_close frees it. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
@@ -2430,7 +2430,7 @@ class AOModule(AOBased):
 class AOStreamingModule_async(AOBased):
     """Analog output with generation as coroutines."""
     async def AO_open_async(self, port: int) -> int:
-        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too, and AO_close frees it. Returns 0."""
     async def AO_close_async(self, port: int) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     async def AO_writeOneChannel_async(self, port: int, channel: int, value: float) -> int:
@@ -2475,7 +2475,7 @@ class AOStreamingModule_async(AOBased):
 class AOStreamingModule(AOBased):
     """Analog output with generation of waveforms."""
     def AO_open(self, port: int, timeout: float = 3) -> int:
-        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too. Returns 0."""
+        """Opens analog output. Where it is always open (FeroxO) nothing is sent, and a device that is closed is not noticed. On CordlogF1AOD it takes all pins of the digital port of that number until it is closed. Raises AOPortNotAvaliableError, also where one of these pins is not idle: when the output is open already, too, and AO_close frees it. Returns 0."""
     def AO_close(self, port: int, timeout: float = 3) -> int:
         """Closes analog output: ends generation, sets 0 V and gives back its pins. Raises AOPortNotAvaliableError. Returns 0."""
     def AO_writeOneChannel(self, port: int, channel: int, value: float, timeout: float = 3) -> int:
@@ -2596,7 +2596,7 @@ class UARTBased:
 class UARTModule_async(UARTBased):
     """Serial ports as coroutines."""
     async def UART_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError, also for a port that an earlier program left open: UART_close frees it. Returns 0."""
     async def UART_close_async(self, port: int) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     async def UART_setBaudRate_async(self, port: int, baud_rate: int) -> int:
@@ -2623,7 +2623,7 @@ class UARTModule_async(UARTBased):
 class UARTModule(UARTBased):
     """Serial ports."""
     def UART_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines, and starts reading. Raises UARTPortNotAvaliableError, also for a port that an earlier program left open: UART_close frees it. Returns 0."""
     def UART_close(self, port: int, timeout: float = 3) -> int:
         """Ends reading and closes a port. What has been received can still be read. Returns 0."""
     def UART_setBaudRate(self, port: int, baud_rate: int, timeout: float = 3) -> int:
@@ -2749,7 +2749,7 @@ class CANModule_async(CANBased):
     async def CAN_getPort_async(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     async def CAN_open_async(self, port: int) -> int:
-        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError, also for a port that an earlier program left open: CAN_close frees it. Nothing is sent or received before CAN_start. Returns 0."""
     async def CAN_close_async(self, port: int) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     async def CAN_start_async(self, port: int) -> int:
@@ -2784,7 +2784,7 @@ class CANModule(CANBased):
     def CAN_getPort(self) -> dict[int, list[tuple[int, int]]]:
         """The product's CAN ports: can_dict. Nothing is sent."""
     def CAN_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError. Nothing is sent or received before CAN_start. Returns 0."""
+        """Opens a port, whose pins must be idle or digital lines. Raises CANPortNotAvaliableError, also for a port that an earlier program left open: CAN_close frees it. Nothing is sent or received before CAN_start. Returns 0."""
     def CAN_close(self, port: int, timeout: float = 3) -> int:
         """Stops the bus and closes a port. What has been received can still be read. Returns 0."""
     def CAN_start(self, port: int, timeout: float = 3) -> int:
@@ -2995,7 +2995,7 @@ class I2CBased:
 class I2CModule_async(I2CBased):
     """I2C masters as coroutines."""
     async def I2C_open_async(self, port: int) -> int:
-        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them or an earlier program left the port open: I2C_close frees it. Returns 0."""
     async def I2C_close_async(self, port: int) -> int:
         """Closes a port; its pins are idle then. Raises I2CPortNotAvaliableError. Returns 0."""
     async def I2C_setClockRate_async(self, port: int, mode: int) -> int:
@@ -3012,7 +3012,7 @@ class I2CModule_async(I2CBased):
 class I2CModule(I2CBased):
     """I2C masters."""
     def I2C_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+        """Opens a port; its pins must be idle or digital lines. Raises I2CPortNotAvaliableError, also when another function uses one of them or an earlier program left the port open: I2C_close frees it. Returns 0."""
     def I2C_close(self, port: int, timeout: float = 3) -> int:
         """Closes a port; its pins are idle then. Raises I2CPortNotAvaliableError. Returns 0."""
     def I2C_setClockRate(self, port: int, mode: int, timeout: float = 3) -> int:
@@ -3051,7 +3051,7 @@ class SPIBased:
 class SPIModule_async(SPIBased):
     """SPI masters as coroutines."""
     async def SPI_open_async(self, port: int) -> int:
-        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them or an earlier program left the port open: SPI_close frees it. Returns 0."""
     async def SPI_close_async(self, port: int) -> int:
         """Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0."""
     async def SPI_setDataSize_async(self, port: int, mode: int) -> int:
@@ -3078,7 +3078,7 @@ class SPIModule_async(SPIBased):
 class SPIModule(SPIBased):
     """SPI masters."""
     def SPI_open(self, port: int, timeout: float = 3) -> int:
-        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them. Returns 0."""
+        """Opens a port; its pins must be idle or digital lines. Raises SPIPortNotAvaliableError, also when another function uses one of them or an earlier program left the port open: SPI_close frees it. Returns 0."""
     def SPI_close(self, port: int, timeout: float = 3) -> int:
         """Closes a port; its pins are idle then. Raises SPIPortNotAvaliableError. Returns 0."""
     def SPI_setDataSize(self, port: int, mode: int, timeout: float = 3) -> int:

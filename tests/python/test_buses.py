@@ -52,8 +52,11 @@ def test_buses_keep_their_pins_until_they_are_closed(lab, call, bus):
     assert call(device, "DO_openPins", digital, pins[:1]) == call(device, f"{bus}_open", port) == 0
     modes = device.Sys_getPinModeInPort(digital)[1]
     assert [modes[pin] for pin in pins] == [bus] * len(pins)
-    with pytest.raises(getattr(pyqvx, f"{bus}PortNotAvaliableError")):
+    refusal = getattr(pyqvx, f"{bus}PortNotAvaliableError")
+    with pytest.raises(refusal, match=rf"port: {port}, its pin P{digital}\.[{pins[0]}{pins[-1]}] is {bus}\)"):
         call(device, f"{bus}_open", port)
+    with pytest.raises(refusal, match=r"port: 256 is not in \["):
+        call(device, f"{bus}_open", 256)
     with pytest.raises(pyqvx.DOPortNotAvaliableError):
         call(device, "DO_openPins", digital, pins[-1:])
     assert call(device, f"{bus}_close", port) == call(device, "DO_openPins", digital, pins) == 0

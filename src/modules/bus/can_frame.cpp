@@ -24,7 +24,8 @@ bool checkedFlag(const Argument& value, std::string_view what) {
 
 Bytes CANFrame::checkedData(const Argument& data) {
   if (data.kind() == Argument::Kind::List && data.items().size() > kDataSize) {
-    fail(ErrorId::CANDataLengthNotVaildError);
+    refuse(ErrorId::CANDataLengthNotVaildError, "data",
+           std::to_string(data.items().size()) + " bytes are more than " + std::to_string(kDataSize));
   }
   try {
     return checkedByteList(data, "data");

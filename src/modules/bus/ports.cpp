@@ -25,11 +25,7 @@ Reply askPort(const Link& link, int cmd, int port, const Bytes& fields, const Ar
 }  // namespace
 
 int checkBusPort(const BusPorts& ports, const Argument& port, ErrorId not_available) {
-  const auto number = checkedInt(port, "port");
-  if (number < 0 || number > 255 || !ports.contains(static_cast<int>(number))) {
-    fail(not_available);
-  }
-  return static_cast<int>(number);
+  return checkedKey(port, "port", ports, not_available);
 }
 
 void checkBusPins(const Link& link, const BusPorts& ports, int port, double timeout, ErrorId not_available) {
@@ -46,8 +42,11 @@ void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argum
     }
     const auto& modes = asked.at(digital).second;
     const auto at = static_cast<std::size_t>(pin);
-    if (at >= modes.size() || std::find(names.begin(), names.end(), modes[at]) == names.end()) {
-      fail(not_available);
+    const std::string mode = at < modes.size() ? modes[at] : "not there";
+    if (std::find(names.begin(), names.end(), mode) == names.end()) {
+      refuse(
+          not_available, "port",
+          std::to_string(port) + ", its pin P" + std::to_string(digital) + "." + std::to_string(pin) + " is " + mode);
     }
   }
 }

@@ -33,7 +33,7 @@ int SPIBased::_checkSPIMode(const Argument& mode) {
 int SPIBased::_checkSPIPrescaler(const Argument& prescaler) {
   const int divider = checkedRange(prescaler, "prescaler", 2, 256, ErrorId::SPIPrescalerNotVaildError);
   if (!std::has_single_bit(static_cast<unsigned>(divider))) {
-    fail(ErrorId::SPIPrescalerNotVaildError);
+    refuse(ErrorId::SPIPrescalerNotVaildError, "prescaler", prescaler.show() + " is not a power of two");
   }
   return divider;
 }

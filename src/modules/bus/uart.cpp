@@ -128,8 +128,10 @@ int UARTBased::_checkUARTNumStopBitMode(const Argument& mode) {
 }
 
 void UARTBased::_checkUARTDataLength(const Argument& data) {
-  if (lengthOf(data) > kLongestWrite) {
-    fail(ErrorId::UARTExceedMaxLengthError);
+  const std::size_t length = lengthOf(data);
+  if (length > kLongestWrite) {
+    refuse(ErrorId::UARTExceedMaxLengthError, "write_data",
+           std::to_string(length) + " is more than " + std::to_string(kLongestWrite));
   }
 }
 
