@@ -206,6 +206,10 @@ void Channel::stop() {
   if (!client) {
     return;
   }
+  if (device_.forked()) {  // no thread to wait for, and a step that has begun never ends
+    client->disconnect();
+    return;
+  }
   client->wake();
   gate_->waitParked(Clock::now() + kParkLimit);
   client->disconnect();
