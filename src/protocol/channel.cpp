@@ -21,9 +21,11 @@ class ConnectionSource final : public Source {
       : client_(std::move(client)), descriptor_(std::move(descriptor)), intake_(std::move(intake)) {}
   int fd() const override { return descriptor_->get(); }
   bool read() override {
-    return generation_ == processGeneration() && intake_->leasedUntil() > Clock::now() &&
+    return !retired_ && generation_ == processGeneration() && intake_->leasedUntil() > Clock::now() &&
            client_->receiveNow(*descriptor_, *intake_);
   }
+  // The channel has another connection now. This one may still be open, in somebody else's hands.
+  void retire() { retired_ = true; }
   bool reads(const std::shared_ptr<const Descriptor>& descriptor) const { return descriptor_ == descriptor; }
 
  private:
@@ -31,6 +33,7 @@ class ConnectionSource final : public Source {
   const std::shared_ptr<const Descriptor> descriptor_;
   const std::shared_ptr<Intake> intake_;
   const unsigned generation_ = processGeneration();  // a forked child must not take its parent's bytes
+  std::atomic<bool> retired_ = false;
 };
 
 Channel::Channel(Device& device, Setup setup)
@@ -73,6 +76,9 @@ void Channel::expectReply() {
     const std::lock_guard lock(source_mutex_);
     source = source_.lock();
     if (!source || !source->reads(descriptor)) {
+      if (source) {
+        source->retire();
+      }
       source = std::make_shared<ConnectionSource>(client, std::move(descriptor), intake_);
       source_ = source;
     }
@@ -232,6 +238,10 @@ void Channel::disconnect(std::optional<bool> verbose) {
 void Channel::stop() {
   const auto client = setup_.client();
   if (!client) {
+    return;
+  }
+  if (device_.forked()) {  // no thread to wait for, and a step that has begun never ends
+    client->disconnect();
     return;
   }
   client->wake();

@@ -111,3 +111,26 @@ with VirtualDevice() as bench:
 """
     )
     assert output == "exit 8\nclose 8\ncollect 8\nos._exit 8\n"
+
+
+@forks
+def test_a_child_forked_in_the_middle_of_a_read_can_disconnect():
+    run_script(
+        START
+        + """
+with VirtualDevice(stream_as_fast_as_possible=True) as bench, pyqvx.FeroxA(verbose=False) as device:
+    device.connect(bench.ip, bench.port)
+    device.AI_open(0)
+    device.AI_setMode(0, 2)
+    device.AI_startStreaming(0)
+    for _ in range(200):
+        child = os.fork()
+        if child == 0:
+            signal.alarm(10)
+            device.disconnect()
+            os._exit(0)
+        assert os.waitpid(child, 0)[1] == 0, "hung"
+        device.AI_readStreaming(0, -1, 0)
+    device.AI_closeStreaming(0)
+"""
+    )

@@ -139,5 +139,22 @@ TEST(Watching, EndsWithTheConnection) {
   }
 }
 
+// The connection that a device was given another in the place of stays open, and what comes there is its new owner's.
+TEST(Watching, EndsWhenTheDeviceIsGivenAnotherConnection) {
+  Bench bench;
+  bench.renewLease(*bench.loop);
+  const auto source = bench.loop->watched;
+  const auto other = std::make_shared<TCPClient>();
+  other->connect(kLoopback, bench.listener.port());
+  const auto before = bench.device->clientCmd();
+  bench.device->setClientCmd(other);
+  bench.renewLease(*bench.loop);
+  EXPECT_NE(bench.loop->watched, source);
+  bench.peer.send(buildFrame(kEcho, Bytes{7}));
+  EXPECT_FALSE(source->read());
+  before->setTimeout(20);
+  EXPECT_EQ(before->recvAndSplitPacket(64).size(), 1u);
+}
+
 }  // namespace
 }  // namespace qvx::test
