@@ -2,6 +2,7 @@
 
 #include "virtual/options.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qvx::test {
