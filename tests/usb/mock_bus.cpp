@@ -19,6 +19,7 @@ namespace qvx::test {
 namespace {
 
 constexpr std::size_t kPacket = 64;
+constexpr std::size_t kPacketsWaiting = 64;                 // beyond these the firmware keeps what it has
 constexpr std::size_t kSetupSize = bench::UsbSetup::kSize;  // what a control transfer's buffer begins with
 
 // As sysfs has them: of the device, then of its configuration.
@@ -60,9 +61,14 @@ UMockdevIoctlData* pointed(UMockdevIoctlData* data, std::size_t offset, std::siz
 
 MockDevice::MockDevice(UMockdevTestbed* testbed, int address, const DeviceSetup& setup)
     : testbed_(testbed), setup_(setup), driver_bound_(setup.driver_bound) {
-  virtual_ = std::make_unique<VirtualFirmware>(
-      setup.serial, setup.options,
-      VirtualFirmware::Road{.send = [this](ByteView bytes) { send(bytes); }, .unplug = [this] { unplug(); }});
+  virtual_ = std::make_unique<VirtualFirmware>(setup.serial, setup.options,
+                                               VirtualFirmware::Road{.send = [this](ByteView bytes) { send(bytes); },
+                                                                     .has_room =
+                                                                         [this] {
+                                                                           const std::lock_guard lock(mutex_);
+                                                                           return packets_.size() < kPacketsWaiting;
+                                                                         },
+                                                                     .unplug = [this] { unplug(); }});
   const std::string number = std::to_string(address);
   std::string digits = std::string(3 - number.size(), '0') + number;
   const std::string name = "1-" + number;
@@ -369,6 +375,9 @@ void MockDevice::deliver() {
       open.in.pop_front();
       urb.bytes = std::move(packets_.front());
       packets_.pop_front();
+      if (packets_.size() + 1 == kPacketsWaiting) {
+        virtual_->look();
+      }
       const bool too_long = urb.bytes.size() > urb.length;
       finish(open, std::move(urb), too_long ? -EOVERFLOW : 0);
     }

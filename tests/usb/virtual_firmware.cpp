@@ -8,6 +8,8 @@
 namespace qvx::test {
 namespace {
 
+constexpr std::size_t kPiece = 16 * bench::UsbFunction::kPacketSize;
+
 bench::DeviceSetup setupOf(const std::string& serial, const std::vector<std::string>& options) {
   std::vector<const char*> arguments{"qvx-virtual", "--usbip"};
   for (const std::string& option : options) {
@@ -39,7 +41,12 @@ VirtualFirmware::~VirtualFirmware() {
 void VirtualFirmware::take(ByteView bytes) {
   const std::lock_guard lock(mutex_);
   input_.insert(input_.end(), bytes.begin(), bytes.end());
+  told_ = true;
   changed_.notify_all();
+}
+
+void VirtualFirmware::look() {
+  take({});
 }
 
 std::optional<Bytes> VirtualFirmware::control(const bench::UsbSetup& setup) {
@@ -51,13 +58,15 @@ void VirtualFirmware::run() {
   std::unique_lock lock(mutex_);
   while (!stopping_) {
     const Bytes input = std::exchange(input_, {});
+    told_ = false;
     lock.unlock();
     const auto now = bench::steady_clock::now();
     session_.receive(input, now);
     device_.tick(now);
     session_.advance(now);
-    while (!session_.output().empty()) {
-      const ByteView output = session_.output();
+    while (!session_.output().empty() && road_.has_room()) {
+      const ByteView all = session_.output();
+      const ByteView output = all.first(std::min(all.size(), kPiece));
       road_.send(output);
       session_.written(output.size());
     }
@@ -67,7 +76,7 @@ void VirtualFirmware::run() {
     }
     const auto due = over ? bench::kNever : std::min(session_.due(), device_.due(now));
     lock.lock();
-    const auto awaited = [&] { return stopping_ || !input_.empty(); };
+    const auto awaited = [&] { return stopping_ || told_; };
     if (due == bench::kNever) {
       changed_.wait(lock, awaited);
     } else {

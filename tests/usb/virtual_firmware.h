@@ -19,7 +19,8 @@ class VirtualFirmware {
  public:
   struct Road {
     std::function<void(ByteView)> send;
-    std::function<void()> unplug;  // the device reboots, or is to fail
+    std::function<bool()> has_room;  // to be told of by look() when it comes
+    std::function<void()> unplug;    // the device reboots, or is to fail
   };
   // `options` are those of qvx-virtual. The road is used from the thread, with nothing locked.
   VirtualFirmware(const std::string& serial, const std::vector<std::string>& options, Road road);
@@ -28,6 +29,7 @@ class VirtualFirmware {
   VirtualFirmware& operator=(const VirtualFirmware&) = delete;
 
   void take(ByteView bytes);
+  void look();
   // A control transfer that asks for data; nothing where the device stalls.
   std::optional<Bytes> control(const bench::UsbSetup& setup);
 
@@ -43,6 +45,7 @@ class VirtualFirmware {
   std::condition_variable changed_;
   bench::UsbFunction function_;
   Bytes input_;
+  bool told_ = false;
   bool stopping_ = false;
   std::thread thread_;
 };
