@@ -15,7 +15,6 @@ import warnings
 
 import pyqvx
 
-ECHO = 240
 PAYLOAD = bytes(1440)
 TIMEOUT_S = 60.0
 
@@ -27,13 +26,14 @@ def main(repeats: int, packets: int) -> None:
     bus = ctypes.c_void_p(library.qvx_mock_bus())
     if not bus:
         raise RuntimeError("umockdev is not preloaded")
-    plugged = ctypes.c_void_p(library.qvx_mock_plug(bus, b"BENCH001", b"Cordlog F1"))
+    options = (ctypes.c_char_p * 2)(b"--model=CordlogF1AD", None)
+    plugged = ctypes.c_void_p(library.qvx_mock_plug(bus, b"BENCH001", options))
     with pyqvx.USBDevice(verbose=False) as device:
         device.connect("BENCH001")
-        device._echoPacket(ECHO, [1], TIMEOUT_S)
+        device._echoPacket(pyqvx.GET_SERIAL_NUMBER, [], TIMEOUT_S)
         began = time.perf_counter()
         for _ in range(repeats):
-            device._echoPacket(ECHO, [1], TIMEOUT_S)
+            device._echoPacket(pyqvx.GET_SERIAL_NUMBER, [], TIMEOUT_S)
         round_trip = (time.perf_counter() - began) / repeats
 
         frame = bytes(device._preparePacket(pyqvx.START_AI_STREAMING, [0, *PAYLOAD]))

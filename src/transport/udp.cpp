@@ -140,7 +140,12 @@ bool UDPClient::bind(const std::string& ip, int port) {
     abandon(link);
     failToConnect(target, reason);
   }
-  lookUpOwnName();
+  try {
+    lookUpOwnName();
+  } catch (...) {
+    abandon(link);
+    throw;
+  }
   setTimeout(kReadTimeoutS);
   if (!open(link)) {
     failToConnect(target, "ended by disconnect");
@@ -240,6 +245,7 @@ void UDPClient::sendPacket(ByteView) {
 }
 
 struct UDPClient::NameLookUp {
+  const Deadline until = deadlineIn(kNameLimitS);  // nobody waits longer
   WakeUp done;
   std::mutex mutex;  // guards addresses
   std::vector<in_addr_t> addresses;
@@ -273,7 +279,7 @@ void UDPClient::sendBcstPacket(ByteView frame) {
   std::vector<in_addr_t> addresses;
   const auto look_up = lookUpOwnName();
   std::array<pollfd, 1> done{pollfd{look_up->done.fd(), POLLIN, 0}};
-  if (waitReady(done, deadlineIn(kNameLimitS))) {
+  if (waitReady(done, look_up->until)) {
     const std::lock_guard lock(look_up->mutex);
     addresses = look_up->addresses;
   }

@@ -20,10 +20,9 @@ class UDPClient : public NetworkClient {
   using NetworkClient::NetworkClient;
 
   // Listens on `port` (0..65535, 0: any that is free) of the local IPv4 address `ip`, "" for all of them; returns true.
-  // Reads wait up to 1 s then. Looks up the host's own name, which may take seconds where a name server is asked in
-  // vain. Raises InputDataNotInRangeError when the port is not in range, NetworkConnectionError when the address has
-  // another form or is not local, when the port is taken by a program that shares it with nobody, and when this client
-  // listens already.
+  // Reads wait up to 1 s then. Begins to look up the host's own name. Raises InputDataNotInRangeError when the port is
+  // not in range, NetworkConnectionError when the address has another form or is not local, when the port is taken by a
+  // program that shares it with nobody, and when this client listens already.
   bool bind(const std::string& ip, int port);
   bool connect(const std::string& ip, int port) override { return bind(ip, port); }
 
@@ -35,8 +34,8 @@ class UDPClient : public NetworkClient {
   // Raises APINotSupportError: there is no device at the other end, only everybody.
   void sendPacket(ByteView frame) override;
   // Sends `frame` to 255.255.255.255, port UDP_SEND_PORT, from each local IPv4 address: those of the interfaces and
-  // those that the host's own name stands for. Raises NetworkConnectionError when it could leave from none of them.
-  // Needs no bind.
+  // those that the host's own name stands for, as far as that is known 2 s after it was first asked for. Raises
+  // NetworkConnectionError when it could leave from none of them. Needs no bind.
   void sendBcstPacket(ByteView frame) override;
 
  private:

@@ -1,7 +1,5 @@
 #include "tests/usb/mock_bus.h"
 
-#include "core/frame.h"
-
 #include <fcntl.h>
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
@@ -21,30 +19,20 @@ namespace qvx::test {
 namespace {
 
 constexpr std::size_t kPacket = 64;
-constexpr std::size_t kSetupSize = 8;  // what a control transfer's buffer begins with
+constexpr std::size_t kPacketsWaiting = 64;                 // beyond these the firmware keeps what it has
+constexpr std::size_t kSetupSize = bench::UsbSetup::kSize;  // what a control transfer's buffer begins with
 
-std::uint8_t low(std::uint16_t value) {
-  return static_cast<std::uint8_t>(value & 0xFF);
-}
-std::uint8_t high(std::uint16_t value) {
-  return static_cast<std::uint8_t>(value >> 8);
-}
-
-// A device descriptor, then configuration 1 with one interface, which has a bulk endpoint each way.
-Bytes descriptors(const DeviceSetup& setup) {
-  const Bytes device{18, 1, 0x00, 0x02, 0, 0, 0, 64};
-  const Bytes identity{low(setup.vendor), high(setup.vendor), low(setup.product_id), high(setup.product_id)};
-  return payload(device, identity, Bytes{0x00, 0x02, 1, 2, 3, 1}, Bytes{9, 2, 32, 0, 1, 1, 0, 0xC0, 50},
-                 Bytes{9, 4, 0, 0, 2, 0xFF, 0, 0, 0}, Bytes{7, 5, 0x81, 2, 64, 0, 0}, Bytes{7, 5, 0x01, 2, 64, 0, 0});
-}
-
-Bytes stringDescriptor(const std::string& text) {
-  Bytes bytes{static_cast<std::uint8_t>(2 + 2 * text.size()), 3};
-  for (const char letter : text) {
-    bytes.push_back(static_cast<std::uint8_t>(letter));
-    bytes.push_back(0);
+// As sysfs has them: of the device, then of its configuration.
+Bytes descriptors(VirtualFirmware& firmware, const DeviceSetup& setup) {
+  const auto descriptor = [&](std::uint16_t type) {
+    return firmware.control({0x80, 6, static_cast<std::uint16_t>(type << 8), 0, 255}).value();
+  };
+  Bytes device = descriptor(1);
+  for (const auto& [at, number] : {std::pair(8, setup.vendor), std::pair(10, setup.product_id)}) {
+    device[at] = static_cast<std::uint8_t>(number & 0xFF);
+    device[at + 1] = static_cast<std::uint8_t>(number >> 8);
   }
-  return bytes;
+  return payload(device, descriptor(2));
 }
 
 template <class T>
@@ -73,6 +61,14 @@ UMockdevIoctlData* pointed(UMockdevIoctlData* data, std::size_t offset, std::siz
 
 MockDevice::MockDevice(UMockdevTestbed* testbed, int address, const DeviceSetup& setup)
     : testbed_(testbed), setup_(setup), driver_bound_(setup.driver_bound) {
+  virtual_ = std::make_unique<VirtualFirmware>(setup.serial, setup.options,
+                                               VirtualFirmware::Road{.send = [this](ByteView bytes) { send(bytes); },
+                                                                     .has_room =
+                                                                         [this] {
+                                                                           const std::lock_guard lock(mutex_);
+                                                                           return packets_.size() < kPacketsWaiting;
+                                                                         },
+                                                                     .unplug = [this] { unplug(); }});
   const std::string number = std::to_string(address);
   std::string digits = std::string(3 - number.size(), '0') + number;
   const std::string name = "1-" + number;
@@ -104,7 +100,7 @@ MockDevice::MockDevice(UMockdevTestbed* testbed, int address, const DeviceSetup&
                                                 pointers(properties).data());
   syspath_ = syspath;
   g_free(syspath);
-  Bytes binary = descriptors(setup_);
+  Bytes binary = descriptors(*virtual_, setup_);
   umockdev_testbed_set_attribute_binary(testbed_, syspath_.c_str(), "descriptors", binary.data(),
                                         static_cast<gint>(binary.size()));
 
@@ -117,12 +113,8 @@ MockDevice::MockDevice(UMockdevTestbed* testbed, int address, const DeviceSetup&
   const std::lock_guard lock(mutex_);
   showReady();
   firmware_ = [this](ByteView bytes) {
-    std::vector<Bytes> replies;
-    echo_.append(bytes);
-    for (const Frame& frame : echo_.split()) {
-      replies.push_back(buildFrame(frame.code, frame.payload));
-    }
-    return replies;
+    virtual_->take(bytes);
+    return std::vector<Bytes>{};
   };
 }
 
@@ -130,6 +122,7 @@ MockDevice::~MockDevice() {
   unplug();
   umockdev_testbed_detach_ioctl(testbed_, device_node_.c_str(), nullptr);
   g_signal_handlers_disconnect_by_data(handler_, this);
+  virtual_.reset();
   const std::lock_guard lock(mutex_);
   for (const auto& [client, open] : opens_) {
     g_object_weak_unref(client, &MockDevice::onVanished, this);
@@ -314,8 +307,8 @@ MockDevice::Answer MockDevice::submit(Open& open, UMockdevIoctlData* arg, std::v
     return {-1, EINVAL};
   }
   if (control_transfer) {
-    control(urb);
-    finish(open, std::move(urb), 0);
+    const int status = control(urb);
+    finish(open, std::move(urb), status);
   } else if (urb.endpoint == 0x81) {
     open.in.push_back(std::move(urb));
     deliver();
@@ -329,18 +322,14 @@ MockDevice::Answer MockDevice::submit(Open& open, UMockdevIoctlData* arg, std::v
   return {0, 0};
 }
 
-// The strings: serial number, product and manufacturer, and number 0 with the list of languages.
-void MockDevice::control(Urb& urb) const {
+int MockDevice::control(Urb& urb) {
   const Bytes setup = std::exchange(urb.bytes, {});
-  if (setup.size() < kSetupSize || setup[0] != 0x80 || setup[1] != 6 || setup[3] != 3) {
-    return;
+  auto data = setup.size() < kSetupSize ? std::nullopt : virtual_->control(bench::UsbSetup::parse(setup));
+  if (!data || data->size() > setup.size() - kSetupSize) {
+    return -EPIPE;
   }
-  const std::array<Bytes, 4> strings{Bytes{4, 3, 9, 4}, stringDescriptor("QVX"), stringDescriptor(setup_.product),
-                                     stringDescriptor(setup_.serial)};
-  if (setup[2] < strings.size()) {
-    urb.bytes = strings[setup[2]];
-    urb.bytes.resize(std::min(urb.bytes.size(), urb.length - kSetupSize));
-  }
+  urb.bytes = std::move(*data);
+  return 0;
 }
 
 MockDevice::Answer MockDevice::reap(Open& open, UMockdevIoctlData* arg) {
@@ -386,6 +375,9 @@ void MockDevice::deliver() {
       open.in.pop_front();
       urb.bytes = std::move(packets_.front());
       packets_.pop_front();
+      if (packets_.size() + 1 == kPacketsWaiting) {
+        virtual_->look();
+      }
       const bool too_long = urb.bytes.size() > urb.length;
       finish(open, std::move(urb), too_long ? -EOVERFLOW : 0);
     }

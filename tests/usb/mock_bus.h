@@ -1,8 +1,9 @@
-// A USB bus in the test process: umockdev shows devices to libusb, and this answers what libusb asks of the kernel.
+// A USB bus in the test process: umockdev shows devices of the virtual bench to libusb, and this answers what libusb
+// asks of the kernel.
 #pragma once
 
 #include "core/bytes.h"
-#include "transport/splitter.h"
+#include "tests/usb/virtual_firmware.h"
 
 #include <umockdev.h>
 
@@ -19,7 +20,7 @@ namespace qvx::test {
 
 struct DeviceSetup {
   std::string serial = "QVX0001";
-  std::string product = "Cordlog F1";
+  std::vector<std::string> options{"--model=CordlogF1AD"};  // of qvx-virtual
   std::uint16_t vendor = 0x0483;
   std::uint16_t product_id = 0x5750;
   bool driver_bound = false;  // a kernel driver has the interface
@@ -39,7 +40,7 @@ class MockDevice {
   MockDevice(const MockDevice&) = delete;
   MockDevice& operator=(const MockDevice&) = delete;
 
-  // By default every frame comes back as it is. Called by one thread, with nothing locked.
+  // In the place of the bench's. Called by one thread, with nothing locked.
   void setFirmware(Firmware firmware);
   // Sends one packet of at most 64 bytes.
   void sendPacket(const Bytes& packet);
@@ -84,7 +85,7 @@ class MockDevice {
   Answer submit(Open& open, UMockdevIoctlData* arg, std::vector<Bytes>& taken);
   Answer reap(Open& open, UMockdevIoctlData* arg);
   Answer discard(Open& open, UMockdevIoctlData* arg);
-  void control(Urb& urb) const;
+  int control(Urb& urb);  // returns its status
   // What follows is called under the mutex.
   void deliver();
   void finish(Open& open, Urb urb, int status);
@@ -93,6 +94,7 @@ class MockDevice {
 
   UMockdevTestbed* const testbed_;
   const DeviceSetup setup_;
+  std::unique_ptr<VirtualFirmware> virtual_;
   UMockdevIoctlBase* handler_ = nullptr;
   std::string device_node_;
   std::string node_path_;
@@ -104,7 +106,6 @@ class MockDevice {
   std::deque<Bytes> packets_;  // sent, and not yet in a transfer
   std::vector<Bytes> received_;
   Firmware firmware_;
-  FrameSplitter echo_;
   bool taking_ = true;
   bool gone_ = false;
   bool ready_ = true;

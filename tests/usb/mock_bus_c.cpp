@@ -19,8 +19,21 @@ QVX_EXPORT void qvx_mock_end(MockBus* bus) {
   delete bus;
 }
 
-QVX_EXPORT MockDevice* qvx_mock_plug(MockBus* bus, const char* serial, const char* product) {
-  return &bus->plug({.serial = serial, .product = product});
+// `options` are those of qvx-virtual, nullptr behind the last. nullptr where they are wrong.
+QVX_EXPORT MockDevice* qvx_mock_plug(MockBus* bus, const char* serial, const char* const* options) {
+  qvx::test::DeviceSetup setup{.serial = serial, .options = {}};
+  while (*options != nullptr) {
+    setup.options.emplace_back(*options++);
+  }
+  try {
+    return &bus->plug(setup);
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+QVX_EXPORT void qvx_mock_send(MockDevice* device, const std::uint8_t* bytes, std::size_t size) {
+  device->send({bytes, size});
 }
 
 QVX_EXPORT int qvx_mock_claimed(const MockDevice* device) {

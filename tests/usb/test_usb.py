@@ -2,9 +2,12 @@
 
 import asyncio
 import ctypes
+import json
 import os
 import subprocess
 import sys
+import time
+from pathlib import Path
 from typing import Iterator, cast
 
 import pytest
@@ -13,7 +16,6 @@ import pyqvx
 
 pytestmark = pytest.mark.skipif("QVX_MOCK_BUS" not in os.environ, reason="ctest runs these")
 
-ECHO = 240
 TIMEOUT = 20
 
 
@@ -25,8 +27,14 @@ class Bus:
         self.bus = ctypes.c_void_p(self.library.qvx_mock_bus())
         assert self.bus, "umockdev is not preloaded"
 
-    def plug(self, serial: str, product: str = "Cordlog F1") -> ctypes.c_void_p:
-        return ctypes.c_void_p(self.library.qvx_mock_plug(self.bus, serial.encode(), product.encode()))
+    def plug(self, serial: str, model: str = "CordlogF1AD", *options: str) -> ctypes.c_void_p:
+        """The options are those of qvx-virtual, whose firmware the device runs."""
+        texts = [f"--model={model}".encode(), *(option.encode() for option in options), None]
+        plugged = self.library.qvx_mock_plug(
+            self.bus, serial.encode(), (ctypes.c_char_p * len(texts))(*texts)
+        )
+        assert plugged, "the options are wrong"
+        return ctypes.c_void_p(plugged)
 
     def claimed(self, device: ctypes.c_void_p) -> int:
         return self.library.qvx_mock_claimed(device)
@@ -45,18 +53,18 @@ def make_bus() -> Iterator[Bus]:
 @pytest.mark.filterwarnings("ignore:Warning 519000")
 def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
     bus.plug("S1")
-    other = bus.plug("S2", "Cordlog F2")
+    other = bus.plug("S2", "CordlogF1CD")
     with pyqvx.USBDevice() as dev:
         assert not dev.connect_status_cmd
         nothing = dev.client_cmd
         assert nothing is None
-        assert dev._getAllUSBDevices() == [("S1", "Cordlog F1"), ("S2", "Cordlog F2")]
+        assert dev._getAllUSBDevices() == [("S1", "Cordlog-F1-AD"), ("S2", "Cordlog-F1-CD")]
         assert dev.connect(serial_num="S2") and dev.serial_num == "S2"
         client = cast(pyqvx.USBClient, dev.client_cmd)
-        assert (client.takeSerialNumber(), client.takeProductName()) == ("S2", "Cordlog F2")
+        assert (client.takeSerialNumber(), client.takeProductName()) == ("S2", "Cordlog-F1-CD")
         assert (client.device, client.config, client.interface) == ("001/006", 1, 0)
         assert (client.ep_in, client.ep_out) == (0x81, 1)
-        assert dev._echoPacketWithRetry(ECHO, [1, 2, 3], TIMEOUT) == bytes([1, 2, 3])
+        assert dev._echoPacketWithRetry(pyqvx.GET_SERIAL_NUMBER, [], TIMEOUT) == b"S2"
         assert bus.claimed(other) == 1
         dev.disconnect()
         assert bus.claimed(other) == 0 and client.device is None
@@ -85,12 +93,47 @@ def test_coroutines(bus: Bus) -> None:
             with pytest.raises(pyqvx.USBConnectionError):
                 await dev.connect_async("S2")
             assert await dev.connect_async()
-            for i in range(20):
-                assert await dev._echoPacketWithRetry_async(ECHO, [i], TIMEOUT) == bytes([i])
+            for _ in range(20):
+                assert await dev._echoPacketWithRetry_async(pyqvx.GET_SERIAL_NUMBER, [], TIMEOUT) == b"S1"
             assert bus.claimed(first) == 1
         assert bus.claimed(first) == 0
 
     asyncio.run(session())
+
+
+@pytest.mark.filterwarnings("ignore:Warning 519000")
+def test_a_product_and_its_firmware(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
+    bus.plug("CA000001", "CordlogF1AD", "--source=constant:2.5", "--wire=do0=di1")
+    with pyqvx.CordlogF1AD() as dev:
+        dev.connect("CA000001")
+        assert dev.Sys_getSerialNumber() == "CA000001" and dev.Sys_getDriverInfo()[0] == "Cordlog-F1-AD"
+        dev.DO_openPort(0)
+        dev.DI_openPins(1, [0, 1, 5])
+        dev.DO_writePins(0, [0, 5], [1, 1])
+        assert dev.DI_readPins(1, [0, 1, 5]) == [1, 0, 1]
+        dev.AI_open(0)
+        dev.AI_setMode(0, 2)
+        dev.AI_setSamplingRate(0, 1000)
+        dev.AI_openStreaming(0)
+        dev.AI_startStreaming(0)
+        rows = dev.AI_readStreaming(0, 200, TIMEOUT)
+        assert len(rows) == 200 and all(abs(volts - 2.5) < 0.01 for row in rows for volts in row)
+        dev.Sys_reboot()  # which takes it off the bus
+        deadline = time.monotonic() + TIMEOUT
+        while "lost connection" not in repr(dev):
+            assert time.monotonic() < deadline
+            time.sleep(0.01)
+        with pytest.raises(pyqvx.USBConnectionError):
+            dev.Sys_getSerialNumber()
+    assert capfd.readouterr().out.count("USBConnectionError: ") == 1
+
+
+def test_the_benchmark_runs() -> None:
+    program = Path(__file__).resolve().parents[2] / "benchmarks" / "usb.py"
+    ran = subprocess.run(
+        [sys.executable, str(program), "2", "2"], capture_output=True, text=True, check=True, timeout=60
+    )
+    assert json.loads(ran.stdout.splitlines()[-1]).keys() == {"round_trip", "rate"}
 
 
 def test_the_missing_library_is_warned_of_once() -> None:

@@ -52,6 +52,18 @@ Bytes numberedFrame(std::size_t number, std::size_t size) {
   return buildFrame(240, data);
 }
 
+// Sends every frame back as it is.
+MockDevice::Firmware echo() {
+  return [splitter = std::make_shared<FrameSplitter>()](ByteView bytes) {
+    std::vector<Bytes> replies;
+    splitter->append(bytes);
+    for (const Frame& frame : splitter->split()) {
+      replies.push_back(buildFrame(frame.code, frame.payload));
+    }
+    return replies;
+  };
+}
+
 double processorSeconds() {
   rusage usage{};
   ::getrusage(RUSAGE_SELF, &usage);
@@ -85,15 +97,15 @@ TEST_F(USBTest, FindsTheDeviceAskedFor) {
   bus.plug({.serial = "OTHER", .vendor = 0x1234});
   bus.plug({.serial = "OTHER", .product_id = 0x5740});
   bus.plug({.serial = "FIRST"});
-  bus.plug({.serial = "SECOND", .product = "Cordlog F2"});
+  bus.plug({.serial = "SECOND", .options = {"--model=CordlogF1CD"}});
   using Attached = std::vector<std::pair<std::string, std::string>>;
-  EXPECT_EQ(listUSB(), (Attached{{"FIRST", "Cordlog F1"}, {"SECOND", "Cordlog F2"}}));
+  EXPECT_EQ(listUSB(), (Attached{{"FIRST", "Cordlog-F1-AD"}, {"SECOND", "Cordlog-F1-CD"}}));
 
   USBClient first("default");
   USBClient second("SECOND");
   EXPECT_EQ(first.takeSerialNumber(), "FIRST");
   EXPECT_EQ(second.takeSerialNumber(), "SECOND");
-  EXPECT_EQ(second.takeProductName(), "Cordlog F2");
+  EXPECT_EQ(second.takeProductName(), "Cordlog-F1-CD");
   EXPECT_EQ(second.place(), "001/008");
   EXPECT_EQ(second.configuration(), 1);
   EXPECT_EQ(second.interface(), 0);
@@ -108,6 +120,7 @@ TEST_F(USBTest, FindsTheDeviceAskedFor) {
 
 TEST_F(USBTest, CarriesFramesWhole) {
   MockDevice& device = bus.plug();
+  device.setFirmware(echo());
   USBClient client("default");
   EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});  // a device that says nothing, within 1 ms
   client.setTimeout(20);
@@ -317,6 +330,7 @@ TEST(USBInterruptTest, CtrlCEndsReadsAndSends) {
   {
     test::MockBus bus;
     MockDevice& device = bus.plug();
+    device.setFirmware(echo());
     USBClient client("default");
     client.setTimeout(std::nullopt);
     EXPECT_THROW(client.recvPacket(64), Interrupt);
@@ -333,8 +347,8 @@ TEST_F(USBTest, AForkedChildOpensItsOwn) {
 #ifdef __SANITIZE_THREAD__
   GTEST_SKIP() << "ThreadSanitizer knows no threads after a fork";
 #endif
-  bus.plug({.serial = "PARENT"});
-  bus.plug({.serial = "CHILD"});
+  bus.plug({.serial = "PARENT"}).setFirmware(echo());
+  bus.plug({.serial = "CHILD"}).setFirmware(echo());
   auto inherited = std::make_unique<USBClient>("PARENT");
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
