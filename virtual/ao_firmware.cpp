@@ -11,7 +11,7 @@
 namespace qvx::bench {
 namespace {
 
-constexpr std::size_t kBufferSize = 16384;  // values
+constexpr std::size_t kBufferValues = 16384;  // values
 constexpr std::size_t kMostPushed = 13;     // values in one packet
 constexpr std::uint64_t kEndless = std::numeric_limits<std::uint64_t>::max();
 constexpr std::array kSpans{Span{0, 5}, Span{0, 10}, Span{-5, 5}, Span{-10, 10}, Span{-2.5, 2.5}};
@@ -364,7 +364,7 @@ Answer AoFirmware::setFormParameters(Port& port, const Request& request) {
 
 Answer AoFirmware::initBuffer(Port& port, const Request&) {
   port.buffer = std::make_shared<std::vector<float>>();
-  return payload(u32(kBufferSize));
+  return payload(u32(kBufferValues));
 }
 
 // payload: port u8, number u8, volts f32 as often
@@ -373,7 +373,7 @@ Answer AoFirmware::pushToBuffer(Port& port, const Request& request) {
   if (request.payload.size() != 2 + 4 * count) {
     return status::kParser;
   }
-  if (!port.buffer || port.buffer->size() + count > kBufferSize) {
+  if (!port.buffer || port.buffer->size() + count > kBufferValues) {
     return status::kAo;
   }
   std::vector<float> values;

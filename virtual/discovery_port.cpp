@@ -13,7 +13,7 @@ namespace qvx::bench {
 namespace {
 
 // Datagrams taken before others have their turn.
-constexpr int kBatch = 16;
+constexpr int kDatagramsAtOnce = 16;
 constexpr char kLoopbackInterface[] = "lo";
 
 // A broadcast reaches only sockets that are bound to no address; the interface keeps other machines out.
@@ -53,7 +53,7 @@ DiscoveryPort::DiscoveryPort(EventLoop& loop, const Log& log, UdpPorts ports, st
 
 void DiscoveryPort::ready(std::uint32_t, TimePoint now) {
   touch();
-  for (int taken = 0; taken < kBatch; ++taken) {
+  for (int taken = 0; taken < kDatagramsAtOnce; ++taken) {
     sockaddr_in source{};
     socklen_t size = sizeof source;
     const auto count =

@@ -10,7 +10,7 @@
 namespace qvx::bench {
 namespace {
 
-constexpr int kBatch = 64;
+constexpr int kEventsAtOnce = 64;
 
 int checked(int result, const char* what) {
   if (result < 0) {
@@ -73,8 +73,8 @@ void EventLoop::wait(TimePoint until) {
   if (!late) {
     armTimer(until);
   }
-  epoll_event events[kBatch];
-  const int count = epoll_wait(epoll_.get(), events, kBatch, late ? 0 : -1);
+  epoll_event events[kEventsAtOnce];
+  const int count = epoll_wait(epoll_.get(), events, kEventsAtOnce, late ? 0 : -1);
   if (count < 0 && errno != EINTR) {
     throw std::system_error(errno, std::generic_category(), "epoll_wait");
   }

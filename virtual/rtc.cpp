@@ -4,7 +4,6 @@ namespace qvx::bench {
 
 using std::chrono::days;
 using std::chrono::floor;
-using std::chrono::seconds;
 using std::chrono::sys_days;
 
 void RealTimeClock::set(Moment moment, TimePoint now) {

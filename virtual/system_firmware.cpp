@@ -12,7 +12,6 @@ using std::chrono::days;
 using std::chrono::floor;
 using std::chrono::hours;
 using std::chrono::minutes;
-using std::chrono::seconds;
 
 constexpr std::size_t kSerialLength = 8;
 constexpr std::size_t kLongestAlias = 64;
@@ -107,7 +106,7 @@ Answer SystemFirmware::setDateTime(const Request& request) {
   if (!date.ok() || !validTime(in[3], in[4], in[5]) || !shown) {
     return status::kRtc;
   }
-  board_.clock.set(std::chrono::sys_days(date) + hours(in[3]) + minutes(in[4]) + seconds(in[5]), request.now);
+  board_.clock.set(std::chrono::sys_days(date) + hours(in[3]) + minutes(in[4]) + std::chrono::seconds(in[5]), request.now);
   return status::kOk;
 }
 
@@ -168,7 +167,7 @@ Answer SystemFirmware::startAlarm(const Request& request) {
   if (in[0] > 1 || in[1] < 1 || in[1] > (weekly ? 7 : 31) || !validTime(in[2], in[3], in[4])) {
     return status::kRtc;
   }
-  board_.clock.startAlarm({weekly, in[1], hours(in[2]) + minutes(in[3]) + seconds(in[4])}, request.now);
+  board_.clock.startAlarm({weekly, in[1], hours(in[2]) + minutes(in[3]) + std::chrono::seconds(in[4])}, request.now);
   return status::kOk;
 }
 
