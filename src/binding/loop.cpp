@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -53,6 +54,12 @@ py::object checked(PyObject* object) {
     throw py::error_already_set();
   }
   return py::reinterpret_steal<py::object>(object);
+}
+
+void handleSignals() {
+  if (PyErr_CheckSignals() != 0) {
+    throw py::error_already_set();
+  }
 }
 
 py::object runningLoop() {
@@ -139,14 +146,23 @@ void LoopPort::drain() {
   fireAll();
 }
 
+// Scheduling what waits for a future is Python, where a signal handler may raise: the task would then never be woken,
+// not even to be cancelled. So what has come meanwhile is handled before, and the rest is kept.
 void LoopPort::fireAll() {
   std::vector<std::uint64_t> tickets;
   {
     const std::lock_guard lock(mutex_);
     tickets.swap(posted_);
   }
-  for (const std::uint64_t ticket : tickets) {
-    fire(ticket);
+  auto next = tickets.begin();
+  try {
+    while (next != tickets.end()) {
+      handleSignals();
+      fire(*next++);
+    }
+  } catch (...) {
+    std::for_each(next, tickets.end(), [this](std::uint64_t ticket) { post(ticket); });
+    throw;
   }
 }
 
@@ -231,6 +247,9 @@ void LoopPort::forget(std::uint64_t ticket, const Deadline& deadline) {
 }
 
 void LoopPort::setTimer() {
+  if (deadlines_.empty()) {
+    return;
+  }
   const auto earliest = deadlines_.begin()->first;
   const auto timer = earliest.time_since_epoch().count();
   if (!timers_.empty() && *timers_.begin() <= timer) {
@@ -246,14 +265,18 @@ void LoopPort::setTimer() {
 void LoopPort::fireLate(Clock::rep timer) {
   timers_.erase(timer);
   const auto now = std::max(Clock::now(), Clock::time_point(Clock::duration(timer)));
-  while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
-    const auto ticket = deadlines_.begin()->second;
-    deadlines_.erase(deadlines_.begin());
-    fire(ticket);
-  }
-  if (!deadlines_.empty()) {
+  try {
+    while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
+      handleSignals();
+      const auto ticket = deadlines_.begin()->second;
+      deadlines_.erase(deadlines_.begin());
+      fire(ticket);
+    }
+  } catch (...) {
     setTimer();
+    throw;
   }
+  setTimer();
 }
 
 }  // namespace qvx::binding

@@ -214,6 +214,40 @@ def test_waits_end_in_the_order_of_their_deadlines(silent):
     asyncio.run(main())
 
 
+@pytest.mark.parametrize("by", ["reply", "deadline"])
+def test_an_exception_while_one_is_woken_leaves_none_asleep(silent, by):
+    """That of a signal handler, which runs in the Python by which asyncio schedules a task."""
+    loop = asyncio.new_event_loop()
+    schedule = loop.call_soon
+
+    def interrupted(callback, *args, **options):
+        handle = schedule(callback, *args, **options)
+        if "wakeup" in repr(callback):
+            loop.call_soon = schedule
+            raise KeyboardInterrupt
+        return handle
+
+    codes = (7, 8, 9)
+    tasks = [
+        loop.create_task(
+            silent._getReplyFromPool_async(code) if by == "reply" else silent._echoPacket_async(code, [], 0.1)
+        )
+        for code in codes
+    ]
+    loop.run_until_complete(asyncio.sleep(0))
+    if by == "reply":
+        for code in codes:
+            silent.data_pool_echo[code] = b"reply"
+    else:
+        time.sleep(0.2)  # all are over when the loop looks
+    loop.call_soon = interrupted
+    with pytest.raises(KeyboardInterrupt):
+        loop.run_forever()
+    done, _ = loop.run_until_complete(asyncio.wait(tasks, timeout=PATIENCE_S))
+    assert [task.result() for task in tasks if task in done] == [b"reply" if by == "reply" else None] * 3
+    loop.close()
+
+
 def test_the_loop_goes_on_while_a_coroutine_waits(silent):
     async def main():
         waiting = asyncio.create_task(silent.Sys_getSerialNumber_async(timeout=0.3))
