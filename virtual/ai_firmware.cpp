@@ -9,7 +9,7 @@ namespace qvx::bench {
 namespace {
 
 constexpr std::size_t kPacketData = 1440;            // bytes of samples in one stream packet
-constexpr std::uint64_t kBufferBytes = 4U << 20;      // bytes of samples that wait for a slow client
+constexpr std::uint64_t kBufferBytes = 4U << 20;     // bytes of samples that wait for a slow client
 constexpr int kBurst = 256;                          // packets sent before others have their turn
 constexpr std::chrono::milliseconds kTickPeriod{5};  // shortest pause between two bursts of packets
 

@@ -12,7 +12,7 @@ namespace qvx::bench {
 namespace {
 
 constexpr std::size_t kBufferValues = 16384;  // values
-constexpr std::size_t kMostPushed = 13;     // values in one packet
+constexpr std::size_t kMostPushed = 13;       // values in one packet
 constexpr std::uint64_t kEndless = std::numeric_limits<std::uint64_t>::max();
 constexpr std::array kSpans{Span{0, 5}, Span{0, 10}, Span{-5, 5}, Span{-10, 10}, Span{-2.5, 2.5}};
 enum Parameter : std::uint8_t { kAmplitude, kOffset, kFrequency, kPhase, kDutyCycle };

@@ -106,7 +106,8 @@ Answer SystemFirmware::setDateTime(const Request& request) {
   if (!date.ok() || !validTime(in[3], in[4], in[5]) || !shown) {
     return status::kRtc;
   }
-  board_.clock.set(std::chrono::sys_days(date) + hours(in[3]) + minutes(in[4]) + std::chrono::seconds(in[5]), request.now);
+  board_.clock.set(std::chrono::sys_days(date) + hours(in[3]) + minutes(in[4]) + std::chrono::seconds(in[5]),
+                   request.now);
   return status::kOk;
 }
 
