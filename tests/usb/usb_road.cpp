@@ -48,9 +48,13 @@ class USBRoad : public Road {
   }
   // The mock bus takes 20 ms for each, and more under a sanitizer.
 #ifdef NDEBUG
-  int manyConnections() override { return 1000; }
+  int manyConnections() override {
+    return 1000;
+  }
 #else
-  int manyConnections() override { return 100; }
+  int manyConnections() override {
+    return 100;
+  }
 #endif
   bool cut(Cut how) override {
     if (how != Cut::Closed) {
@@ -84,7 +88,9 @@ class USBRoad : public Road {
     }
     return bytes;
   }
-  void stopTaking() override { attached_->takeFrames(false); }
+  void stopTaking() override {
+    attached_->takeFrames(false);
+  }
 
  private:
   MockBus bus_;
