@@ -71,13 +71,12 @@ std::string describe(const py::object& self) {
   if (device.closed()) {
     return text + " closed>";
   }
+  if (const Channel* lost = device.lostChannel()) {
+    return text + " lost connection to " + lost->identifier() + ">";
+  }
   std::string connection = " not connected";
   for (const Channel* channel : device.channels()) {
-    const Channel::State state = channel->state();
-    if (state == Channel::State::Lost) {
-      return text + " lost connection to " + channel->identifier() + ">";
-    }
-    if (state == Channel::State::Connected) {
+    if (channel->state() == Channel::State::Connected) {
       connection = " connected to " + channel->identifier();
     }
   }
@@ -115,11 +114,7 @@ void bindDevices(py::module_& module) {
           "killed", [](const Device& self) { return self.killed.load(); },
           "-> bool\n\nSet by close(); ends the threads.")
       .def_property_readonly(
-          "connection_lost",
-          [](const Device& self) {
-            return std::ranges::any_of(self.channels(),
-                                       [](const Channel* channel) { return channel->state() == Channel::State::Lost; });
-          },
+          "connection_lost", [](const Device& self) { return self.lostChannel() != nullptr; },
           "-> bool\n\nWhether the connection has ended by itself; connect() makes a new one.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(

@@ -74,10 +74,9 @@ void bindSPI(py::module_& module) {
                "Returns 0.")
       .request("SPI_write", &M::SPI_write, "port: int, write_data: list[int]", "int",
                "Sends bytes, 0..255 each (else InputDataNotInRangeError), in one selection of the slave. The device "
-               "takes at "
-               "most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 bits. More "
-               "than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what takes longer "
-               "than 0.01 s is sent again unless `resend` is False. Returns 0.")
+               "takes at most 256 (else FirmwareSPIError), and whole words: an even number when the data size is 16 "
+               "bits. More than 65533 fit in no packet: InputDataNotInRangeError. Waits until they are sent; what "
+               "takes longer than 0.01 s is sent again unless `resend` is False. Returns 0.")
       .request("SPI_read", &M::SPI_read, "port: int, bytes_to_read: int", "list[int]",
                "What the slave sends in this many bytes, 0..255 (else InputDataNotInRangeError), while zeros are sent. "
                "Raises FirmwareSPIError for half a word when the data size is 16 bits.")

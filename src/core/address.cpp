@@ -42,16 +42,12 @@ std::optional<std::uint8_t> parseHexPair(std::string_view digits) {
   return digits.size() == 2 ? parseByte(digits, 16) : std::nullopt;
 }
 
-[[noreturn]] void refuse(const Argument& value, std::string_view what, const char* expected) {
-  fail(ErrorId::InputDataNotInRangeError, std::string(what) + " takes " + expected + ", not " + value.show());
-}
-
 }  // namespace
 
 std::uint32_t checkedIPv4(const Argument& value, std::string_view what) {
   const auto bytes = parseBytes(checkedText(value, what), 4, '.', parseDecimal);
   if (!bytes) {
-    refuse(value, what, "an IPv4 address such as '192.168.1.20'");
+    refuseNeeding(value, what, "an IPv4 address such as '192.168.1.20'");
   }
   return readBig<std::uint32_t>(*bytes);
 }
@@ -59,7 +55,7 @@ std::uint32_t checkedIPv4(const Argument& value, std::string_view what) {
 Bytes checkedMAC(const Argument& value, std::string_view what) {
   auto bytes = parseBytes(checkedText(value, what), kMacSize, ':', parseHexPair);
   if (!bytes) {
-    refuse(value, what, "a MAC address such as '02:51:56:00:00:01'");
+    refuseNeeding(value, what, "a MAC address such as '02:51:56:00:00:01'");
   }
   return std::move(*bytes);
 }

@@ -108,6 +108,10 @@ void refuse(ErrorId id, std::string_view what, const std::string& detail) {
   fail(id, std::string(errorKind(id).message) + " (" + std::string(what) + ": " + detail + ")");
 }
 
+void refuseNeeding(const Argument& value, std::string_view what, const std::string& need) {
+  refuse(ErrorId::InputDataNotInRangeError, what, need + " is needed, not " + value.show());
+}
+
 std::int64_t checkedInt(const Argument& value, std::string_view what) {
   if (!value.isInt()) {
     refuseType(value, what, "int");

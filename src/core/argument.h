@@ -53,6 +53,8 @@ class Argument {
 
 // Raises `id`: the published text of the class, then what is wrong with the argument `what`.
 [[noreturn]] void refuse(ErrorId id, std::string_view what, const std::string& detail);
+// The same for a value out of range: "<need> is needed, not <value>".
+[[noreturn]] void refuseNeeding(const Argument& value, std::string_view what, const std::string& need);
 
 // Checks shared by all modules. `what` names the argument in the message, which tells the value and the limits too.
 // Each raises InputTypeNotCorrectError on a wrong type.

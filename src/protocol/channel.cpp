@@ -21,7 +21,7 @@ class ConnectionSource final : public Source {
       : client_(std::move(client)), descriptor_(std::move(descriptor)), intake_(std::move(intake)) {}
   int fd() const override { return descriptor_->get(); }
   bool read() override {
-    return !retired_ && generation_ == processGeneration() && intake_->leasedUntil() > Clock::now() &&
+    return !retired_ && !origin_.isLeft() && intake_->leasedUntil() > Clock::now() &&
            client_->receiveNow(*descriptor_, *intake_);
   }
   // The channel has another connection now. This one may still be open, in somebody else's hands.
@@ -32,7 +32,7 @@ class ConnectionSource final : public Source {
   const std::shared_ptr<Transport> client_;
   const std::shared_ptr<const Descriptor> descriptor_;
   const std::shared_ptr<Intake> intake_;
-  const unsigned generation_ = processGeneration();  // a forked child must not take its parent's bytes
+  Origin origin_;  // a forked child must not take its parent's bytes
   std::atomic<bool> retired_ = false;
 };
 
@@ -41,12 +41,7 @@ Channel::Channel(Device& device, Setup setup)
       setup_(std::move(setup)),
       intake_(std::make_shared<Intake>(setup_.read_size, setup_.file)),
       worker_(
-          setup_.thread_name, gate_, [this] { readOnce(); },
-          [this] {
-            if (const auto client = setup_.client()) {
-              client->wake();
-            }
-          }) {}
+          setup_.thread_name, gate_, [this] { readOnce(); }, [this] { wakeReader(); }) {}
 
 Channel::~Channel() {
   worker_.stop();
@@ -55,18 +50,21 @@ Channel::~Channel() {
   }
 }
 
+void Channel::wakeReader() {
+  if (const auto client = setup_.client()) {
+    client->wake();
+  }
+}
+
 void Channel::expectReply() {
   const Fiber* const fiber = Fiber::current();
-  if (fiber == nullptr && !intake_->endLease()) {
-    return;
-  }
-  const auto client = setup_.client();
   if (fiber == nullptr) {
-    if (client) {
-      client->wake();
+    if (intake_->endLease()) {
+      wakeReader();
     }
     return;
   }
+  const auto client = setup_.client();
   auto descriptor = client ? client->watchable() : nullptr;
   if (!descriptor) {
     return;
@@ -115,7 +113,7 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
                                         : "Already connected to " + identifier_ + "; call disconnect() first.");
     }
     state_ = State::Connecting;
-    holder_ = std::this_thread::get_id();
+    holder_ = self;
     abort_ = false;
   }
   try {

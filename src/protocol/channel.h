@@ -62,6 +62,7 @@ class Channel {
 
  private:
   void readOnce();
+  void wakeReader();
   void lose(const Failure& failure);
   void stop();
   void settle(State state);

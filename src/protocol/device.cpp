@@ -2,6 +2,8 @@
 
 #include "protocol/attempts.h"
 
+#include <algorithm>
+
 namespace qvx {
 
 void Device::say(const std::string& line, std::optional<bool> verbose) const {
@@ -12,6 +14,11 @@ void Device::say(const std::string& line, std::optional<bool> verbose) const {
 
 std::string Device::deviceName() const {
   return product_ == ProductId::None ? handle_name_ : std::string(productLabel(product_));
+}
+
+const Channel* Device::lostChannel() const {
+  const auto lost = std::ranges::find(channels_, Channel::State::Lost, &Channel::state);
+  return lost != channels_.end() ? *lost : nullptr;
 }
 
 void Device::expectReply() {

@@ -40,6 +40,8 @@ class Device : public Packet, public Packet_async {
   bool closed() const { return closed_; }
   // The handle's channels, command channel first.
   const std::vector<Channel*>& channels() const { return channels_; }
+  // The first whose connection has ended by itself; nullptr where there is none.
+  const Channel* lostChannel() const;
 
   // Raises what an unanswered request means: ReceivePacketTimeoutError, or the lost connection when the device was
   // closed meanwhile.

@@ -25,7 +25,7 @@ class Packet_based {
   virtual ~Packet_based() = default;
 
   // True in a child of the process that made this object: the connection is the parent's.
-  bool forked() const { return generation_ != processGeneration(); }
+  bool forked() const { return origin_.isLeft(); }
 
   // Where commands go; nullptr until there is a transport.
   std::shared_ptr<Transport> clientCmd() const;
@@ -79,7 +79,7 @@ class Packet_based {
   // Whether a packet of START_UART_READING acknowledges the start instead of carrying received bytes.
   bool acknowledges(ByteView data);
 
-  const unsigned generation_ = processGeneration();
+  Origin origin_;
   mutable std::mutex clients_mutex_;  // guards the two pointers
   std::shared_ptr<Transport> client_cmd_;
   std::shared_ptr<Transport> client_udp_;

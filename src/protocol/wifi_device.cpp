@@ -47,7 +47,7 @@ bool WifiDevice::connect(const Argument& ip_addr, const Argument& port, const Ar
   Channel& command = commandChannel();
   Attempts attempt;
   attempt([&] {
-    if (command.state() == Channel::State::Lost || data_.state() == Channel::State::Lost) {
+    if (lostChannel() != nullptr) {
       disconnect();
     }
     open(command, clientCmd(), address, command_number, false);

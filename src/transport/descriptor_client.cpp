@@ -149,7 +149,7 @@ void DescriptorClient::disconnect() {
     link.swap(link_);
     connecting.swap(connecting_);
   }
-  if (generation_ != processGeneration()) {
+  if (origin_.isLeft()) {
     return;  // a forked child lets go of its copy; ending the traffic is the parent's
   }
   if (connecting) {

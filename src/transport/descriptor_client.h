@@ -132,7 +132,7 @@ class DescriptorClient : public Client {
 
   const Medium& medium_;
   const std::chrono::milliseconds send_limit_;
-  const unsigned generation_ = processGeneration();
+  Origin origin_;
   mutable std::mutex mutex_;  // guards what follows; the stream's mutex may be taken under it, nothing else
   std::shared_ptr<Link> link_;
   std::shared_ptr<Link> connecting_;

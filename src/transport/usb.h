@@ -63,7 +63,7 @@ class USBClient : public Client {
   std::shared_ptr<Link> current() const;
 
   const std::chrono::milliseconds send_limit_;
-  const Origin origin_;
+  Origin origin_;
   std::string serial_;
   std::string product_;
   int configuration_ = 0;

@@ -191,7 +191,9 @@ def start_program(
 
 
 def start_script(text: str, *arguments: str) -> AbstractContextManager[subprocess.Popen[str]]:
-    return start_program([sys.executable, "-u", "-c", text, *arguments])
+    # Whole lines: what a thread reports on the same pipe must not come between a line and its end.
+    lines = "import sys; sys.stdout.reconfigure(line_buffering=True)\n"
+    return start_program([sys.executable, "-c", lines + text, *arguments])
 
 
 def run_script(text: str, *arguments: str) -> str:

@@ -253,8 +253,9 @@ print(device)
         time.sleep(0.3)  # into the call; earlier would be just as well
         begin = time.monotonic()
         process.send_signal(signal.SIGINT)
-        # A frame of which a part is out takes its connection along, and the thread may report it first.
-        assert "interrupted\n" in iter(process.stdout.readline, "")
+        output = process.stdout.read()
         assert time.monotonic() - begin < 4  # of the 5 s that a connect or a send may take
-        assert process.stdout.read().endswith("<NetworkDevice closed>\n")
+    # A frame of which a part is out takes its connection along, and the thread may report it first.
+    assert output.endswith("<NetworkDevice closed>\n"), output
+    assert "interrupted\n" in output.splitlines(keepends=True), output
     assert process.returncode == 0

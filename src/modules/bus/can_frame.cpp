@@ -42,9 +42,9 @@ CANFrame::CANFrame(const Argument& id, const Argument& data, const Argument& rem
   const auto number = checkedInt(id, "id");
   const std::uint32_t highest = extended_ ? kHighestExtended : kHighestStandard;
   if (number < 0 || number > highest) {
-    fail(ErrorId::InputDataNotInRangeError, std::string(extended_ ? "an extended" : "a standard") +
-                                                " identifier is 0 to " + std::to_string(highest) + ", not " +
-                                                id.show());
+    refuse(ErrorId::InputDataNotInRangeError, "id",
+           id.show() + " is not in 0.." + std::to_string(highest) + " of " +
+               (extended_ ? "an extended" : "a standard") + " identifier");
   }
   id_ = static_cast<std::uint32_t>(number);
   const Bytes given = checkedData(data);

@@ -8,11 +8,8 @@ namespace qvx {
 namespace {
 
 std::vector<std::string> checkedNames(const Argument& value) {
-  if (value.kind() != Argument::Kind::List) {
-    fail(ErrorId::InputTypeNotCorrectError, "A list of pin modes is needed, not " + value.typeName());
-  }
   std::vector<std::string> names;
-  for (const Argument& item : value.items()) {
+  for (const Argument& item : checkedList(value, "pin_modes")) {
     names.push_back(checkedText(item, "a pin mode"));
   }
   return names;

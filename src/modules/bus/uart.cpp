@@ -19,14 +19,16 @@ std::size_t lengthOf(const Argument& data) {
     case Argument::Kind::List:
       return data.items().size();
     default:
-      fail(ErrorId::InputTypeNotCorrectError, "write_data takes a str, a list or bytes, not " + data.typeName());
+      refuse(ErrorId::InputTypeNotCorrectError, "write_data",
+             "a str, a list or bytes is needed, not " + data.typeName());
   }
 }
 
 void appendText(Bytes& bytes, const Argument& text) {
   for (const std::uint32_t code : convertStrToU8List(text.asText())) {
     if (code > 255) {
-      fail(ErrorId::InputDataNotInRangeError, "write_data takes characters with codes 0 to 255: " + text.show());
+      refuse(ErrorId::InputDataNotInRangeError, "write_data",
+             "the characters of " + text.show() + " are not all in 0..255");
     }
     bytes.push_back(static_cast<std::uint8_t>(code));
   }
@@ -46,7 +48,8 @@ Bytes bytesToWrite(const Argument& data) {
     } else if (lengthOf(item) == 1) {
       appendText(bytes, item);
     } else {
-      fail(ErrorId::InputTypeNotCorrectError, "a list in write_data holds single characters, not " + item.show());
+      refuse(ErrorId::InputTypeNotCorrectError, "write_data",
+             "an item of a list is a number or a single character, not " + item.show());
     }
   }
   return bytes;

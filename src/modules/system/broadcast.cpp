@@ -48,7 +48,7 @@ std::optional<std::string> decodeText(ByteView field) {
 Deadline deadlineOf(const Argument& timeout) {
   const double seconds = checkedTimeout(timeout);
   if (seconds < 0) {
-    fail(ErrorId::InputDataNotInRangeError, "timeout takes seconds from 0 up, not " + timeout.show());
+    refuse(ErrorId::InputDataNotInRangeError, "timeout", timeout.show() + " s is below 0");
   }
   return deadlineAfter(seconds);
 }
@@ -140,13 +140,7 @@ int BroadcastOperations::order(int cmd, const Bytes& request, const Argument& ti
 int BroadcastOperations::Broadcast_setIP(const Argument& mac_addr, const Argument& ip_addr, const Argument& subnet_mask,
                                          const Argument& timeout) {
   const Bytes mac = NetworkBased::_checkMACAddr(mac_addr);
-  const std::uint32_t address = NetworkBased::_checkIPAddr(ip_addr);
-  const std::uint32_t mask = NetworkBased::_checkSubnetMask(subnet_mask);
-  if (!isHostOfSubnet(address, mask)) {
-    fail(ErrorId::InputDataNotInRangeError,
-         "ip_addr takes neither the first nor the last address of its subnet, not " + ip_addr.show());
-  }
-  return order(CHECK_MAC_AND_SET_IP, payload(mac, u32(address), u32(mask)), timeout);
+  return order(CHECK_MAC_AND_SET_IP, payload(mac, NetworkBased::subnetAddress(ip_addr, subnet_mask)), timeout);
 }
 
 int BroadcastOperations::Broadcast_reboot(const Argument& mac_addr, const Argument& timeout) {

@@ -8,16 +8,12 @@ namespace {
 
 constexpr std::uint32_t kNoGateway = 0;
 
-[[noreturn]] void refuse(const Argument& value, const std::string& rule) {
-  fail(ErrorId::InputDataNotInRangeError, rule + ", not " + value.show());
-}
-
 }  // namespace
 
 std::uint32_t NetworkBased::_checkIPAddr(const Argument& ip_addr) {
   const std::uint32_t address = checkedIPv4(ip_addr, "ip_addr");
   if (!isHostAddress(address)) {
-    refuse(ip_addr, "ip_addr takes the address of a host, 1.0.0.0 to 223.255.255.255");
+    refuseNeeding(ip_addr, "ip_addr", "the address of a host, 1.0.0.0 to 223.255.255.255,");
   }
   return address;
 }
@@ -25,7 +21,7 @@ std::uint32_t NetworkBased::_checkIPAddr(const Argument& ip_addr) {
 std::uint32_t NetworkBased::_checkSubnetMask(const Argument& subnet_mask) {
   const std::uint32_t mask = checkedIPv4(subnet_mask, "subnet_mask");
   if (!isSubnetMask(mask)) {
-    refuse(subnet_mask, "subnet_mask takes 255.0.0.0 to 255.255.255.252, ones before zeros");
+    refuseNeeding(subnet_mask, "subnet_mask", "255.0.0.0 to 255.255.255.252, ones before zeros,");
   }
   return mask;
 }
@@ -33,9 +29,18 @@ std::uint32_t NetworkBased::_checkSubnetMask(const Argument& subnet_mask) {
 Bytes NetworkBased::_checkMACAddr(const Argument& mac_addr) {
   Bytes mac = checkedMAC(mac_addr, "mac_addr");
   if (!isDeviceMAC(mac)) {
-    refuse(mac_addr, "mac_addr takes the address of one device (first byte even, not all zero)");
+    refuseNeeding(mac_addr, "mac_addr", "the address of one device (first byte even, not all zero)");
   }
   return mac;
+}
+
+Bytes NetworkBased::subnetAddress(const Argument& ip_addr, const Argument& subnet_mask) {
+  const std::uint32_t address = _checkIPAddr(ip_addr);
+  const std::uint32_t mask = _checkSubnetMask(subnet_mask);
+  if (!isHostOfSubnet(address, mask)) {
+    refuseNeeding(ip_addr, "ip_addr", "neither the first nor the last address of its subnet");
+  }
+  return payload(u32(address), u32(mask));
 }
 
 Reply NetworkOperations::request(int cmd, const Bytes& payload, const Argument& timeout) const {
@@ -50,12 +55,7 @@ std::pair<std::string, std::string> NetworkOperations::Net_getIP(const Argument&
 }
 
 int NetworkOperations::Net_setIP(const Argument& ip_addr, const Argument& subnet_mask, const Argument& timeout) {
-  const std::uint32_t address = _checkIPAddr(ip_addr);
-  const std::uint32_t mask = _checkSubnetMask(subnet_mask);
-  if (!isHostOfSubnet(address, mask)) {
-    refuse(ip_addr, "ip_addr takes neither the first nor the last address of its subnet");
-  }
-  return request(SET_IP, payload(u32(address), u32(mask)), timeout).status(0);
+  return request(SET_IP, subnetAddress(ip_addr, subnet_mask), timeout).status(0);
 }
 
 std::string NetworkOperations::Net_getGateway(const Argument& timeout) {
@@ -67,7 +67,7 @@ std::string NetworkOperations::Net_getGateway(const Argument& timeout) {
 int NetworkOperations::Net_setGateway(const Argument& gateway, const Argument& timeout) {
   const std::uint32_t address = checkedIPv4(gateway, "gateway");
   if (address != kNoGateway && !isHostAddress(address)) {
-    refuse(gateway, "gateway takes 0.0.0.0 (none) or the address of a host, 1.0.0.0 to 223.255.255.255");
+    refuseNeeding(gateway, "gateway", "0.0.0.0 (none) or the address of a host, 1.0.0.0 to 223.255.255.255,");
   }
   return request(SET_GATEWAY, payload(u32(address)), timeout).status(0);
 }

@@ -31,6 +31,8 @@ class NetworkBased {
   static std::uint32_t _checkSubnetMask(const Argument& subnet_mask);
   // The address of one device: neither all zero nor of a group.
   static Bytes _checkMACAddr(const Argument& mac_addr);
+  // A host's address and its subnet mask as a payload. The first and the last address of a subnet belong to no host.
+  static Bytes subnetAddress(const Argument& ip_addr, const Argument& subnet_mask);
 
  protected:
   Link link_;

@@ -29,8 +29,7 @@ Bytes checkedPlainText(const Argument& value, std::string_view what) {
   const std::string& text = checkedText(value, what);
   for (const char c : text) {
     if (c < ' ' || c > '~') {
-      fail(ErrorId::InputDataNotInRangeError,
-           std::string(what) + " takes printable ASCII characters only: " + value.show());
+      refuseNeeding(value, what, "a text of printable ASCII characters");
     }
   }
   return {text.begin(), text.end()};
@@ -38,8 +37,8 @@ Bytes checkedPlainText(const Argument& value, std::string_view what) {
 
 Bytes checkedLength(Bytes bytes, std::string_view what, std::size_t most) {
   if (bytes.size() > most) {
-    fail(ErrorId::InputDataNotInRangeError,
-         std::string(what) + " takes at most " + std::to_string(most) + " bytes, not " + std::to_string(bytes.size()));
+    refuse(ErrorId::InputDataNotInRangeError, what,
+           std::to_string(bytes.size()) + " bytes, at most " + std::to_string(most) + " are taken");
   }
   return bytes;
 }
@@ -259,8 +258,7 @@ int SystemOperations::_resetFactory(const Argument& timeout) {
 int SystemOperations::_setSerialNumber(const Argument& serial_num, const Argument& timeout) {
   const Bytes text = checkedPlainText(serial_num, "serial_num");
   if (text.size() != kSerialNumberLength) {
-    fail(ErrorId::InputDataNotInRangeError,
-         "serial_num takes " + std::to_string(kSerialNumberLength) + " characters, not " + std::to_string(text.size()));
+    refuseNeeding(serial_num, "serial_num", "a text of " + std::to_string(kSerialNumberLength) + " characters");
   }
   return request(SET_SERIAL_NUMBER, text, timeout).status(0);
 }

@@ -42,8 +42,7 @@ std::string nameOf(const std::array<const char*, N>& names, std::size_t number) 
 const std::string& WifiBased::_checkWifiSSID(const Argument& ssid) {
   const std::string& name = checkedText(ssid, "ssid");
   if (name.empty() || name.size() > kSsidSize || std::any_of(name.begin(), name.end(), isControl)) {
-    fail(ErrorId::InputDataNotInRangeError,
-         "ssid takes 1 to 32 bytes of UTF-8 without control characters, not " + ssid.show());
+    refuseNeeding(ssid, "ssid", "a text of 1 to 32 bytes of UTF-8 without control characters");
   }
   return name;
 }
@@ -54,19 +53,23 @@ int WifiBased::_checkWifiSecurity(const Argument& security) {
 
 const std::string& WifiBased::_checkWifiPassword(const Argument& password, const Argument& security) {
   const int kind = _checkWifiSecurity(security);
+  // No message shows a password.
   if (password.kind() != Argument::Kind::Text) {
-    fail(ErrorId::InputTypeNotCorrectError, "password takes a str, not " + password.typeName());
+    refuse(ErrorId::InputTypeNotCorrectError, "password", "a value of type " + password.typeName() + ", not str");
   }
+  const auto refusePassword = [](const std::string& detail) {
+    refuse(ErrorId::InputDataNotInRangeError, "password", detail);
+  };
   const std::string& secret = password.asText();
   const std::string length = ", not one of " + std::to_string(secret.size()) + " bytes";
   if (kind == kOpen && !secret.empty()) {
-    fail(ErrorId::InputDataNotInRangeError, "password takes an empty text for an open network" + length);
+    refusePassword("an open network needs an empty text" + length);
   }
   if (kind != kOpen && (secret.size() < kShortestPassword || secret.size() > kLongestPassword)) {
-    fail(ErrorId::InputDataNotInRangeError, "password takes a text of 8 to 63 characters" + length);
+    refusePassword("a text of 8 to 63 characters is needed" + length);
   }
   if (!std::all_of(secret.begin(), secret.end(), isPrintableASCII)) {
-    fail(ErrorId::InputDataNotInRangeError, "password takes printable ASCII characters only.");
+    refusePassword("a text of printable ASCII characters is needed");
   }
   return secret;
 }
@@ -74,7 +77,7 @@ const std::string& WifiBased::_checkWifiPassword(const Argument& password, const
 int WifiBased::_checkWifiBandwidth(const Argument& bandwidth) {
   const auto mhz = checkedInt(bandwidth, "bandwidth");
   if (mhz != 20 && mhz != 40) {
-    fail(ErrorId::InputDataNotInRangeError, "bandwidth takes 20 or 40 (MHz), not " + bandwidth.show());
+    refuse(ErrorId::InputDataNotInRangeError, "bandwidth", bandwidth.show() + " MHz is not in [20, 40]");
   }
   return static_cast<int>(mhz);
 }
