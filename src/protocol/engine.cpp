@@ -50,6 +50,10 @@ void Packet_based::setClientUdp(std::shared_ptr<Transport> client) {
 }
 
 void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
+  send(cmd, data_out, nullptr);
+}
+
+void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
   const Bytes frame = buildFrame(cmd, data_out);
   const auto client = clientCmd();
   if (!client || data_pool_echo.closed()) {
@@ -63,7 +67,13 @@ void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
     uart_starts_.insert(data_out[0]);
   }
   // A send may have to run Python: a transport of the application's, or a signal handler while it waits.
-  Fiber::outside([&] { client->sendPacket(frame); });
+  Fiber::outside([&] {
+    if (waiter != nullptr) {
+      client->sendInTurn(frame, [waiter] { waiter->enter(); });
+    } else {
+      client->sendPacket(frame);
+    }
+  });
 }
 
 int Packet_based::replyKey(int cmd, ByteView data) {
@@ -78,32 +88,43 @@ int Packet_based::replyKey(int cmd, ByteView data) {
 }
 
 std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
+  ReplyPool::Waiter waiter(data_pool_echo, key);
+  return await(waiter, timeout);
+}
+
+std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeout) {
   if (timeout < 0 || (timeout == 0 && Fiber::current() != nullptr)) {
     return std::nullopt;
   }
   if (timeout == 0) {
     // Neither limit of a blocking wait is ever reached: elapsed time stays at 0.
+    waiter.leave();
     data_pool_echo.waitInVain(std::nullopt);
     return std::nullopt;
   }
-  return data_pool_echo.waitFor(key, deadlineAfter(timeout));
+  return waiter.wait(deadlineAfter(timeout));
+}
+
+std::optional<Bytes> Packet_based::echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout) {
+  send(cmd, data_out, &waiter);
+  expectReply();
+  return await(waiter, timeout);
 }
 
 std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
-  const int key = replyKey(cmd, data_out);
-  sendPacketWithoutReply(cmd, data_out);
-  expectReply();
-  return getReplyFromPool(key, timeout);
+  ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));
+  return echo(cmd, data_out, waiter, timeout);
 }
 
 std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_out, double timeout) {
   const double attempt = Fiber::current() != nullptr ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
   const int most = resend ? NUM_RETRIES : 1;
   double elapsed = 0;
+  ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));  // keeps its place through all attempts
   for (int attempts = 0; attempts < most && elapsed < timeout; ++attempts) {
     // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
     const double wait = Fiber::current() != nullptr ? std::min(attempt, timeout - elapsed) : attempt;
-    if (auto reply = echoPacket(cmd, data_out, wait)) {
+    if (auto reply = echo(cmd, data_out, waiter, wait)) {
       return reply;
     }
     elapsed += wait;
@@ -111,7 +132,7 @@ std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_ou
   if (elapsed >= timeout) {
     return std::nullopt;
   }
-  return getReplyFromPool(replyKey(cmd, data_out), timeout - elapsed);
+  return await(waiter, timeout - elapsed);
 }
 
 std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int64_t num_samples) {

@@ -75,6 +75,10 @@ class Packet_based {
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 
  private:
+  // Sends; `waiter`, where there is one, has its place from then on.
+  void send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter);
+  std::optional<Bytes> echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout);
+  std::optional<Bytes> await(ReplyPool::Waiter& waiter, double timeout);
   void sendBroadcast(int cmd, ByteView data_out);
   // Whether a packet of START_UART_READING acknowledges the start instead of carrying received bytes.
   bool acknowledges(ByteView data);

@@ -4,39 +4,57 @@
 
 namespace qvx {
 
-// A waiter in the queue for as long as it waits. One that leaves with a reply in its hand, because it is cancelled,
-// leaves that to the others.
-class ReplyPool::Waiting {
- public:
-  Waiting(ReplyPool& pool, std::unique_lock<std::mutex>& lock, Waiter& waiter)
-      : pool_(pool), lock_(lock), waiter_(waiter) {
-    pool_.waiters_.push_back(&waiter_);
+void ReplyPool::Waiter::join() {
+  if (!std::exchange(entered_, true)) {
+    pool_.waiters_.push_back(this);
   }
-  ~Waiting() {
-    if (!lock_.owns_lock()) {
-      lock_.lock();
-    }
-    std::erase(pool_.waiters_, &waiter_);
-    if (std::uncaught_exceptions() > exceptions_ && waiter_.reply) {
-      pool_.file(waiter_.key, std::move(*waiter_.reply), false);
-      pool_.changed_.notify(lock_);
-    }
-  }
-  Waiting(const Waiting&) = delete;
-  Waiting& operator=(const Waiting&) = delete;
+}
 
- private:
-  ReplyPool& pool_;
-  std::unique_lock<std::mutex>& lock_;
-  Waiter& waiter_;
-  const int exceptions_ = std::uncaught_exceptions();
-};
+void ReplyPool::Waiter::part() {
+  if (std::exchange(entered_, false)) {
+    std::erase(pool_.waiters_, this);
+  }
+}
+
+void ReplyPool::Waiter::enter() {
+  const std::lock_guard lock(pool_.mutex_);
+  join();
+}
+
+void ReplyPool::Waiter::leave() {
+  if (!entered_) {
+    return;
+  }
+  std::unique_lock lock(pool_.mutex_);
+  part();
+  if (reply_) {
+    pool_.file(key_, *std::exchange(reply_, std::nullopt), false);
+    pool_.changed_.notify(lock);
+  }
+}
+
+std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline) {
+  std::unique_lock lock(pool_.mutex_);
+  if (!reply_) {
+    if (auto entry = pool_.replies_.extract(key_)) {
+      reply_ = std::move(entry.mapped());
+    } else {
+      join();
+      pool_.changed_.wait(lock, deadline, [this] { return pool_.closed_ || reply_; });
+    }
+  }
+  if (reply_) {
+    part();
+  }
+  return std::exchange(reply_, std::nullopt);
+}
 
 void ReplyPool::file(int key, Bytes reply, bool overwrite) {
   const auto waiter =
-      std::find_if(waiters_.begin(), waiters_.end(), [key](const Waiter* w) { return w->key == key && !w->reply; });
+      std::find_if(waiters_.begin(), waiters_.end(), [key](const Waiter* w) { return w->key_ == key && !w->reply_; });
   if (waiter != waiters_.end()) {
-    (*waiter)->reply = std::move(reply);
+    (*waiter)->reply_ = std::move(reply);
+    replies_.erase(key);  // an older one
   } else if (overwrite) {
     replies_.insert_or_assign(key, std::move(reply));
   } else {
@@ -60,19 +78,6 @@ std::optional<Bytes> ReplyPool::peek(int key) const {
   const std::lock_guard lock(mutex_);
   const auto found = replies_.find(key);
   return found == replies_.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::optional<Bytes> ReplyPool::waitFor(int key, const Deadline& deadline) {
-  std::unique_lock lock(mutex_);
-  if (auto entry = replies_.extract(key)) {
-    return std::move(entry.mapped());
-  }
-  Waiter waiter{key, std::nullopt};
-  {
-    const Waiting waiting(*this, lock, waiter);
-    changed_.wait(lock, deadline, [&] { return closed_ || waiter.reply; });
-  }
-  return std::move(waiter.reply);
 }
 
 void ReplyPool::waitInVain(const Deadline& deadline) {

@@ -17,16 +17,43 @@
 
 namespace qvx {
 
-// Replies to commands: at most one for each key, a newer one overwrites an older one. A reply that is waited for goes
-// to who has waited longest.
+// Replies to commands: at most one for each key, a newer one overwrites an older one. A reply that somebody waits for
+// goes to the first of those who have no reply yet.
 class ReplyPool {
  public:
+  // One who waits for a reply with `key`, or is going to. Of one thread, or one fiber.
+  class Waiter {
+   public:
+    Waiter(ReplyPool& pool, int key) : pool_(pool), key_(key) {}
+    ~Waiter() { leave(); }
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
+
+    // Takes a place behind the others; done before the request is sent, whose reply may be there before wait().
+    void enter();
+    // Gives the place up; a reply that has come and is not taken is left to the others.
+    void leave();
+    // Takes the reply as soon as it is there; nothing, and the place is kept, when `deadline` passes first or the pool
+    // is closed.
+    std::optional<Bytes> wait(const Deadline& deadline);
+
+   private:
+    friend class ReplyPool;
+    // Both need the pool's mutex, which also guards what changes.
+    void join();
+    void part();
+
+    ReplyPool& pool_;
+    const int key_;
+    bool entered_ = false;
+    std::optional<Bytes> reply_;
+  };
+
   void put(int key, Bytes reply);
   // Removes and returns the reply.
   std::optional<Bytes> take(int key);
   std::optional<Bytes> peek(int key) const;
-  // Takes the reply as soon as it is there; nothing when `deadline` passes first or the pool is closed.
-  std::optional<Bytes> waitFor(int key, const Deadline& deadline);
+  std::optional<Bytes> waitFor(int key, const Deadline& deadline) { return Waiter(*this, key).wait(deadline); }
   // Waits without taking anything, until `deadline` or the pool is closed.
   void waitInVain(const Deadline& deadline);
   std::vector<int> keys() const;
@@ -37,11 +64,6 @@ class ReplyPool {
   bool closed() const;
 
  private:
-  struct Waiter {
-    int key = 0;
-    std::optional<Bytes> reply;
-  };
-  class Waiting;
   void file(int key, Bytes reply, bool overwrite);
 
   mutable std::mutex mutex_;  // guards all below

@@ -50,6 +50,10 @@ void DescriptorClient::setTimeout(std::optional<double> timeout_s) {
 }
 
 void DescriptorClient::sendPacket(ByteView frame) {
+  sendInTurn(frame, [] {});
+}
+
+void DescriptorClient::sendInTurn(ByteView frame, const std::function<void()>& before) {
   const auto link = current();
   const auto deadline = Clock::now() + send_limit_;
   if (!link->sending.take(deadline)) {
@@ -58,6 +62,7 @@ void DescriptorClient::sendPacket(ByteView frame) {
   }
   const auto give = [](Turn* turn) { turn->give(); };
   const std::unique_ptr<Turn, decltype(give)> turn(&link->sending, give);
+  before();
   sendAll(*link, frame, deadline);
 }
 

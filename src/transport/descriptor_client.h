@@ -39,6 +39,7 @@ class DescriptorClient : public Client {
   // for the send limit at most. Raises the medium's class when there is no connection, when it breaks, and when the
   // limit passes. A connection on which only a part of a frame went out is given up, also when Ctrl-C is the cause.
   void sendPacket(ByteView frame) override;
+  void sendInTurn(ByteView frame, const std::function<void()>& before) override;
   // Returns what has arrived, at most `size` bytes; nothing when the timeout passes or wake or disconnect ends the
   // wait. Raises the medium's class when there is no connection or it has broken, on every read until the next connect.
   Bytes recvPacket(std::size_t size) override;

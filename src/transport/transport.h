@@ -7,6 +7,7 @@
 #include "transport/intake.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +26,12 @@ class Transport {
 
   // Writes one whole frame; frames of several threads never mix. Raises the connection class of the medium.
   virtual void sendPacket(ByteView frame) = 0;
+  // The same, and calls `before` right before, so that these calls come in the order of the frames where the medium
+  // allows it. `before` does not wait, and calls nothing of a transport.
+  virtual void sendInTurn(ByteView frame, const std::function<void()>& before) {
+    before();
+    sendPacket(frame);
+  }
   // Reads at most `size` bytes, waiting up to the medium's read timeout, and returns the frames that are now whole.
   virtual std::vector<Frame> recvAndSplitPacket(std::size_t size) = 0;
   // Waits and reads as recvAndSplitPacket does, and files the frames.

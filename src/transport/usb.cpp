@@ -58,7 +58,7 @@ class USBClient::Link {
   Link(const Link&) = delete;
   Link& operator=(const Link&) = delete;
 
-  void send(ByteView frame, Clock::time_point deadline);
+  void send(ByteView frame, Clock::time_point deadline, const std::function<void()>& before);
   Bytes receive(std::size_t size, const Deadline& deadline);
   void wake();
   void close();
@@ -236,7 +236,7 @@ bool USBClient::Link::waitUntil(std::unique_lock<std::mutex>& lock, const Deadli
   return true;
 }
 
-void USBClient::Link::send(ByteView frame, Clock::time_point deadline) {
+void USBClient::Link::send(ByteView frame, Clock::time_point deadline, const std::function<void()>& before) {
   std::unique_lock lock(mutex_);
   if (ended_) {
     failUSB(kEnded);
@@ -247,6 +247,7 @@ void USBClient::Link::send(ByteView frame, Clock::time_point deadline) {
                             static_cast<int>(frame.size()), &Link::finished, &out, 0);
   std::exception_ptr interrupt;
   if (lost_.empty()) {
+    before();
     submit(out);
   }
   if (out.state == State::Idle) {
@@ -388,9 +389,13 @@ void USBClient::setTimeout(std::optional<double> timeout_s) {
 }
 
 void USBClient::sendPacket(ByteView frame) {
+  sendInTurn(frame, [] {});
+}
+
+void USBClient::sendInTurn(ByteView frame, const std::function<void()>& before) {
   const auto link = current();
   if (!frame.empty()) {
-    link->send(frame, Clock::now() + send_limit_);
+    link->send(frame, Clock::now() + send_limit_, before);
   }
 }
 

@@ -48,6 +48,7 @@ class USBClient : public Client {
   // connection, when it breaks, and when the limit passes. A connection on which only a part of a frame went out is
   // given up, also when Ctrl-C is the cause.
   void sendPacket(ByteView frame) override;
+  void sendInTurn(ByteView frame, const std::function<void()>& before) override;
   // Returns what has arrived, at most `size` bytes; nothing when the timeout passes or wake or disconnect ends the
   // wait. Raises USBConnectionError when there is no connection, and when it has broken, after the last byte that came
   // before.

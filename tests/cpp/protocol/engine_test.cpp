@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <future>
+#include <latch>
 
 namespace qvx::test {
 namespace {
@@ -103,6 +104,46 @@ TEST(Engine, KeysMotionRepliesByTheirFirstThreeBytes) {
   ASSERT_TRUE(loop->run({one.get(), two.get()}));
   EXPECT_EQ(first, (Bytes{1, 2, 3, 30}));
   EXPECT_EQ(second, (Bytes{1, 2, 4, 40}));
+}
+
+// What arrives between a send and the wait belongs to who sent, and to the next when that one does not wait.
+TEST(Engine, RepliesDuringTheSendAreKept) {
+  struct Prompt : FakeTransport {
+    explicit Prompt(Packet_based& engine) : engine_(engine) {}
+    // Returns when as many have been sent and answered.
+    std::latch* together = nullptr;
+    void sendPacket(ByteView frame) override {
+      engine_.putToDataPool(kEcho, {frame[4]});
+      if (together != nullptr) {
+        together->arrive_and_wait();
+      }
+      FakeTransport::sendPacket(frame);
+    }
+    Packet_based& engine_;
+  };
+  const auto loop = makeLoop();
+  Engine engine;
+  const auto prompt = std::make_shared<Prompt>(engine);
+  engine.setClientCmd(prompt);
+  const auto ask = [&](std::uint8_t what) { return engine.echoPacketWithRetry(kEcho, Bytes{what}, 60).value(); };
+  engine.resend = false;
+
+  std::latch both(2);
+  prompt->together = &both;
+  auto other = std::async(std::launch::async, ask, 1);
+  std::set<Bytes> replies{ask(2)};
+  replies.insert(other.get());
+  EXPECT_EQ(replies, (std::set<Bytes>{{1}, {2}}));
+  prompt->together = nullptr;
+
+  engine.putToDataPool(kEcho, {3});
+  EXPECT_EQ(ask(4), Bytes{4});  // the newer one
+  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
+  loop->runBody([&] { EXPECT_EQ(engine.echoPacket(kEcho, Bytes{5}, 0), std::nullopt); });
+  EXPECT_EQ(engine.data_pool_echo.take(kEcho), Bytes{5});
+  prompt->lose();
+  EXPECT_EQ(failureOf([&] { ask(6); }), "NetworkConnectionLostError");
+  EXPECT_EQ(engine.data_pool_echo.take(kEcho), Bytes{6});
 }
 
 // A coroutine has the rules of asyncio.wait_for: without time left it gives up.
