@@ -44,6 +44,17 @@ void bindCANFrame(py::module_& module) {
       .def(
           "__eq__", [](const CANFrame& a, const CANFrame& b) { return a == b; }, py::is_operator())
       .def("__hash__", &CANFrame::hash)
+      .def(py::pickle(
+          [](const py::object& self) {
+            const auto& frame = self.cast<const CANFrame&>();
+            return py::make_tuple(makeBytes(frame.record()), frame.timestamp(),
+                                  py::getattr(self, "__dict__", py::dict()));  // that of a subclass
+          },
+          [](const py::tuple& state) {
+            auto frame = CANFrame::fromBytes(bytesOf(state[0]));
+            frame.stamp(state[1].cast<double>());
+            return std::make_pair(frame, state[2].cast<py::dict>());
+          }))
       .def("__str__", &CANFrame::text)
       .def("__repr__", &CANFrame::text);
 }

@@ -1,6 +1,8 @@
 """UART, I2C, SPI and CAN: both forms against virtual devices, and their queues and frames in Python."""
 
 import asyncio
+import copy
+import pickle
 import random
 import time
 from functools import partial
@@ -21,6 +23,10 @@ LAST_PORTS = {
     "CAN": (1, 1, [4, 5]),
 }
 EEPROM = 0x50
+
+
+class Labelled(CANFrame):
+    """A frame with more to it."""
 
 
 def test_which_models_have_which_bus():
@@ -205,6 +211,14 @@ def test_frames_of_every_kind_arrive_as_they_were_sent(lab, call):
     assert [frame.id for frame in call(c, "CAN_read", 1, 2, PATIENCE_S)] == [0x3FF, 0x123]
     assert call(b, "CAN_read", 1, 5, PATIENCE_S) == frames
     last = call(a, "CAN_read", 1, 4, PATIENCE_S)[-1]
+    labelled = Labelled(1, [2])
+    labelled.label = "brakes"
+    short = CANFrame.fromU8List(bytes([0x24, 0x70, 0, 0, 3, 1, 2, 3, 0, 0, 0, 0, 0]))
+    for frame in (*frames, last, short, labelled):
+        for again in (copy.copy(frame), copy.deepcopy(frame), pickle.loads(pickle.dumps(frame))):
+            assert again is not frame and type(again) is type(frame) and repr(again) == repr(frame)
+            assert (again.length, again.timestamp) == (frame.length, frame.timestamp)
+            assert getattr(again, "label", None) == getattr(frame, "label", None)
     assert last == CANFrame(0x123, [1]) and last.length == 8 and abs(last.timestamp - time.time()) < 60
     assert call(a, "CAN_read", 1, 1, 0.05) == []
     sent, received, _, written, errors, lost = call(a, "_CAN_getCounters", 1)

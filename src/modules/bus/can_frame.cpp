@@ -91,6 +91,10 @@ Bytes CANFrame::bytes() const {
   return payload(u32(word()), Bytes(data_.begin(), data_.end()));
 }
 
+Bytes CANFrame::record() const {
+  return payload(u32(word()), u8(length_), Bytes(data_.begin(), data_.end()));
+}
+
 std::string CANFrame::text() const {
   const auto flag = [](bool value) { return value ? "True" : "False"; };
   std::string items;

@@ -46,6 +46,8 @@ class CANFrame {
   std::uint32_t word() const;
   // What a write sends: the identifier word and 8 bytes.
   Bytes bytes() const;
+  // What a received frame is made of.
+  Bytes record() const;
   // "CANFrame(id=291, extended_id=False, remote=False, data=[1, 2, 3, 0, 0, 0, 0, 0])"
   std::string text() const;
 
