@@ -133,6 +133,7 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
       verbose_ = verbose;
       device_.expectLossReport();
       state_ = State::Connected;
+      ++connections_;
       gate_->release();
       changed_.notify(lock);
     }
@@ -249,6 +250,7 @@ void Channel::stop() {
 }
 
 void Channel::readOnce() {
+  const std::uint64_t connection = connections_;
   const auto client = setup_.client();
   if (!client) {
     gate_->tryAcquire();
@@ -257,18 +259,18 @@ void Channel::readOnce() {
   try {
     client->receive(*intake_);
   } catch (const Failure& failure) {
-    lose(failure);
+    lose(failure, connection);
   } catch (const std::exception& error) {
-    lose(Failure(setup_.connection_error, error.what()));
+    lose(Failure(setup_.connection_error, error.what()), connection);
   }
 }
 
 // One report for each lost connection; the thread then sleeps at its gate until there is another. Errors caused by
 // closing the transport under a running read stay silent.
-void Channel::lose(const Failure& failure) {
+void Channel::lose(const Failure& failure, std::uint64_t connection) {
   {
     const std::lock_guard lock(state_mutex_);
-    if (state_ != State::Connected) {
+    if (state_ != State::Connected || connections_ != connection) {
       return;
     }
     state_ = State::Lost;

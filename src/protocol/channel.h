@@ -63,7 +63,8 @@ class Channel {
  private:
   void readOnce();
   void wakeReader();
-  void lose(const Failure& failure);
+  // `connection`: the number of the one that was read.
+  void lose(const Failure& failure, std::uint64_t connection);
   void stop();
   void settle(State state);
   class Aborting;
@@ -84,6 +85,8 @@ class Channel {
   bool abort_ = false;
   std::vector<std::thread::id> aborters_;  // which tell the transport to stop, and must not stop a later connect
   std::atomic<State> state_{State::Disconnected};
+  // How many there have been. A read on one that was put away may fail when there is another already.
+  std::atomic<std::uint64_t> connections_{0};
   std::string identifier_;
   std::optional<bool> verbose_;
   std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();

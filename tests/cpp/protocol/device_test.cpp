@@ -5,6 +5,7 @@
 #include "tests/cpp/protocol/fakes.h"
 
 #include <algorithm>
+#include <latch>
 #include <thread>
 
 namespace qvx::test {
@@ -113,6 +114,33 @@ TEST(Device, ClosesInEveryStateAndFromManyThreadsAtOnce) {
     const auto lines = bench.host.lines();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "Closed handle (Ferox-A)"), 1);
   }
+}
+
+// One that the disconnect did not wait for any longer.
+TEST(Device, AReadThatFailsLateLeavesTheNextConnectionAlone) {
+  struct Late : FakeTransport {
+    std::vector<Frame> recvAndSplitPacket(std::size_t size) override {
+      if (!begun.try_wait()) {
+        begun.count_down();
+        over.wait();
+        fail(ErrorId::NetworkConnectionLostError);
+      }
+      return FakeTransport::recvAndSplitPacket(size);
+    }
+    std::latch begun{1};
+    std::latch over{1};
+  };
+  Bench bench;
+  const auto late = std::make_shared<Late>();
+  bench.device.setClientCmd(late);
+  bench.connect();
+  late->begun.wait();
+  bench.device.disconnect();
+  bench.connect();
+  late->over.count_down();
+  late->arrive(kEcho, {1});
+  EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{1});
+  EXPECT_TRUE(bench.host.failures().empty());
 }
 
 // connect, disconnect and requests of several threads: nothing may hang, and the end must be orderly.
