@@ -91,8 +91,11 @@ std::string Channel::identifier() const {
 }
 
 void Channel::connect(const std::string& identifier, const std::function<void()>& open, std::optional<bool> verbose) {
-  if (state_ == State::Lost) {
-    disconnect();
+  {
+    std::unique_lock lock(state_mutex_);
+    if (state_ == State::Lost) {
+      putAway(lock, {});
+    }
   }
   {
     std::unique_lock lock(state_mutex_);
@@ -206,24 +209,25 @@ void Channel::abortConnect() {
 }
 
 void Channel::disconnect(std::optional<bool> verbose) {
-  std::string line;
-  {
-    std::unique_lock lock(state_mutex_);
-    if (abortConnect(lock)) {
-      return;
-    }
-    if (state_ == State::Disconnecting && holder_ != std::this_thread::get_id()) {
-      changed_.wait(lock, std::nullopt, [this] { return state_ != State::Disconnecting; });
-    }
-    if (!connected()) {
-      return;
-    }
-    state_ = State::Disconnecting;
-    holder_ = std::this_thread::get_id();
-    gate_->tryAcquire();
-    line = "Disconnected from " + identifier_ + " (" + device_.deviceName() + ")";
-    verbose = verbose ? verbose : verbose_;
+  std::unique_lock lock(state_mutex_);
+  if (abortConnect(lock)) {
+    return;
   }
+  if (state_ == State::Disconnecting && holder_ != std::this_thread::get_id()) {
+    changed_.wait(lock, std::nullopt, [this] { return state_ != State::Disconnecting; });
+  }
+  if (connected()) {
+    putAway(lock, verbose);
+  }
+}
+
+void Channel::putAway(std::unique_lock<std::mutex>& lock, std::optional<bool> verbose) {
+  state_ = State::Disconnecting;
+  holder_ = std::this_thread::get_id();
+  gate_->tryAcquire();
+  const std::string line = "Disconnected from " + identifier_ + " (" + device_.deviceName() + ")";
+  verbose = verbose ? verbose : verbose_;
+  lock.unlock();
   try {
     stop();
   } catch (...) {

@@ -65,6 +65,8 @@ class Channel {
   void wakeReader();
   // `connection`: the number of the one that was read.
   void lose(const Failure& failure, std::uint64_t connection);
+  // Disconnects what is connected, or lost. Releases the lock.
+  void putAway(std::unique_lock<std::mutex>& lock, std::optional<bool> verbose);
   void stop();
   void settle(State state);
   class Aborting;

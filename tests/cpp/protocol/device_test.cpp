@@ -143,6 +143,29 @@ TEST(Device, AReadThatFailsLateLeavesTheNextConnectionAlone) {
   EXPECT_TRUE(bench.host.failures().empty());
 }
 
+// Several threads that notice the loss.
+TEST(Device, OneOfManyReconnectsAtOnceSucceeds) {
+  constexpr int kThreads = 4;
+  Bench bench;
+  bench.connect();
+  for (int round = 0; round < 100; ++round) {
+    bench.loseConnection();
+    std::atomic<int> connected{0};
+    std::latch ready(kThreads);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+      threads.emplace_back([&] {
+        ready.arrive_and_wait();
+        connected += failureOf([&] { bench.device.connect(kAddress, 7); }).empty() ? 1 : 0;
+      });
+    }
+    for (auto& thread : threads) {
+      thread.join();
+    }
+    ASSERT_EQ(connected, 1);
+  }
+}
+
 // connect, disconnect and requests of several threads: nothing may hang, and the end must be orderly.
 TEST(Device, SurvivesConnectsAndDisconnectsOfManyThreads) {
   Bench bench([](const Frame& request) { return std::vector<Frame>{{request.code, {1}}}; });
