@@ -106,25 +106,6 @@ TEST_F(TCPClientTest, ConnectFailsWithAReason) {
   EXPECT_EQ(client.socket(), 0);
 }
 
-TEST_F(TCPClientTest, DisconnectEndsAConnectInProgress) {
-  const SilentListener silent;
-  TCPClient client;
-  std::atomic<bool> ended = false;
-  std::thread connecting([&] {
-    const auto text =
-        failureOf(ErrorId::NetworkConnectionError, [&] { client.connect(kLoopback, silent.listener.port(), 60); });
-    EXPECT_TRUE(contains(text, "ended by disconnect")) << text;
-    ended = true;
-  });
-  const auto begin = Clock::now();
-  while (!ended) {  // the first ones may come before the connect has begun
-    client.disconnect();
-    std::this_thread::sleep_for(1ms);
-  }
-  connecting.join();
-  EXPECT_LT(Clock::now() - begin, 30s);
-}
-
 TEST_F(TCPClientTest, WithoutAConnectionNothingMoves) {
   TCPClient client;
   for (int round = 0; round < 2; ++round) {
@@ -168,30 +149,6 @@ TEST_F(TCPClientTest, ASilentDeviceIsNoFailure) {
   EXPECT_GE(Clock::now() - begin, 50ms);
   peer->send({1, 2});
   EXPECT_EQ(client.recvPacket(64), (Bytes{1, 2}));
-}
-
-TEST_F(TCPClientTest, DisconnectEndsABlockedRead) {
-  TCPClient client;
-  connect(client);
-  client.setTimeout(std::nullopt);
-  peer->send({1});
-  std::atomic<bool> reading = false;
-  std::thread reader([&] {
-    EXPECT_EQ(client.recvPacket(64), Bytes{1});
-    reading = true;
-    try {
-      EXPECT_EQ(client.recvPacket(64), Bytes{});
-    } catch (const Failure& failure) {  // the disconnect was faster
-      EXPECT_TRUE(contains(failure.what(), "Not connected")) << failure.what();
-    }
-  });
-  while (!reading) {
-    std::this_thread::yield();
-  }
-  std::this_thread::sleep_for(20ms);
-  client.disconnect();
-  EXPECT_EQ(client.socket(), 0);
-  reader.join();
 }
 
 TEST_F(TCPClientTest, AFailingShutdownIsReportedOnce) {

@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include <cmath>
-#include <numeric>
 #include <thread>
 
 namespace qvx {
@@ -55,23 +54,6 @@ TEST_F(UARTClientTest, CarriesFramesBothWays) {
   line.send({1, 2, 3, 4, 5});
   EXPECT_EQ(client.recvPacket(3), (Bytes{1, 2, 3}));
   EXPECT_EQ(client.recvPacket(3), (Bytes{4, 5}));
-}
-
-// Control characters, line ends and flow control among them.
-TEST_F(UARTClientTest, EveryByteArrivesAsItLeft) {
-  Bytes all(256);
-  std::iota(all.begin(), all.end(), std::uint8_t{0});
-  UARTClient client;
-  client.connect(line.name(), kRate);
-  client.sendPacket(all);
-  EXPECT_EQ(line.receive(all.size()), all);
-  line.send(all);
-  Bytes arrived;
-  while (arrived.size() < all.size()) {
-    const Bytes part = client.recvPacket(64);
-    arrived.insert(arrived.end(), part.begin(), part.end());
-  }
-  EXPECT_EQ(arrived, all);
 }
 
 TEST_F(UARTClientTest, SetsAnyRateAndRaw8N1) {
