@@ -113,27 +113,6 @@ TEST(Engine, RefusesWhatDoesNotFitAFrame) {
   EXPECT_TRUE(engine.transport->sent().empty());
 }
 
-// What calls Python must find a stack of full size, whichever form runs.
-TEST(Engine, ATransportOfPythonsIsCalledOffTheFiber) {
-  class PythonLike : public FakeTransport {
-   public:
-    void sendPacket(ByteView frame) override {
-      on_fiber = Fiber::current() != nullptr;
-      FakeTransport::sendPacket(frame);
-    }
-    bool on_fiber = true;
-  };
-  const auto loop = makeLoop();
-  const auto transport = std::make_shared<PythonLike>();
-  Engine engine;
-  engine.setClientCmd(transport);
-  loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); });
-  EXPECT_FALSE(transport->on_fiber);
-  transport->lose();
-  EXPECT_EQ(failureOf([&] { loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); }); }),
-            "NetworkConnectionLostError");
-}
-
 TEST(Engine, TellsRepliesOfCANFromItsStream) {
   Engine engine;
   engine.putToDataPool(OPEN_CAN << 8 | 1, {57});  // as the splitter reads [1, 57]
@@ -194,27 +173,6 @@ TEST(Engine, BroadcastsThreeTimesAndCollectsAnswersFor5Seconds) {
   engine.closePools();  // ends the 5 s early
   ASSERT_TRUE(loop->run({fiber.get()}));
   EXPECT_EQ(answers->snapshot(), (std::set<Bytes>{{42}}));
-}
-
-TEST(Engine, ClosingEndsEveryWaitAndEverySend) {
-  const auto loop = makeLoop();
-  Engine engine;
-  std::optional<Bytes> reply{Bytes{}};
-  std::vector<Bytes> items{{1}};
-  const auto queue = engine.data_pool_strm.at({START_AI_STREAMING, 0});
-  const auto waiting = loop->make([&] { reply = engine.echoPacket(kEcho, {}, 60); });
-  const auto draining = loop->make([&] { items = engine.getStreamingFromPool(*queue, 10); });
-  waiting->resume();
-  draining->resume();
-  auto blocked = std::async(std::launch::async, [&] { return engine.getStreamingFromPool(*queue, 10).size(); });
-  engine.closePools();
-  EXPECT_TRUE(loop->run({waiting.get(), draining.get()}));
-  EXPECT_EQ(reply, std::nullopt);
-  EXPECT_TRUE(items.empty());
-  EXPECT_EQ(blocked.get(), 0U);
-  engine.transport->sent();
-  EXPECT_EQ(failureOf([&] { engine.echoPacket(kEcho, {}, 60); }), "NetworkConnectionLostError");
-  EXPECT_TRUE(engine.transport->sent().empty());
 }
 
 }  // namespace
