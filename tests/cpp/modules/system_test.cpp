@@ -23,31 +23,5 @@ TEST(System, WirelessModelsCountYearsFrom2000OnReadingOnly) {
   }
 }
 
-TEST(System, RepliesThatCannotBeDecodedRaise) {
-  struct Row {
-    int code;
-    Bytes reply;
-    std::function<void(Bench&)> call;
-  };
-  const std::vector<Row> rows{
-      {GET_DATE_TIME, {0, 1, 2, 3, 4, 5}, [](Bench& b) { b.system.Sys_getRTC(kTimeout); }},
-      {RTC_GET_ALARM_CONFIG, {0, 0, 1, 2, 3, 4, 5}, [](Bench& b) { b.system._Sys_getRTCAlarmConfig(kTimeout); }},
-      {RTC_GET_ALARM_STATE, {0}, [](Bench& b) { b.system._Sys_getRTCAlarmState(kTimeout); }},
-      {GET_PIN_MODE_OF_SLOT, {0}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
-      {GET_PIN_MODE_OF_SLOT, {0, 8, 1, 1, 1}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
-      {GET_PIN_MODE_OF_SLOT, {0, 8, 0, 0, 0, 0xA0}, [](Bench& b) { b.system.Sys_getPinModeInPort(0, kTimeout); }},
-      {GET_SLOT_MODE, {0}, [](Bench& b) { b.system.Sys_getMode(1, kTimeout); }},
-      {GET_SLOT_MODE, {0, 7}, [](Bench& b) { b.system.Sys_getMode(1, kTimeout); }},
-      {GET_DEV_ALIAS, text("alias\r"), [](Bench& b) { b.system.Sys_getDeviceAlias(kTimeout); }},
-      {GET_DEV_ALIAS, {0xFF, 13, 10}, [](Bench& b) { b.system.Sys_getDeviceAlias(kTimeout); }},
-      {GET_SERIAL_NUMBER, {0xC0}, [](Bench& b) { b.system.Sys_getSerialNumber(kTimeout); }},
-  };
-  Bench bench;
-  for (const auto& row : rows) {
-    bench.replies[row.code] = row.reply;
-    EXPECT_EQ(failureOf([&] { row.call(bench); }), "FirmwareOtherError") << row.code << ": " << hex(row.reply);
-  }
-}
-
 }  // namespace
 }  // namespace qvx::test

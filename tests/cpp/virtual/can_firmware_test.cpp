@@ -220,20 +220,6 @@ TEST_F(CanBusTest, AFullQueueRefusesAndAGoneClientLeavesTheBus) {
   EXPECT_EQ(bus_->due(), kNever);
 }
 
-TEST_F(CanBusTest, ClosingStopsAndGivesThePinsBack) {
-  Station& a = add();
-  Station& b = add();
-  const auto mode = [&](int pin) { return a.device.board().pins.mode(1, pin); };
-  EXPECT_EQ(mode(4), PinMode::CAN);
-  EXPECT_EQ(ask(a, CLOSE_CAN, {1}), (Bytes{1, 0}));
-  EXPECT_EQ(mode(5), PinMode::Idle);
-  EXPECT_EQ(ask(a, START_CAN, {1}), (Bytes{1, 57}));  // not open
-  EXPECT_EQ(ask(a, OPEN_CAN, {0}), (Bytes{0, 11}));
-  write(b, standard(1));
-  pass(1ms);
-  EXPECT_EQ(errors(b), (Bytes{1, 0, 8, 0}));  // nobody acknowledges
-}
-
 TEST_F(CanBusTest, AnotherStationFillsItsShare) {
   bus_ = std::make_shared<CanBus>(true, 0.5);
   Station& a = add(3);
