@@ -10,7 +10,6 @@ namespace qvx::test {
 namespace {
 
 using List = std::vector<Argument>;
-using Frames = std::vector<std::string>;
 
 struct BusBench : Bench {
   UARTOperations uart{Link(device), {{{1, {{2, 0}, {2, 1}}}, {2, {{2, 2}, {3, 3}}}}}};
@@ -18,14 +17,6 @@ struct BusBench : Bench {
   I2COperations i2c{Link(device), {{{1, {{2, 6}, {2, 7}}}, {2, {{3, 0}, {3, 1}}}}}};
 
   ~BusBench() { device.close(); }
-
-  // The frames that `call` sent, in hexadecimal.
-  template <class Call>
-  Frames framesOf(Call call) {
-    transport->sent();
-    call();
-    return transport->sent();
-  }
 };
 
 // The range follows the size that was set last.
@@ -41,44 +32,6 @@ TEST(I2C, AddressesOfTenBitsHaveARangeOfTheirOwn) {
 // The reply to a query of pin modes: status, 8 pins, their modes as hexadecimal digits, pin 7 first.
 Bytes pinModes(std::uint32_t modes) {
   return payload(u8(0), u8(8), u32(modes));
-}
-
-// 0 disabled, 1 idle, 2 DI, 3 DO, 4 UART, 5 I2C. Port 2 has pins on two digital ports.
-TEST(Buses, OpenWhenTheirPinsAreFree) {
-  struct Row {
-    int port;
-    std::uint32_t modes;  // of every digital port
-    bool opens;
-  };
-  for (const Row& row : {Row{1, 0x11111111, true}, Row{1, 0x99999932, true}, Row{1, 0x11111141, false},
-                         Row{1, 0x11111110, false}, Row{2, 0x11112111, true}, Row{2, 0x11115111, false}}) {
-    SCOPED_TRACE(row.modes);
-    BusBench bench;
-    bench.replies = {{GET_PIN_MODE_OF_SLOT, pinModes(row.modes)},
-                     {OPEN_UART, {1, 0}},
-                     {STOP_UART_READING, {1, 0}},
-                     {CLOSE_UART, {1, 0}}};
-    const std::string port = "0" + std::to_string(row.port);
-    Frames frames{"02 00 02 7F 02 0D 0A"};
-    if (row.port == 2) {
-      frames.emplace_back("02 00 02 7F 03 0D 0A");
-    }
-    if (row.opens) {
-      frames.push_back("02 00 02 80 " + port + " 0D 0A");
-      frames.push_back("02 00 02 81 " + port + " 0D 0A");
-    }
-    std::string failure;
-    EXPECT_EQ(bench.framesOf([&] { failure = failureOf([&] { bench.uart.UART_open(row.port, kTimeout); }); }), frames);
-    EXPECT_EQ(failure, row.opens ? "" : "UARTPortNotAvaliableError");
-    EXPECT_EQ(bench.uart.uartOpenFlag(), row.opens);
-    EXPECT_EQ(bench.uart.decoder(0).opened(), row.opens);
-    if (row.opens) {
-      EXPECT_EQ(bench.framesOf([&] { bench.uart.UART_close(row.port, kTimeout); }),
-                (Frames{"02 00 02 83 " + port + " 0D 0A", "02 00 02 84 " + port + " 0D 0A"}));
-      EXPECT_FALSE(bench.uart.uartOpenFlag());
-      EXPECT_FALSE(bench.uart.decoder(1).opened());
-    }
-  }
 }
 
 TEST(Buses, WhatTheDeviceRefusedIsNotOpen) {
