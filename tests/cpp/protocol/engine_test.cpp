@@ -2,7 +2,6 @@
 
 #include "tests/cpp/protocol/fakes.h"
 
-#include <algorithm>
 #include <future>
 
 namespace qvx::test {

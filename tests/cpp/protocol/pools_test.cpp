@@ -3,9 +3,7 @@
 #include "protocol/signal_queue.h"
 #include "tests/cpp/protocol/fakes.h"
 
-#include <algorithm>
 #include <future>
-#include <numeric>
 #include <thread>
 
 namespace qvx::test {
