@@ -142,13 +142,6 @@ def connected(transport, make=pyqvx.FeroxA, at_once=True):
     return device
 
 
-def fence(device):
-    """Returns when the device has nothing more to say. A request that was repeated on a slow machine has left
-    a reply behind, which would pass for that of the next."""
-    device._echoPacket(pyqvx.RTC_GET_ALARM_TRIG, [0], PATIENCE_S)
-    device.data_pool_echo.clear()
-
-
 def eventually(condition) -> bool:
     deadline = time.monotonic() + PATIENCE_S
     while not condition():
