@@ -1,6 +1,7 @@
 """The handle with a command channel and a data channel, against two listeners."""
 
 import asyncio
+import contextlib
 import socket
 
 import pytest
@@ -13,38 +14,32 @@ REPLY = b"\x02\x00\x03" + bytes([SERIAL]) + b"QV\r\n"
 
 
 class Peers:
-    """A device's two ports."""
+    """A device's two ports, of commands and of data."""
 
     def __init__(self, ip="127.0.0.1", command=0, data=0):
+        self.listeners = [socket.create_server((ip, port)) for port in (command, data)]
         self.ip = ip
-        self.listeners = []
-        for port in (command, data):
-            self.listeners.append(socket.create_server((ip, port)))
-            self.listeners[-1].settimeout(PATIENCE_S)
+        command, data = (listener.getsockname()[1] for listener in self.listeners)
+        self.ports = {"port": data, "cmd_port": command}
 
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
+    def close(self):
         for listener in self.listeners:
             listener.close()
 
-    @property
-    def ports(self):
-        command, data = (listener.getsockname()[1] for listener in self.listeners)
-        return {"port": data, "cmd_port": command}
-
     def accept(self):
-        peers = [listener.accept()[0] for listener in self.listeners]
-        for peer in peers:
-            peer.settimeout(PATIENCE_S)
+        peers = []
+        for listener in self.listeners:
+            listener.settimeout(PATIENCE_S)
+            peers.append(listener.accept()[0])
+            peers[-1].settimeout(PATIENCE_S)
         return peers
 
 
 @pytest.fixture
 def peers():
-    with Peers() as made:
-        yield made
+    made = Peers()
+    yield made
+    made.close()
 
 
 def test_both_channels_serve_one_handle(peers, capsys):
@@ -80,7 +75,7 @@ def test_the_address_alone_is_enough():
         peers = Peers("127.0.0.93", pyqvx.TCP_CMD_PORT, pyqvx.TCP_DATA_PORT)
     except PermissionError:
         pytest.skip("ports below 1024 need a privilege")
-    with peers, pyqvx.WifiDevice(verbose=False) as device:
+    with contextlib.closing(peers), pyqvx.WifiDevice(verbose=False) as device:
         device.connect(peers.ip)
         peers.accept()
         assert device.connect_status_cmd and device.connect_status_data
@@ -124,12 +119,8 @@ def test_a_coroutine_connects_and_a_cancelled_one_leaves_nothing(peers):
     async def main():
         async with pyqvx.WifiDevice(verbose=False) as device:
             with pytest.raises(asyncio.TimeoutError):
-                await asyncio.wait_for(
-                    device.connect_async(
-                        peers.ip, port=full.getsockname()[1], cmd_port=peers.ports["cmd_port"]
-                    ),
-                    0.2,
-                )
+                ports = peers.ports | {"port": full.getsockname()[1]}
+                await asyncio.wait_for(device.connect_async(peers.ip, **ports), 0.2)
             assert not device.connect_status_cmd and not device.connect_status_data
             assert peers.listeners[0].accept()[0].recv(1) == b""
             assert await device.connect_async(peers.ip, **peers.ports) is True
