@@ -129,7 +129,7 @@ def test_awaited_coroutines_end_with_the_connection(road, end, capsys):
 
     async def ask():
         try:
-            return await road.device._echoPacketWithRetry_async(ECHO, [1], 600 if end == "close" else 1.5)
+            return await road.device._echoPacketWithRetry_async(ECHO, [1], 600)
         except pyqvx.Error as error:
             return type(error)
 

@@ -4,7 +4,7 @@ import asyncio
 import os
 import select
 import signal
-import threading
+import time
 from pathlib import Path
 
 import pytest
@@ -140,10 +140,13 @@ def switches():
 def test_an_idle_line_wakes_nobody(line):
     with pyqvx.UARTDevice(verbose=False) as device:
         device.connect(line.port)
-        threading.Event().wait(GLANCE_S)  # until it sleeps
-        before = switches()
-        threading.Event().wait(10 * GLANCE_S)  # ten read timeouts
-        assert len(before) == 1 and switches() == before
+
+        def sleeps():
+            before = switches()
+            time.sleep(10 * GLANCE_S)  # ten read timeouts
+            return len(before) == 1 and switches() == before
+
+        assert eventually(sleeps)
 
 
 def test_a_port_has_one_program_and_is_free_when_that_is_killed(line):
