@@ -16,10 +16,11 @@ import pyqvx
 class Gatekeeper(FakeTransport):
     """Calls `act` while it connects."""
 
+    disconnects = 0
+
     def __init__(self, act):
         super().__init__()
         self.act = act
-        self.disconnects = 0
 
     def connect(self, address, port):
         self.act()
