@@ -128,12 +128,8 @@ def test_a_refusal_and_silence(bench, finder):
 def test_only_exposed_devices_answer_another_machine(bench, finder):
     if not shutil.which("ip"):
         pytest.skip("a second network needs the program ip")
-    if (
-        subprocess.run(
-            ["ip", "link", "add", "v0", "type", "veth", "peer", "name", "v1"], check=False
-        ).returncode
-        != 0
-    ):
+    add = ["ip", "link", "add", "v0", "type", "veth", "peer", "name", "v1"]
+    if subprocess.run(add, check=False).returncode != 0:
         pytest.skip("a second network needs the kernel module veth")
     for interface, address in (("v0", "10.77.0.1/24"), ("v1", "10.77.0.2/24")):
         subprocess.run(["ip", "address", "add", address, "dev", interface], check=True)
