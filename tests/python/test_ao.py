@@ -75,21 +75,6 @@ def test_every_operation_of_generation(lab, call):
     assert call(device, "AO_closeStreaming", 0) == 0 and call(device, "_AO_getState", 0) == IDLE
 
 
-def test_a_long_list_is_pushed_in_parts(lab, call):
-    device = lab("FeroxO")
-    values = [0.25 * n for n in range(40)]
-    with pytest.raises(pyqvx.FirmwareAOError):  # not initialised
-        call(device, "_AO_pushToBuffer", 0, len(values), values)
-    assert call(device, "_AO_initialBuffer", 0) == 16384
-    assert call(device, "_AO_pushToBuffer", 0, len(values), values) == 0
-    for name, args in [("AO_setMode", [1]), ("AO_setNumSamples", [31]), ("AO_setEnableChannels", [[3]])]:
-        call(device, name, 0, *args)
-    call(device, "AO_openStreaming", 0)
-    call(device, "AO_startStreaming", 0)
-    assert eventually(lambda: device._AO_getState(0) == STAND_BY)
-    assert call(device, "AO_getValues", 0)[3] == pytest.approx(7.5, abs=STEP)
-
-
 def sampled(device, rate, count):
     """Samples of all inputs, from before the outputs start to at least that many after."""
     device.AI_open(0)

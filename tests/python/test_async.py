@@ -231,7 +231,11 @@ def test_an_exception_while_one_is_woken_leaves_none_asleep(silent, by):
     loop.close()
 
 
-def test_never_awaited_coroutines_warn(fake):
+def test_coroutines_without_a_loop_and_never_awaited(fake):
+    coroutine = fake.Sys_getSerialNumber_async()
+    with pytest.raises(RuntimeError, match="no running event loop"):
+        coroutine.send(None)
+    coroutine.close()
     with pytest.warns(RuntimeWarning, match="coroutine 'Sys_getSerialNumber_async' was never awaited"):
         fake.Sys_getSerialNumber_async()
         gc.collect()
@@ -306,13 +310,6 @@ def test_results_that_python_treats_specially(device):
         assert await by_hand(device.AI_readStreaming_async(0, -1, 0)) == []
 
     asyncio.run(main())
-
-
-def test_without_a_running_loop(fake):
-    coroutine = fake.Sys_getSerialNumber_async()
-    with pytest.raises(RuntimeError, match="no running event loop"):
-        coroutine.send(None)
-    coroutine.close()
 
 
 def test_steps_of_a_running_coroutine_are_refused():

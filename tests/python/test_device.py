@@ -61,10 +61,9 @@ def test_connections_that_do_not_come_about():
     refused = deaf.getsockname()
     device = pyqvx.FeroxA(verbose=False)
     for address in [refused, ("not an address", 7), ("", 7), ("1.2.3", 7), ("127.0.0.1\0", 7)]:
-        with pytest.raises(pyqvx.NetworkConnectionError):
-            device.connect(*address)
-        with pytest.raises(pyqvx.NetworkConnectionError):
-            asyncio.run(device.connect_async(*address))
+        for connect in (device.connect, lambda *to: asyncio.run(device.connect_async(*to))):
+            with pytest.raises(pyqvx.NetworkConnectionError):
+                connect(*address)
     assert repr(device) == "<FeroxA (Ferox-A) not connected>" and device.recv_cmd_lock.locked()
     for address in [(5, 7), ("127.0.0.1", "7"), ("127.0.0.1", 7.0), (None, 7)]:
         with pytest.raises(pyqvx.InputTypeNotCorrectError):

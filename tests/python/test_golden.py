@@ -1,8 +1,7 @@
-"""Golden bytes of every operation of every product, in both forms. `python test_golden.py` counts them."""
+"""Golden bytes of every operation of every product, in both forms."""
 
 import asyncio
 import inspect
-from collections import Counter
 from dataclasses import replace
 
 import pytest
@@ -147,23 +146,3 @@ def test_every_row_is_of_some_product():
     assert [str(row) for row in ROWS if row not in used] == []
     for row in ROWS:
         assert row.models is None or row.models <= {cls.__name__ for cls in products()}, str(row)
-
-
-def count():
-    total = Counter()
-    print(f"{'model':<16}{'operations':>12}{'covered':>9}{'rows':>7}{'calls':>7}")
-    for cls in products():
-        offered, rows = operations(cls), rows_of(cls)
-        covered = offered & {row.name for row in rows}
-        # In two forms each.
-        line = {"operations": 2 * len(offered), "covered": 2 * len(covered), "rows": len(rows)}
-        line["calls"] = 2 * len(rows)
-        total.update(line)
-        print(f"{cls.__name__:<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**line))
-    print(f"{'all':<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**total))
-    names = {name for cls in products() for name in operations(cls)}
-    print(f"{len(names)} operations by name, {len(ROWS)} rows")
-
-
-if __name__ == "__main__":
-    count()
