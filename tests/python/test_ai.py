@@ -31,13 +31,6 @@ def ramp(first, count):
     ]
 
 
-def blocks(count, size=50):
-    """The same as raw blocks of `size` samples each."""
-    for first in range(0, count, size):
-        codes = ((code + 32768) % 65536 - 32768 for code in range(8 * first, 8 * (first + size)))
-        yield struct.pack(f">{8 * size}h", *codes)
-
-
 @pytest.fixture
 def recording(lab, tmp_path):
     """A device that plays a WAV file in which every sample is different, and the samples of that file."""
@@ -147,8 +140,10 @@ def test_settings_during_a_stream_are_refused_by_the_device(lab):
 
 
 def feed(device, count, size=50):
-    for block in blocks(count, size):
-        device.ai_data_queue_list[0].put(block)
+    """The samples of ramp(0, count), in raw blocks of `size` each."""
+    for first in range(0, count, size):
+        codes = (code % 65536 for code in range(8 * first, 8 * (first + size)))
+        device.ai_data_queue_list[0].put(struct.pack(f">{8 * size}H", *codes))
 
 
 def test_lists_and_arrays_agree(fake):

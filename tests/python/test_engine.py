@@ -22,14 +22,6 @@ def engine(answers=None, cls=pyqvx.Packet):
     return made
 
 
-def in_thread(call):
-    """Runs `call` on a thread; the result is in the list once it has ended."""
-    results = []
-    thread = threading.Thread(target=lambda: results.append(call()), daemon=True)
-    thread.start()
-    return thread, results
-
-
 @pytest.mark.parametrize(
     ("code", "data", "frame", "back"),
     [
@@ -125,7 +117,9 @@ def test_streamed_items_are_drained(make):
         q.put(item)
     assert e._getStreamingFromPool(q, 2, 0.01) == [b"a", b"b"]
     assert e._getStreamingFromPool(q, -1, 0.01) == [b"c"]
-    thread, results = in_thread(lambda: e._getStreamingFromPool(q, 2, 0.01))
+    results = []
+    thread = threading.Thread(target=lambda: results.append(e._getStreamingFromPool(q, 2, 0.01)), daemon=True)
+    thread.start()
     q.put(b"d")
     thread.join(GLANCE_S)
     assert thread.is_alive()

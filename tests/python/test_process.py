@@ -11,6 +11,14 @@ import asyncio, gc, os, signal, socket, sys, threading, time
 import pyqvx
 from qvx_virtual import VirtualDevice
 """
+# A server that takes no more connections: who connects waits.
+FULL = """
+full = socket.create_server(("127.0.0.1", 0), backlog=0)
+knocks = [socket.socket() for _ in range(4)]
+for knock in knocks:
+    knock.setblocking(False)
+    knock.connect_ex(full.getsockname())
+"""
 
 
 def test_the_interpreter_ends_with_devices_open():
@@ -66,12 +74,8 @@ with VirtualDevice() as bench:
 def test_ctrl_c_ends_what_waits(call):
     script = (
         START
+        + FULL
         + f"""
-full = socket.create_server(("127.0.0.1", 0), backlog=0)
-knocks = [socket.socket() for _ in range(4)]
-for knock in knocks:
-    knock.setblocking(False)
-    knock.connect_ex(full.getsockname())
 deaf = socket.create_server(("127.0.0.1", 0))
 def flood():
     other.connect(*deaf.getsockname())
@@ -100,6 +104,24 @@ with (
         assert time.monotonic() - begin < 4  # of the 5 s that a connect or a send may take
         process.communicate(timeout=PATIENCE_S)
     assert process.returncode == 0
+
+
+def test_a_signal_handler_may_close_a_device_that_connects():
+    output = run_script(
+        START
+        + FULL
+        + """
+device = pyqvx.FeroxA(verbose=False)
+signal.signal(signal.SIGUSR1, lambda *_: device.close())
+threading.Timer(0.2, os.kill, (os.getpid(), signal.SIGUSR1)).start()
+begin = time.monotonic()
+try:
+    device.connect(*full.getsockname())
+except pyqvx.NetworkConnectionError:
+    print("ended", time.monotonic() - begin < 4.5, repr(device))
+"""
+    )
+    assert output == "ended True <FeroxA (Ferox-A) closed>\n"
 
 
 @forks
