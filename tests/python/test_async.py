@@ -41,24 +41,6 @@ def test_coroutines_of_different_commands_run_at_once():
     device.close()
 
 
-def test_wait_for_timeout_and_tasks(device, silent):
-    async def main():
-        assert await asyncio.wait_for(device.Sys_getSerialNumber_async(), PATIENCE_S) == "QVTEST01"
-        async with asyncio.timeout(PATIENCE_S):
-            assert await asyncio.create_task(device.Sys_getSerialNumber_async()) == "QVTEST01"
-        async with asyncio.TaskGroup() as group:
-            task = group.create_task(device.AI_readOnDemand_async(0))
-        assert len(task.result()) == 8
-        assert await asyncio.shield(device.Sys_getSerialNumber_async()) == "QVTEST01"
-        with pytest.raises(asyncio.TimeoutError):
-            await asyncio.wait_for(silent.Sys_getSerialNumber_async(), 0.02)
-        with pytest.raises(TimeoutError):
-            async with asyncio.timeout(0.02):
-                await silent.AI_readStreaming_async(0, 10, 600)
-
-    asyncio.run(main())
-
-
 def test_cancelled_requests_leave_nothing_behind(silent):
     async def main():
         before = len(gc.get_objects())

@@ -165,10 +165,28 @@ def test_stream_and_broadcast_pools_make_their_entries():
     assert answers == {b"x"} and b"x" in answers and list(answers) == [b"x"] and len(answers) == 1
 
 
+def test_packets_are_classified_and_filed():
+    device = pyqvx.Device()
+    rows = [
+        (START_AI, b"\0", "streaming"),
+        (pyqvx.START_CAN, b"", "streaming"),  # and the reply to the command
+        (pyqvx.GET_DEVICE_INFO, b"\1x", "broadcast"),
+        (pyqvx.GET_DEVICE_INFO, b"\0x", "ignore"),
+        (pyqvx.GET_DEVICE_INFO, b"", "ignore"),
+        (ECHO, b"", "echo"),
+    ]
+    for code, data, kind in rows:
+        assert device._checkCommandType(code, data) == kind
+        device._putToDataPool(code, data)
+    assert device.data_pool_bcst[pyqvx.GET_DEVICE_INFO] == {b"x"}
+    assert device.data_pool_strm[START_AI, 0].get_nowait() == b""
+    # A packet of START_CAN that holds no frame is its reply.
+    assert sorted(device.data_pool_echo.keys()) == [pyqvx.START_CAN, ECHO]
+    device.close()
+
+
 def test_answers_to_a_broadcast(fake):
     """Sent three times, collected until the time is over or the handle is closed."""
-    packets = {b"\1x": "broadcast", b"\0x": "ignore", b"": "ignore"}
-    assert {data: fake._checkCommandType(pyqvx.GET_DEVICE_INFO, data) for data in packets} == packets
     fake.client_udp = FakeTransport()
     fake.data_pool_bcst[pyqvx.GET_DEVICE_INFO].add(b"stale")
 
