@@ -108,6 +108,15 @@ def test_unanswered_requests_time_out():
         e._getReplyFromPool(ECHO, -0.5)
 
 
+def test_timeout_0_never_ends():
+    e = engine()
+    e.data_pool_echo[ECHO] = b"there"
+    thread = threading.Thread(target=e._getReplyFromPool, args=(ECHO, 0), daemon=True)
+    thread.start()
+    thread.join(GLANCE_S)
+    assert thread.is_alive() and e.data_pool_echo[ECHO] == b"there"
+
+
 @pytest.mark.parametrize("make", [pyqvx.RawQueue, queue.Queue])
 def test_streamed_items_are_drained(make):
     e = engine()
