@@ -3,7 +3,7 @@
 import pyqvx
 
 # Values that are easy to get wrong: odd names, shared numbers, ends of the derived families.
-VALUES = {
+VALUES: dict[str, object] = {
     **{"OPEN_CAN": 48, "WRITE_THERMAL_JUNCTION": 75, "SET_LAMP": 75, "GET_MEASUREMENT": 94, "MOTION": 208},
     **{"CHECK_CALCULATUON": 185, "SET_CONNECTOR_MOTION": 209, "MOTION_START_SCAN_MOVE": 7314},
     **{"DRONE_READ_MOVE_VEHICLE_REL_YAW": 10288, "DRONE_MOVE_RELATIVE_XY_VEHICLE": 10297},

@@ -298,7 +298,7 @@ def test_an_async_request_is_sent_again_after_a_second():
     asyncio.run(main())
 
 
-ENDLESS = []
+ENDLESS: list = []
 ENDLESS.append(ENDLESS)
 
 

@@ -294,10 +294,8 @@ def test_signals_end_it_cleanly(number: int) -> None:
 
 
 def test_it_ends_with_the_process_that_started_it() -> None:
-    pid = run_script(
-        "import os; from qvx_virtual import VirtualDevice; print(VirtualDevice().start().process.pid); os._exit(0)"
-    )
-    stat = Path(f"/proc/{int(pid)}/stat")
+    start = "import os; from qvx_virtual import VirtualDevice; print(VirtualDevice().start().process.pid)"
+    stat = Path(f"/proc/{int(run_script(start + '; os._exit(0)'))}/stat")
 
     def gone() -> bool:
         try:
