@@ -11,7 +11,7 @@ import pytest
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "virtual" / "python"))
 
-from fakes import FakeTransport, connect_to, connected, fence  # noqa: E402
+from fakes import FakeTransport, connect_to, connected  # noqa: E402
 from qvx_virtual import VirtualDevice  # noqa: E402
 
 import pyqvx  # noqa: E402
@@ -94,15 +94,3 @@ def silent():
     made = connected(FakeTransport({}))
     yield made
     made.close()
-
-
-@pytest.fixture
-def form(call):
-    """The same, once nothing is under way of a command that was sent again."""
-
-    def run(device, name, *args):
-        if not isinstance(device.client_cmd, FakeTransport):
-            fence(device)
-        return call(device, name, *args)
-
-    return run

@@ -33,21 +33,12 @@ forks = pytest.mark.skipif(
 
 ROOT = Path(__file__).resolve().parents[2]
 
-# Payloads with which a FeroxA answers every command of its modules, all well.
+# Payloads with which a FeroxA answers some commands.
 ANSWERS = {
     pyqvx.GET_DRIVER_INFO: b"Ferox-A_Fake_3.2.6",
     pyqvx.GET_SERIAL_NUMBER: b"FAKE0001",
-    pyqvx.GET_THREADS: b"main\0",
     pyqvx.GET_DEV_ALIAS: b"fake\r\n",
-    pyqvx.GET_PIN_MODE_OF_SLOT: bytes([0, 8, 0x99, 0x99, 0x99, 0x99]),
-    pyqvx.GET_SLOT_MODE: bytes([0, 5]),
     pyqvx.GET_DATE_TIME: bytes([0, 124, 2, 29, 12, 30, 59]),
-    pyqvx.RTC_GET_ALARM_STATE: bytes([0, 1]),
-    pyqvx.RTC_GET_ALARM_CONFIG: bytes([0, 0, 124, 3, 1, 0, 0, 0]),
-    pyqvx.READ_AI_ON_DEMAND: bytes([0, 0]) + bytes(range(16)),
-    pyqvx.AI_GET_DATA: bytes([0, 0]) + bytes(16),
-    pyqvx.GET_AI_COUNTERS: bytes([0, 0]) + struct.pack(">III", 1, 2, 3),
-    pyqvx.CHECK_BUFFER_STATUS: bytes([0, 0]) + struct.pack(">II", 4, 5),
 }
 
 
@@ -140,13 +131,6 @@ def connected(transport, make=pyqvx.FeroxA, at_once=True):
         device.connect("192.0.2.1")
     transport.pool = device.data_pool_echo if at_once else None
     return device
-
-
-def fence(device):
-    """Returns when the device has nothing more to say. A request that was repeated on a slow machine has left
-    a reply behind, which would pass for that of the next."""
-    device._echoPacket(pyqvx.RTC_GET_ALARM_TRIG, [0], PATIENCE_S)
-    device.data_pool_echo.clear()
 
 
 def eventually(condition) -> bool:

@@ -1,6 +1,5 @@
 """Analog input against a virtual device: every operation in both forms, streams to the last sample."""
 
-import array
 import queue
 import struct
 import sys
@@ -11,7 +10,7 @@ import wave
 
 import numpy
 import pytest
-from fakes import PATIENCE_S, eventually, fence, run_script
+from fakes import PATIENCE_S, eventually, run_script
 
 import pyqvx
 
@@ -32,45 +31,26 @@ def ramp(first, count):
     ]
 
 
-def blocks(count, size=50):
-    """The same as raw blocks of `size` samples each."""
-    for first in range(0, count, size):
-        codes = [
-            (8 * n + c + 32768) % 65536 - 32768 for n in range(first, first + size) for c in range(CHANNELS)
-        ]
-        yield struct.pack(f">{len(codes)}h", *codes)
-
-
 @pytest.fixture
-def recording(bench, tmp_path):
+def recording(lab, tmp_path):
     """A device that plays a WAV file in which every sample is different, and the samples of that file."""
     frames = 7000
-    codes = array.array(
-        "h", ((17 * n + 4099 * c) % 65536 - 32768 for n in range(frames) for c in range(CHANNELS))
-    )
+    codes = [(17 * n + 4099 * c) % 65536 - 32768 for n in range(frames) for c in range(CHANNELS)]
     path = tmp_path / "signal.wav"
     with wave.open(str(path), "wb") as file:
         file.setnchannels(CHANNELS)
         file.setsampwidth(2)
         file.setframerate(1000)
-        little = array.array("h", codes)
-        if sys.byteorder == "big":
-            little.byteswap()
-        file.writeframes(little.tobytes())
-    place = bench(source=f"wav:{path}")
-    with pyqvx.FeroxA(verbose=False) as device:
-        device.connect(place.ip, place.port)
-        yield device, [volts(codes[8 * n : 8 * n + 8]) for n in range(frames)]
+        file.writeframes(struct.pack(f"<{len(codes)}h", *codes))
+    return lab("FeroxA", source=f"wav:{path}"), [volts(codes[8 * n : 8 * n + 8]) for n in range(frames)]
 
 
-def prepare(
-    device, mode, rate=20000, number=1, form=lambda device, name, *args: getattr(device, name)(*args)
-):
-    assert form(device, "AI_open", 0) == 0
-    assert form(device, "AI_setMode", 0, mode) == 0
-    assert form(device, "AI_setSamplingRate", 0, rate) == 0
-    assert form(device, "AI_setNumSamples", 0, number) == 0
-    assert form(device, "AI_openStreaming", 0) == 0
+def prepare(device, mode, rate=20000, number=1):
+    device.AI_open(0)
+    device.AI_setMode(0, mode)
+    device.AI_setSamplingRate(0, rate)
+    device.AI_setNumSamples(0, number)
+    device.AI_openStreaming(0)
 
 
 def collect(device, count, read="AI_readStreaming"):
@@ -82,31 +62,31 @@ def collect(device, count, read="AI_readStreaming"):
     return samples
 
 
-def test_read_on_demand(bench, form):
-    place = bench(source=[f"{c}=constant:{v}" for c, v in enumerate((-10, -9.9997, -1, 0, 0.0003, 1, 5, 11))])
-    with pyqvx.FeroxA(verbose=False) as device:
-        device.connect(place.ip, place.port)
-        expected = [-10.0, -9.9997, -1.0001, 0.0, 0.0003, 1.0001, 5.0, 9.9997]
-        sample = form(device, "AI_readOnDemand", 0)
-        assert sample == pytest.approx(expected, abs=2e-4) and sample == [round(v, 4) for v in sample]
-        assert form(device, "_AI_getDataRTC", 0) == sample
+def test_read_on_demand(lab, call):
+    levels = (-10, -9.9997, -1, 0, 0.0003, 1, 5, 11)
+    device = lab("FeroxA", source=[f"{c}=constant:{v}" for c, v in enumerate(levels)])
+    sample = call(device, "AI_readOnDemand", 0)
+    assert sample == pytest.approx([*levels[:7], 9.9997], abs=2e-4) and sample == [
+        round(v, 4) for v in sample
+    ]
+    assert call(device, "_AI_getDataRTC", 0) == sample
 
 
-def test_n_samples_are_exactly_n_and_may_come_again(recording, form):
+def test_n_samples_are_exactly_n_and_may_come_again(recording, call):
     device, signal = recording
-    prepare(device, 1, number=5000, form=form)
+    prepare(device, 1, number=5000)
     assert device.ai_mode == 1 and device.ai_open_flag
     for _ in range(2):  # each run begins with the file's first sample
-        assert form(device, "AI_startStreaming", 0) == 0
+        assert call(device, "AI_startStreaming", 0) == 0
         assert collect(device, 5000) == signal[:5000]
-        assert form(device, "AI_readStreaming", 0, -1, 0) == []
-    assert form(device, "AI_readStreaming", 0, 1, 0.05) == []
-    assert form(device, "_AI_getCounter", 0)[0] == 5000
-    assert form(device, "_AI_readBufferStatus", 0)[0] == 0
-    assert form(device, "_AI_clearBufferStatus", 0) == 0
-    assert form(device, "_AI_getCounter", 0) == [0, 0, 0]
-    assert form(device, "AI_closeStreaming", 0) == 0
-    assert form(device, "AI_close", 0) == 0 and not device.ai_open_flag
+        assert call(device, "AI_readStreaming", 0, -1, 0) == []
+    assert call(device, "AI_readStreaming", 0, 1, 0.05) == []
+    assert call(device, "_AI_getCounter", 0)[0] == 5000
+    assert call(device, "_AI_readBufferStatus", 0)[0] == 0
+    assert call(device, "_AI_clearBufferStatus", 0) == 0
+    assert call(device, "_AI_getCounter", 0) == [0, 0, 0]
+    assert call(device, "AI_closeStreaming", 0) == 0
+    assert call(device, "AI_close", 0) == 0 and not device.ai_open_flag
 
 
 @pytest.mark.parametrize("read", ["AI_readStreaming", "AI_readStreamingArray"])
@@ -122,37 +102,34 @@ def test_every_sample_of_a_continuous_stream_equals_its_source(recording, read):
 
 
 @pytest.mark.parametrize("faults", [{"split": True}, {"duplicate": 1.0}, {"delay": 20}])
-def test_streams_survive_what_the_network_does(bench, faults):
-    place = bench(source="constant:2.5", **faults)
-    with pyqvx.FeroxA(verbose=False) as device:
-        device.connect(place.ip, place.port)
-        prepare(device, 1, rate=1000, number=200)
-        device.AI_startStreaming(0)
-        count = 400 if "duplicate" in faults else 200
-        assert collect(device, count) == [[2.5] * 8] * count
+def test_streams_survive_what_the_network_does(lab, faults):
+    device = lab("FeroxA", source="constant:2.5", **faults)
+    prepare(device, 1, rate=1000, number=200)
+    device.AI_startStreaming(0)
+    count = 400 if "duplicate" in faults else 200
+    assert collect(device, count) == [[2.5] * 8] * count
 
 
-def test_a_stream_stops_and_starts_again(device):
+def test_a_stream_stops_and_starts_again(lab):
+    device = lab("FeroxA", source="ramp")
     for _ in range(3):
         prepare(device, 2, rate=10000)
         device.AI_startStreaming(0)
-        assert len(collect(device, 500)) == 500
+        taken = len(collect(device, 500))
         device.AI_closeStreaming(0)
         # All that was due has come before the answer; after it nothing comes.
-        assert eventually(lambda: device.ai_data_queue_list[0].empty())
-        device.AI_readStreaming(0, -1, 0)
-        time.sleep(0.05)
-        device.AI_readStreaming(0, -1, 0)
-        assert device.AI_readStreaming(0, 1, 0.1) == []
+        acquired, _, lost = device._AI_getCounter(0)
+        taken += len(collect(device, acquired - lost - taken))
+        assert taken == acquired - lost and device.AI_readStreaming(0, 1, 0.1) == []
         device.AI_close(0)
 
 
-def test_settings_during_a_stream_are_refused_by_the_device(device):
+def test_settings_during_a_stream_are_refused_by_the_device(lab):
+    device = lab("FeroxA")
     prepare(device, 2)
     device.AI_startStreaming(0)
     assert collect(device, 10)
     for name, value in [("AI_setMode", 0), ("AI_setSamplingRate", 10), ("AI_setNumSamples", 5)]:
-        fence(device)
         with pytest.raises(pyqvx.FirmwareAIError):
             getattr(device, name)(0, value)
     assert device.ai_mode == 2
@@ -163,8 +140,10 @@ def test_settings_during_a_stream_are_refused_by_the_device(device):
 
 
 def feed(device, count, size=50):
-    for block in blocks(count, size):
-        device.ai_data_queue_list[0].put(block)
+    """The samples of ramp(0, count), in raw blocks of `size` each."""
+    for first in range(0, count, size):
+        codes = (code % 65536 for code in range(8 * first, 8 * (first + size)))
+        device.ai_data_queue_list[0].put(struct.pack(f">{8 * size}H", *codes))
 
 
 def test_lists_and_arrays_agree(fake):
@@ -189,31 +168,31 @@ def test_the_codes_are_rounded_as_python_rounds(fake):
     assert read == volts(codes)
 
 
-def test_reads_of_any_size_give_the_same_stream(fake, form):
+def test_reads_of_any_size_give_the_same_stream(fake, call):
     fake.AI_open(0)
     feed(fake, 6000, size=60)
     assert eventually(lambda: fake.ai_signal_queue_list[0].qsize() == 6000)
     taken = []
     for number in [0, 1, 2, 1023, 1024, 1025, 500, -1]:
-        part = form(fake, "AI_readStreaming", 0, number, 0)
+        part = call(fake, "AI_readStreaming", 0, number, 0)
         assert number == -1 or len(part) == number
         taken += part
     assert taken == ramp(0, 6000)
-    assert form(fake, "AI_readStreaming", 0, 5, 0) == []
+    assert call(fake, "AI_readStreaming", 0, 5, 0) == []
 
 
-def test_a_read_ends_when_enough_has_come_and_no_later_than_its_delay(fake, form):
+def test_a_read_ends_when_enough_has_come_and_no_later_than_its_delay(fake, call):
     fake.AI_open(0)
     timer = threading.Timer(0.05, feed, (fake, 100, 100))
     timer.start()
     begin = time.monotonic()
-    assert form(fake, "AI_readStreaming", 0, 100, 60) == ramp(0, 100)
+    assert call(fake, "AI_readStreaming", 0, 100, 60) == ramp(0, 100)
     assert time.monotonic() - begin < PATIENCE_S
     timer.join()
     feed(fake, 50)
     assert eventually(lambda: fake.ai_signal_queue_list[0].qsize() == 50)
     begin = time.monotonic()
-    assert len(form(fake, "AI_readStreaming", 0, 51, 0.1)) == 50
+    assert len(call(fake, "AI_readStreaming", 0, 51, 0.1)) == 50
     assert time.monotonic() - begin >= 0.1
 
 

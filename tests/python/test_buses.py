@@ -15,7 +15,7 @@ from pyqvx import CANFrame
 
 CORDLOG = {"CordlogF1D", "CordlogF1AD", "CordlogF1TD", "CordlogF1CD", "CordlogF1RD", "CordlogF1AOD"}
 OFFERED = {"UART": CORDLOG, "I2C": CORDLOG, "SPI": CORDLOG - {"CordlogF1AOD"}, "CAN": {"CordlogF1CD"}}
-# Of each bus the last port: the operation to open it, its digital port and pins.
+# Of each bus the last port, and its digital port and pins.
 LAST_PORTS = {
     "UART": (2, 2, [2, 3]),
     "I2C": (2, 3, [0, 1]),
@@ -35,9 +35,10 @@ def test_which_models_have_which_bus():
             for name in (f"{bus}_open", f"{bus}_open_async"):
                 assert hasattr(cls, name) == (cls.__name__ in offering), name
     with pyqvx.CordlogF1CD(verbose=False) as device:
-        i2c, spi = device.I2C_getPinMap(), device.SPI_getPinMap()
-        assert i2c == device.I2C_dict == {1: [(2, 6), (2, 7)], 2: [(3, 0), (3, 1)]}
-        assert spi == device.SPI_dict and set(spi[1]) == {(1, n) for n in range(4)}
+        assert device.I2C_getPinMap() == device.I2C_dict == {1: [(2, 6), (2, 7)], 2: [(3, 0), (3, 1)]}
+        assert device.SPI_getPinMap() == device.SPI_dict and set(device.SPI_dict[1]) == {
+            (1, n) for n in range(4)
+        }
         assert set(device.uart_dict[1]) == {(2, 0), (2, 1)} and sorted(device.uart_dict) == [1, 2]
 
 
@@ -88,36 +89,25 @@ def test_two_serial_ports_crossed_with_every_setting(lab, call):
         assert run("UART_reset", port) == run("UART_close", port) == 0
 
 
-def write_when_ready(run, address, data):
-    """A slave that is storing does not acknowledge."""
-    deadline = time.monotonic() + PATIENCE_S
-    while True:
-        try:
-            return run("I2C_write", 1, address, data)
-        except pyqvx.FirmwareI2CError:
-            assert time.monotonic() < deadline
-
-
 def test_eeproms_on_one_bus(lab, call):
     device = lab("CordlogF1D", attach=["i2c1=24c02:0x50", "i2c1=24c02:0x57", "i2c1=24c02:0x250"])
     run = partial(call, device)
     assert run("I2C_open", 1) == run("I2C_setClockRate", 1, 1) == 0
     content = random.Random(1).randbytes(24)
-    for page in (0, 8, 16):
-        assert write_when_ready(run, EEPROM, [page, *content[page : page + 8]]) == 0
-    assert write_when_ready(run, EEPROM, [0]) == 0
-    assert bytes(run("I2C_read", 1, EEPROM, 20) + run("I2C_read", 1, EEPROM, 4)) == content
-    assert run("I2C_read", 1, 0x57, 4) == [255] * 4
+
+    def acknowledged(address, data=b""):
+        try:
+            return run("I2C_write", 1, address, data) == 0
+        except pyqvx.FirmwareI2CError:
+            return False
 
     def found(addresses):
-        there = []
-        for address in addresses:
-            try:
-                run("I2C_write", 1, address, b"")
-                there.append(address)
-            except pyqvx.FirmwareI2CError:
-                pass
-        return there
+        return [address for address in addresses if acknowledged(address)]
+
+    for data in (*([page, *content[page : page + 8]] for page in (0, 8, 16)), [0]):
+        assert eventually(lambda data=data: acknowledged(EEPROM, data))  # not while it is storing
+    assert bytes(run("I2C_read", 1, EEPROM, 20) + run("I2C_read", 1, EEPROM, 4)) == content
+    assert run("I2C_read", 1, 0x57, 4) == [255] * 4
 
     assert found(range(0x08, 0x78)) == [0x50, 0x57]
     assert run("I2C_setAddressSize", 1, 1) == 0

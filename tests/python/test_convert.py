@@ -10,16 +10,9 @@ from hypothesis import strategies as st
 import pyqvx
 from pyqvx import InputDataNotInRangeError, InputTypeNotCorrectError
 
-NUMBERS = [  # kind as in the names, layout
-    ("U16", ">H"),
-    ("U32", ">I"),
-    ("U64", ">Q"),
-    ("I16", ">h"),
-    ("I32", ">i"),
-    ("I64", ">q"),
-    ("F32", ">f"),
-    ("F64", ">d"),
-]
+# Kind as in the names, layout.
+NUMBERS = [("U16", ">H"), ("U32", ">I"), ("U64", ">Q"), ("I16", ">h"), ("I32", ">i"), ("I64", ">q")]
+NUMBERS += [("F32", ">f"), ("F64", ">d")]
 INTEGERS = NUMBERS[:6]
 
 
@@ -116,10 +109,8 @@ def test_angles_are_those_of_math(value):
 
 @given(st.text())
 def test_texts(text):
-    raw = text.encode()
-    assert (
-        pyqvx.convertU8ListToStr(list(raw) + [0, 67]) == pyqvx.convertU8ListToStr(raw) == text.split("\0")[0]
-    )
+    raw, first = text.encode(), text.split("\0")[0]
+    assert pyqvx.convertU8ListToStr([*raw, 0, 67]) == pyqvx.convertU8ListToStr(raw) == first
     assert pyqvx.convertStrToU8List(text) == [ord(c) for c in text]
 
 
@@ -139,12 +130,10 @@ def test_text_edges():
 def test_addresses():
     assert pyqvx.convertIPAddrTo4U8("192.168.1.10") == [192, 168, 1, 10]
     assert pyqvx.convertMACAddrTo6U8("00:1A:2b:3C:4d:FF") == [0, 26, 43, 60, 77, 255]
-    for text in ("", "1.2.3.256", "1.2.3.4.5", "localhost", "1.2.3.4\0", "\udc80"):
-        with pytest.raises(InputDataNotInRangeError):
-            pyqvx.convertIPAddrTo4U8(text)
-    for text in ("", "0:", "g:1", "1:-1", "\udc80"):
-        with pytest.raises(InputDataNotInRangeError):
-            pyqvx.convertMACAddrTo6U8(text)
+    for call in (pyqvx.convertIPAddrTo4U8, pyqvx.convertMACAddrTo6U8):
+        for text in ("", "0:", "1.2.3.256", "1.2.3.4\0", "\udc80"):
+            with pytest.raises(InputDataNotInRangeError):
+                call(text)
 
 
 @given(st.integers(-(2**80), 2**80), st.integers(0, 100))

@@ -22,14 +22,6 @@ def engine(answers=None, cls=pyqvx.Packet):
     return made
 
 
-def in_thread(call):
-    """Runs `call` on a thread; the result is in the list once it has ended."""
-    results = []
-    thread = threading.Thread(target=lambda: results.append(call()), daemon=True)
-    thread.start()
-    return thread, results
-
-
 @pytest.mark.parametrize(
     ("code", "data", "frame", "back"),
     [
@@ -64,13 +56,9 @@ def test_the_splitter_keeps_what_is_unfinished():
     assert client._splitPacket() == [] and client.last_index == 5
     client.stream += bytes([13, 10])
     assert client._splitPacket() == [(181, b"\r\n\7")]
-    for call in (
-        lambda: client.sendPacket([2]),
-        lambda: client.recvPacket(1),
-        lambda: client.recvAndSplitPacket(1),
-    ):
+    for name, argument in {"sendPacket": [2], "recvPacket": 1, "recvAndSplitPacket": 1}.items():
         with pytest.raises(pyqvx.APINotSupportError):
-            call()
+            getattr(client, name)(argument)
 
 
 def test_replies_wait_in_the_pool_and_a_newer_one_wins():
@@ -103,11 +91,14 @@ def test_the_reply_pool_is_a_mapping():
 def test_unanswered_requests_time_out():
     e = engine()
     begin = time.monotonic()
-    for call in (e._echoPacket, e._echoPacketWithRetry):
+    for call, timeout in (
+        (e._echoPacket, 0.1),
+        (e._echoPacketWithRetry, 1),
+    ):  # 30 ms would do for all retries
         with pytest.raises(pyqvx.ReceivePacketTimeoutError) as error:
-            call(ECHO, [], 0.1)
+            call(ECHO, [], timeout)
         assert error.value.msg == "Receive packet timeout."
-    assert time.monotonic() - begin >= 0.2
+    assert time.monotonic() - begin >= 1.1
     assert len(e.client_cmd.sent) == 1 + pyqvx.NUM_RETRIES
     for timeout in (0, -1):
         with pytest.raises(pyqvx.ReceivePacketTimeoutError):
@@ -120,10 +111,10 @@ def test_unanswered_requests_time_out():
 def test_timeout_0_never_ends():
     e = engine()
     e.data_pool_echo[ECHO] = b"there"
-    thread, _ = in_thread(lambda: e._getReplyFromPool(ECHO, 0))
+    thread = threading.Thread(target=e._getReplyFromPool, args=(ECHO, 0), daemon=True)
+    thread.start()
     thread.join(GLANCE_S)
-    assert thread.is_alive()
-    assert e.data_pool_echo[ECHO] == b"there"
+    assert thread.is_alive() and e.data_pool_echo[ECHO] == b"there"
 
 
 @pytest.mark.parametrize("make", [pyqvx.RawQueue, queue.Queue])
@@ -135,7 +126,9 @@ def test_streamed_items_are_drained(make):
         q.put(item)
     assert e._getStreamingFromPool(q, 2, 0.01) == [b"a", b"b"]
     assert e._getStreamingFromPool(q, -1, 0.01) == [b"c"]
-    thread, results = in_thread(lambda: e._getStreamingFromPool(q, 2, 0.01))
+    results = []
+    thread = threading.Thread(target=lambda: results.append(e._getStreamingFromPool(q, 2, 0.01)), daemon=True)
+    thread.start()
     q.put(b"d")
     thread.join(GLANCE_S)
     assert thread.is_alive()
@@ -175,12 +168,8 @@ def test_stream_and_broadcast_pools_make_their_entries():
     assert e.data_pool_strm.get((START_AI, 0)) is q and list(e.data_pool_strm.values()) == [q]
     answers = e.data_pool_bcst[252]
     answers.add(b"x")
-    assert (
-        answers | {b"y"} == {b"x", b"y"}
-        and {b"x"} - answers == set()
-        and answers <= {b"x"}
-        and 3 not in answers
-    )
+    assert answers | {b"y"} == {b"x", b"y"} and {b"x"} - answers == set()
+    assert answers <= {b"x"} and 3 not in answers
     answers.add([120])
     assert answers == {b"x"} and b"x" in answers and list(answers) == [b"x"] and len(answers) == 1
 
@@ -309,7 +298,11 @@ def test_an_async_request_is_sent_again_after_a_second():
     asyncio.run(main())
 
 
-@pytest.mark.parametrize("bad", [None, "x", 1.5, object(), [256], [-1], ["a"], [1.0], [[1]]])
+ENDLESS: list = []
+ENDLESS.append(ENDLESS)
+
+
+@pytest.mark.parametrize("bad", [None, "x", 1.5, object(), [256], [-1], ["a"], [1.0], [[1]], ENDLESS])
 def test_bad_payloads_are_refused(bad):
     e = engine()
     calls = [
@@ -327,26 +320,11 @@ def test_bad_payloads_are_refused(bad):
 
 def test_payloads_are_sequences_of_byte_values():
     numpy = pytest.importorskip("numpy")
-    goods = (
-        [1, 2],
-        (1, 2),
-        b"\1\2",
-        bytearray(b"\1\2"),
-        memoryview(b"\1\2"),
-        range(1, 3),
-        array.array("H", [1, 2]),
-    )
+    goods = [[1, 2], (1, 2), b"\1\2", memoryview(b"\1\2"), range(1, 3), array.array("H", [1, 2])]
     for good in (*goods, numpy.array([1, 2]), numpy.array([1, 2], dtype="u1"), [numpy.uint8(1), True + 1]):
         assert engine()._preparePacket(ECHO, good)[4:-2] == [1, 2]
     with pytest.raises(pyqvx.InputDataNotInRangeError):
         engine()._preparePacket(ECHO, numpy.array([300]))
-
-
-def test_a_list_that_contains_itself_is_refused():
-    endless = []
-    endless.append(endless)
-    with pytest.raises(pyqvx.InputTypeNotCorrectError):
-        engine()._preparePacket(ECHO, endless)
 
 
 @pytest.mark.parametrize(

@@ -16,21 +16,7 @@ WARNINGS = [c for c in CLASSES if issubclass(c, pyqvx.QVXWarning) and c is not p
 
 SAMPLES = [
     ("PinsNotExistError", "errPinsNotExist", -8005, "The pin index is not valid or is not recognized."),
-    ("EncoderChannelNotAvaliableError", "errEncoderChannel", -8106, "The encoder channel is not available"),
-    ("FirmwareHALIndexError", "errFirmwareHALIndex", -7002, "The HAL handle index error in the firmware."),
     ("FirmwareQVXIndexError", "errFirmwareQVXIndex", -7003, "The HAL error in the firmware."),
-    (
-        "AngleNotAvaliableError",
-        "errDroneAngle",
-        -9402,
-        "Input value is out of the allowed range (-15 to 15) degree.",
-    ),
-    (
-        "ExtLibNotFoundWarning",
-        "warnLibNotFound",
-        519000,
-        'External library "libusb-1.0.dll" not found at indicated path will look at the default path instead',
-    ),
     ("DVSTPortNotAvaliable", "errCANPort", -8900, None),
     ("CANQueueOverflowWarning", "warnCANOverflow", 520002, "Occurrence CAN queue overflow."),
 ]
@@ -130,43 +116,18 @@ def test_print_generic_error(capsys):
     assert lines[-1] == "MotionPortNotAvaliable: Warning -9101: x"
 
 
-STATUSES = {
-    10: -7000,
-    13: -7003,
-    20: -7004,
-    27: -7011,
-    40: -7012,
-    42: -7014,
-    50: -7015,
-    57: -7022,
-    70: -7023,
-    73: -7026,
-    80: -7027,
-}
+STATUSES = {10: -7000, 11.0: -7001, 13: -7003, 20: -7004, 27: -7011, 40: -7012, 42: -7014}
+STATUSES |= {50: -7015, 57: -7022, 70: -7023, 73: -7026, 80: -7027}
+UNLISTED = [1, 14, 30, 255, -1, True, 10.5, float("nan"), float("inf"), 10**400, 2**64 + 10]
 
 
-@pytest.mark.parametrize("status, code", list(STATUSES.items()) + [(11.0, -7001)])
-def test_listed_firmware_status(status, code):
-    with pytest.raises(pyqvx.Error) as caught:
-        pyqvx.checkFirmwareError(status)
-    assert caught.value.code == code
-    assert caught.value.args == ()
-
-
-@pytest.mark.parametrize(
-    "status", [1, 14, 30, 255, -1, True, 10.5, float("nan"), float("inf"), 10**400, 2**64 + 10]
-)
-def test_unlisted_firmware_status(status):
-    with pytest.raises(pyqvx.FirmwareOtherError):
-        pyqvx.checkFirmwareError(status)
-
-
-def test_success_is_returned_unchanged():
+def test_firmware_statuses():
     for status in (0, 0.0, False):
         assert pyqvx.checkFirmwareError(status) is status
-
-
-@pytest.mark.parametrize("status", ["0", None, [0], 1j])
-def test_a_status_is_a_number(status):
-    with pytest.raises(pyqvx.InputTypeNotCorrectError):
-        pyqvx.checkFirmwareError(status)
+    for status, code in [*STATUSES.items(), *((status, pyqvx.errFirmwareOther) for status in UNLISTED)]:
+        with pytest.raises(pyqvx.Error) as caught:
+            pyqvx.checkFirmwareError(status)
+        assert (caught.value.code, caught.value.args) == (code, ()), status
+    for status in ("0", None, [0], 1j):
+        with pytest.raises(pyqvx.InputTypeNotCorrectError):
+            pyqvx.checkFirmwareError(status)

@@ -3,23 +3,21 @@
 from __future__ import annotations
 
 import importlib.util
-import os
 import re
 import subprocess
 import sys
 from pathlib import Path
 
 import pytest
+from fakes import ROOT, environment
 
-ROOT = Path(__file__).resolve().parents[2]
 EXAMPLES = ROOT / "examples"
 LIMIT_S = 100
 
 
 def run(name: str, *options: str) -> subprocess.CompletedProcess[str]:
-    paths = [str(ROOT / "virtual" / "python"), os.environ.get("PYTHONPATH", "")]
-    environ = os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths)), "PYTHONIOENCODING": "utf-8"}
     command = [sys.executable, str(EXAMPLES / name), *options]
+    environ = environment() | {"PYTHONIOENCODING": "utf-8"}
     return subprocess.run(command, env=environ, capture_output=True, text=True, timeout=LIMIT_S, check=False)
 
 

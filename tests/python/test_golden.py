@@ -1,8 +1,6 @@
-"""Golden bytes of every operation of every product, in both forms. `python test_golden.py` counts them."""
+"""Golden bytes of every operation of every product, in both forms."""
 
-import asyncio
 import inspect
-from collections import Counter
 from dataclasses import replace
 
 import pytest
@@ -29,16 +27,6 @@ def rows_of(cls):
     return [row for row in ROWS if row.name in offered and (row.models is None or cls.__name__ in row.models)]
 
 
-def run(device, name, args, form):
-    if form == "blocking":
-        return getattr(device, name)(*args)
-
-    async def main():
-        return await getattr(device, name + "_async")(*args)
-
-    return asyncio.run(main())
-
-
 def plain(result):
     return result.tolist() if hasattr(result, "tolist") else result
 
@@ -48,7 +36,7 @@ def received(code, payload):
     return (code, payload) if code > 48 else (code << 8 | payload[0], payload[1:])
 
 
-def check(device, row, form):
+def check(device, row, call=lambda device, name, *args: getattr(device, name)(*args)):
     transport = device.client_cmd
     transport.sent.clear()
     replies = {(code, bytes.fromhex(sent)): reply for code, sent, reply in row.exchanges}
@@ -63,7 +51,7 @@ def check(device, row, form):
 
     transport.answers = {code: answer(code) for code, _ in replies}
     try:
-        result = run(device, row.name, row.args, form)
+        result = call(device, row.name, *row.args)
     except pyqvx.Error as error:
         result = type(error)
     assert transport.sent == [(code, bytes.fromhex(sent)) for code, sent, _ in row.exchanges], str(row)
@@ -71,14 +59,13 @@ def check(device, row, form):
     assert repr(plain(result)) == repr(row.result), str(row)
 
 
-@pytest.mark.parametrize("form", ["blocking", "coroutine"])
 @pytest.mark.parametrize("cls", products(), ids=lambda cls: cls.__name__)
-def test_operations_send_and_give_what_they_should(cls, form):
+def test_operations_send_and_give_what_they_should(cls, call):
     device = connected(FakeTransport({}), cls)
     device.resend = False
     try:
         for row in rows_of(cls):
-            check(device, row, form)
+            check(device, row, call)
     finally:
         device.client_cmd.pool = None
         device.close()
@@ -115,12 +102,12 @@ def test_buses_raise_what_the_device_refuses():
     device = connected(FakeTransport({}), pyqvx.CordlogF1CD)
     device.resend = False
     for row in i2c_spi.ROWS + serial_can.ROWS:
-        check(device, row, "blocking")
+        check(device, row)
         answered = [exchange for exchange in row.exchanges if exchange[2] is not None]
         if answered and answered[-1][0] != pyqvx.GET_PIN_MODE_OF_SLOT:
             code, sent, reply = answered.pop()
             exchanges = (*answered, (code, sent, reply[:2] + "39"))
-            check(device, replace(row, exchanges=exchanges, result=pyqvx.FirmwareCANError), "blocking")
+            check(device, replace(row, exchanges=exchanges, result=pyqvx.FirmwareCANError))
     device.client_cmd.pool = None
     device.close()
 
@@ -147,23 +134,3 @@ def test_every_row_is_of_some_product():
     assert [str(row) for row in ROWS if row not in used] == []
     for row in ROWS:
         assert row.models is None or row.models <= {cls.__name__ for cls in products()}, str(row)
-
-
-def count():
-    total = Counter()
-    print(f"{'model':<16}{'operations':>12}{'covered':>9}{'rows':>7}{'calls':>7}")
-    for cls in products():
-        offered, rows = operations(cls), rows_of(cls)
-        covered = offered & {row.name for row in rows}
-        # In two forms each.
-        line = {"operations": 2 * len(offered), "covered": 2 * len(covered), "rows": len(rows)}
-        line["calls"] = 2 * len(rows)
-        total.update(line)
-        print(f"{cls.__name__:<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**line))
-    print(f"{'all':<16}" + "{operations:>12}{covered:>9}{rows:>7}{calls:>7}".format(**total))
-    names = {name for cls in products() for name in operations(cls)}
-    print(f"{len(names)} operations by name, {len(ROWS)} rows")
-
-
-if __name__ == "__main__":
-    count()

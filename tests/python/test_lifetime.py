@@ -9,7 +9,7 @@ import weakref
 from concurrent.futures import ThreadPoolExecutor
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks, run_script
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks
 
 import pyqvx
 
@@ -17,10 +17,11 @@ import pyqvx
 class Gatekeeper(FakeTransport):
     """Calls `act` while it connects."""
 
+    disconnects = 0
+
     def __init__(self, act):
         super().__init__()
         self.act = act
-        self.disconnects = 0
 
     def connect(self, address, port):
         self.act()
@@ -41,29 +42,6 @@ def test_a_transport_may_end_the_connect_it_serves(end):
     if end == "disconnect":
         assert device.connect("127.0.0.1") and device.Sys_getSerialNumber() == "FAKE0001"
     device.close()
-
-
-def test_a_signal_handler_may_close_a_device_that_connects():
-    output = run_script(
-        """
-import signal, socket, threading, time, os
-import pyqvx
-full = socket.create_server(("127.0.0.1", 0), backlog=0)
-knocks = [socket.socket() for _ in range(4)]
-for knock in knocks:
-    knock.setblocking(False)
-    knock.connect_ex(full.getsockname())
-device = pyqvx.FeroxA(verbose=False)
-signal.signal(signal.SIGUSR1, lambda *_: device.close())
-threading.Timer(0.2, os.kill, (os.getpid(), signal.SIGUSR1)).start()
-begin = time.monotonic()
-try:
-    device.connect(*full.getsockname())
-except pyqvx.NetworkConnectionError:
-    print("ended", time.monotonic() - begin < 4.5, repr(device))
-"""
-    )
-    assert output == "ended True <FeroxA (Ferox-A) closed>\n"
 
 
 def test_a_cancelled_connect_is_ended_and_leaves_no_connection():

@@ -45,24 +45,12 @@ def test_identifiers_of_virtual_devices(bench, make):
             assert device._echoPacket(pyqvx.GET_SERIAL_NUMBER, [], 3) == b"QVTCPURL"
             assert place.url in repr(device)
             device.disconnect()
-        for wrong in (
-            "tcp://",
-            "tcp://127.0.0.1",
-            "tcp://127.0.0.1:",
-            "tcp://127.0.0.1:0",
-            "tcp://127.0.0.1:65536",
-        ):
+        for end in ("", "127.0.0.1", "127.0.0.1:", "127.0.0.1:0", "127.0.0.1:65536"):
             with pytest.raises(pyqvx.NetworkConnectionError, match="tcp://ADDRESS:PORT"):
-                device.connect(wrong)
-        for wrong in (
-            "tcp://:7",
-            "tcp://localhost:7",
-            "tcp://127.0.0.1:7\0",
-            "tcp://127.0.0.1:7 ",
-            "tcp://1:2:3",
-        ):
+                device.connect("tcp://" + end)
+        for end in (":7", "localhost:7", "127.0.0.1:7\0", "127.0.0.1:7 ", "1:2:3"):
             with pytest.raises(pyqvx.NetworkConnectionError):
-                device.connect(wrong)
+                device.connect("tcp://" + end)
         # The next connection is over the handle's own medium again.
         with pytest.raises((pyqvx.USBConnectionError, pyqvx.UARTConnectionError)):
             device.connect("no such device")

@@ -4,7 +4,7 @@ import asyncio
 import os
 import select
 import signal
-import threading
+import time
 from pathlib import Path
 
 import pytest
@@ -38,36 +38,13 @@ class Line:
         os.close(self.fd)
         self.fd = -1
 
-    def close(self):
-        if self.fd >= 0:
-            self.unplug()
-
 
 @pytest.fixture
 def line():
     made = Line()
     yield made
-    made.close()
-
-
-@pytest.fixture
-def echo(line):
-    """A line on which a device answers every request with the serial number QVUART01."""
-
-    def serve():
-        try:
-            while line.receive(len(REQUEST)) == REQUEST:
-                line.send(b"\x02\x00\x09" + bytes([SERIAL]) + b"QVUART01\r\n")
-        except OSError:  # the near end is closed
-            pass
-
-    keep = os.open(line.port, os.O_RDWR | os.O_NOCTTY)  # so that it stays between connections
-    thread = threading.Thread(target=serve)
-    thread.start()
-    yield line
-    os.write(keep, b"\0" * len(REQUEST))
-    thread.join()
-    os.close(keep)
+    if made.fd >= 0:
+        made.unplug()
 
 
 def test_a_client_carries_bytes(line):
@@ -90,47 +67,47 @@ def test_a_client_carries_bytes(line):
 def test_bad_input_opens_nothing(line):
     client = pyqvx.UARTClient()
     device = pyqvx.UARTDevice(verbose=False)
+    for error, rates in (
+        (pyqvx.InputTypeNotCorrectError, ("9600", 9600.0, None)),
+        (pyqvx.UARTBaudRateNotSupportError, (0, -1, 2**31, 2**70)),
+    ):
+        for bad in rates:
+            for make in (lambda: client.connect(line.port, bad), lambda: pyqvx.UARTDevice(bad)):
+                with pytest.raises(error):
+                    make()
     for bad in (None, 4, b"/dev/ttyUSB0", ["/dev/ttyUSB0"]):
         for connect in (lambda: client.connect(bad, 9600), lambda: device.connect(bad)):
             with pytest.raises(pyqvx.InputTypeNotCorrectError):
                 connect()
-    for bad in ("9600", 9600.0, None):
-        for make in (lambda: client.connect(line.port, bad), lambda: pyqvx.UARTDevice(bad)):
-            with pytest.raises(pyqvx.InputTypeNotCorrectError):
-                make()
-    for bad in (0, -1, 2**31, 2**70):
-        for make in (lambda: client.connect(line.port, bad), lambda: pyqvx.UARTDevice(baudrate=bad)):
-            with pytest.raises(pyqvx.UARTBaudRateNotSupportError):
-                make()
-    for bad in ("", "COM4", "/dev/null", "/tmp", f"{line.port}\0x"):
-        with pytest.raises(pyqvx.UARTConnectionError, match="Please check COM port. .*: "):
-            device.connect(bad)
-        with pytest.raises(pyqvx.UARTConnectionError):
-            asyncio.run(device.connect_async(bad))
+    for bad in ("", "COM4", "/dev/null", f"{line.port}\0x"):
+        for connect in (device.connect, lambda port: asyncio.run(device.connect_async(port))):
+            with pytest.raises(pyqvx.UARTConnectionError, match="Please check COM port. .*: "):
+                connect(bad)
     assert client.socket == 0 and not device.connect_status_cmd
     device.close()
 
 
-def test_a_handle_asks_in_both_forms_and_says_what_happens(echo, capsys):
+def test_a_handle_asks_in_both_forms_and_says_what_happens(bench, capsys):
+    path = bench(pty=True, serial="QVUART01").path
     device = pyqvx.UARTDevice(baudrate=1_000_000)
     assert isinstance(device.client_cmd, pyqvx.UARTClient) and device.baudrate == 1_000_000
     assert repr(device) == "<UARTDevice not connected>" and device.recv_cmd_lock.locked()
-    assert device.connect(echo.port) is True
-    assert device.port == echo.port and device.connect_status_cmd and not device.recv_cmd_lock.locked()
-    assert repr(device) == f"<UARTDevice connected to {echo.port}>"
+    assert device.connect(path) is True
+    assert device.port == path and device.connect_status_cmd and not device.recv_cmd_lock.locked()
+    assert repr(device) == f"<UARTDevice connected to {path}>"
     assert bytes(device._echoPacket(SERIAL, [], PATIENCE_S)) == b"QVUART01"
     device.disconnect()
     with pytest.raises(pyqvx.UARTConnectionError):
         device._echoPacket(SERIAL, [], 1)
 
     async def main():
-        assert await device.connect_async(echo.port) is True
+        assert await device.connect_async(path) is True
         return await device._echoPacket_async(SERIAL, [], PATIENCE_S)
 
     assert bytes(asyncio.run(main())) == b"QVUART01"
     device.close()
     assert not device.recv_cmd_thread.is_alive()
-    up, down = (f"{what} {echo.port} (UARTDevice)" for what in ("Connected to", "Disconnected from"))
+    up, down = (f"{what} {path} (UARTDevice)" for what in ("Connected to", "Disconnected from"))
     assert capsys.readouterr().out.splitlines() == [
         "Opened handle (UARTDevice)",
         *[up, down] * 2,
@@ -163,10 +140,13 @@ def switches():
 def test_an_idle_line_wakes_nobody(line):
     with pyqvx.UARTDevice(verbose=False) as device:
         device.connect(line.port)
-        threading.Event().wait(GLANCE_S)  # until it sleeps
-        before = switches()
-        threading.Event().wait(10 * GLANCE_S)  # ten read timeouts
-        assert len(before) == 1 and switches() == before
+
+        def sleeps():
+            before = switches()
+            time.sleep(10 * GLANCE_S)  # ten read timeouts
+            return len(before) == 1 and switches() == before
+
+        assert eventually(sleeps)
 
 
 def test_a_port_has_one_program_and_is_free_when_that_is_killed(line):

@@ -17,6 +17,8 @@ import make_stubs  # noqa: E402
 import run_tests  # noqa: E402
 import tidy  # noqa: E402
 
+import pyqvx  # noqa: E402
+
 
 @pytest.mark.parametrize(
     "source, line, fault",
@@ -55,10 +57,14 @@ def test_a_change_of_a_header_reached_through_another_is_noticed(tmp_path, monke
     monkeypatch.setattr(tidy, "ROOT", tmp_path)
     core = tmp_path / "src" / "core"
     core.mkdir(parents=True)
-    (core / "a.cpp").write_text('#include "core/b.h"\n')
-    (core / "b.h").write_text('#include "core/c.h"\n')
-    (core / "c.h").write_text("int x;\n")
-    (core / "other.h").write_text("int y;\n")
+    texts = {
+        "a.cpp": '#include "core/b.h"',
+        "b.h": '#include "core/c.h"',
+        "c.h": "int x;",
+        "other.h": "int y;",
+    }
+    for name, text in texts.items():
+        (core / name).write_text(text + "\n")
 
     def marks():
         return tidy.fingerprint(core / "a.cpp", "g++ a.cpp", b"settings")
@@ -151,26 +157,19 @@ def test_an_operation_without_a_good_signature_is_a_fault(docstring, fault):
 )
 def test_counts(tmp_path, cases, status, passed, failed):
     report = tmp_path / "report.xml"
-    make = (
-        f"open({str(report)!r}, 'w').write({f'<testsuite>{cases}</testsuite>'!r});"
-        if cases is not None
-        else ""
-    )
+    text = f"<testsuite>{cases}</testsuite>"
+    make = "" if cases is None else f"open({str(report)!r}, 'w').write({text!r});"
     command = [sys.executable, "-c", f"import sys; {make} sys.exit({status})"]
     counts = run_tests.run("suite", command, report, {})
     assert (counts.passed, counts.failed) == (passed, failed)
 
 
 def test_one_version_everywhere():
-    import pyqvx
-
     match = re.search(r"project\(pyqvx VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text())
     assert match is not None and pyqvx.__version__ == match[1]
 
 
 def test_the_initialiser_is_the_only_exported_symbol():
-    import pyqvx
-
     command = ["nm", "--dynamic", "--defined-only", "--format=just-symbols", pyqvx.__file__]
     listed = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     assert listed.split() == ["PyInit_pyqvx"]

@@ -8,13 +8,11 @@ import signal
 import socket
 import struct
 import subprocess
-import sys
 import time
-import wave
 from pathlib import Path
 
 import pytest
-from fakes import PATIENCE_S, eventually
+from fakes import PATIENCE_S, eventually, run_script
 from qvx_virtual import VirtualDevice, find_program
 
 from pyqvx import (
@@ -99,49 +97,22 @@ def run_program(*arguments: str) -> subprocess.CompletedProcess[str]:
     )
 
 
-def test_state_is_the_devices_not_the_connections() -> None:
+def test_state_is_the_devices_not_the_connections_and_survives_a_reboot() -> None:
     with VirtualDevice("FeroxA", alias="first", serial="QV000042") as bench:
         with Wire(bench.address) as one, Wire(bench.address) as two:
             assert one.ask(GET_SERIAL_NUMBER) == b"QV000042"
             assert one.ask(GET_DEV_ALIAS, b"\0") == b"first\r\n"
             assert one.ask(SET_DEV_ALIAS, b"second") == b"\0"
             assert two.ask(GET_DEV_ALIAS, b"\0") == b"second\r\n"
-        with Wire(bench.address) as again:
-            assert again.ask(GET_DEV_ALIAS, b"\0") == b"second\r\n"
-        assert bench.process.poll() is None
-        process = bench.process
-    assert process.returncode == 0
-
-
-def test_reboot_ends_connections_and_keeps_the_alias() -> None:
-    with VirtualDevice() as bench:
-        with Wire(bench.address) as wire, Wire(bench.address) as other:
-            wire.ask(SET_DEV_ALIAS, b"kept")
-            assert wire.ask(REBOOT) == b"\0"
-            for ended in (wire, other):
+            assert one.ask(REBOOT) == b"\0"
+            for ended in (one, two):
                 with pytest.raises(EOFError):
                     ended.receive()
-        with Wire(bench.address) as wire:
-            assert wire.ask(GET_DEV_ALIAS, b"\0") == b"kept\r\n"
-
-
-def test_a_recording_is_streamed_sample_for_sample(tmp_path: Path) -> None:
-    path = tmp_path / "recording.wav"
-    frames = array.array("h", [(i * 7919) % 65536 - 32768 for i in range(3 * 1000)])
-    with wave.open(str(path), "wb") as file:
-        file.setnchannels(3)
-        file.setsampwidth(2)
-        file.setframerate(8000)
-        file.writeframes(frames.tobytes())
-    with VirtualDevice(source=f"wav:{path}") as bench, Wire(bench.address) as wire:
-        wire.open_stream(mode=1, rate=20000, number=2500)
-        wire.send(START_AI_STREAMING, b"\0")
-        codes = wire.samples(2500)
-        assert len(codes) == 2500 * 8  # exactly, not at least
-        expected = [frames[(n % 1000) * 3 + channel % 3] for n in range(2500) for channel in range(8)]
-        assert codes.tolist() == expected
-        acquired, _, lost = struct.unpack(">III", wire.ask(GET_AI_COUNTERS, b"\0")[2:])
-        assert (acquired, lost) == (2500, 0)
+        with Wire(bench.address) as again:
+            assert again.ask(GET_DEV_ALIAS, b"\0") == b"second\r\n"
+        process = bench.process
+        assert process.poll() is None
+    assert process.returncode == 0
 
 
 def test_streams_are_paced_by_the_clock() -> None:
@@ -153,27 +124,6 @@ def test_streams_are_paced_by_the_clock() -> None:
         elapsed = time.monotonic() - began
         assert set(codes) == {3277}
         assert 1.0 <= elapsed < 6.0  # the last sample is due after exactly 1 s; late only on a busy machine
-
-
-def test_200_khz_on_all_channels_account_for_every_sample() -> None:
-    with VirtualDevice(source="sine:5:50") as bench, Wire(bench.address) as wire:
-        wire.open_stream(mode=1, rate=200_000, number=200_000)
-        wire.send(START_AI_STREAMING, b"\0")
-        received = 0
-
-        def all_accounted_for() -> bool:
-            nonlocal received
-            wire.send(GET_AI_COUNTERS, b"\0")
-            code, payload = wire.receive()
-            while code == START_AI_STREAMING:
-                received += len(payload) // 16
-                code, payload = wire.receive()
-            acquired, _, lost = struct.unpack(">III", payload[2:])
-            assert received + lost <= acquired
-            return received + lost == 200_000
-
-        assert eventually(all_accounted_for)
-        assert received > 0
 
 
 def test_a_client_that_does_not_read_loses_samples_and_holds_up_nobody() -> None:
@@ -299,12 +249,8 @@ def test_hostile_bytes() -> None:
         (["--status", "x=1"], "CODE=STATUS"),
         (["--serial", "short"], "8 characters"),
         (["--alias", "a", "--alias", "b"], "more"),
-        (["--source", "sine:loud"], "not a number"),
-        (["--source", "8=constant:1"], "channels 0 to 7"),
         (["--source", "wav:/etc/hostname"], "RIFF"),
         (["--wire", "do0.1"], "from an output to an input"),
-        (["--wire", "do0.1=di0.2"], "no such output"),
-        (["--wire", "ao0.0=ai0.0"], "the device has none"),
         (["--can-load", "5"], "no CAN bus"),
         (["--model", "CordlogF1D", "--can-bus", "a"], "no CAN bus"),
         (["--quiet", "--verbose"], "quiet"),
@@ -348,19 +294,8 @@ def test_signals_end_it_cleanly(number: int) -> None:
 
 
 def test_it_ends_with_the_process_that_started_it() -> None:
-    script = (
-        "import os, sys; sys.path.insert(0, sys.argv[1]); from qvx_virtual import VirtualDevice;"
-        "bench = VirtualDevice().start(); print(bench.process.pid, flush=True); os._exit(0)"
-    )
-    directory = str(Path(__file__).resolve().parents[2] / "virtual" / "python")
-    result = subprocess.run(
-        [sys.executable, "-c", script, directory],
-        capture_output=True,
-        text=True,
-        timeout=PATIENCE_S,
-        check=True,
-    )
-    stat = Path(f"/proc/{int(result.stdout)}/stat")
+    start = "import os; from qvx_virtual import VirtualDevice; print(VirtualDevice().start().process.pid)"
+    stat = Path(f"/proc/{int(run_script(start + '; os._exit(0)'))}/stat")
 
     def gone() -> bool:
         try:

@@ -58,35 +58,33 @@ def test_a_handle_connects_and_connects_again(bench):
         assert eventually(answers)
 
 
-def test_any_program_may_use_the_line_as_it_is():
+def test_any_program_may_use_the_line_and_its_streams_end_with_the_last():
     with VirtualDevice(pty=True) as bench:
+
+        def close(line):
+            closed = bench.log.count("closed")
+            os.close(line)
+            assert eventually(lambda: bench.log.count("closed") == closed + 1)
+
         line = open_line(bench.path)
-        os.write(line, DRIVER_INFO[:3])
-        os.write(line, DRIVER_INFO[3:])
-        received = read_line(line)
+        for part in (DRIVER_INFO[:3], DRIVER_INFO[3:]):
+            os.write(line, part)
+        received = b""
         while len(received) < len(REPLY):
             received += read_line(line)
         assert received == REPLY
-        os.close(line)
-
-
-def test_streams_end_with_the_last_program_that_has_the_line():
-    with VirtualDevice(pty=True) as bench:
+        close(line)
         for _ in range(3):
             line = open_line(bench.path)
             for request in OPEN_AI_STREAMING:
                 os.write(line, request)
             for _ in range(20):
                 assert read_line(line)
-            closed = bench.log.count("closed")
-            os.close(line)
-            assert eventually(lambda before=closed: bench.log.count("closed") == before + 1)
+            close(line)
             line = open_line(bench.path)
             assert read_line(line, 0.3) == b""
-            closed = bench.log.count("closed")
-            os.close(line)
-            assert eventually(lambda before=closed: bench.log.count("closed") == before + 1)
-            assert bench.process.poll() is None
+            close(line)
+        assert bench.process.poll() is None
 
 
 @pytest.mark.parametrize("also", [{"listen": "127.0.0.1:0"}, {"discovery": True}, {"usbip": True}])

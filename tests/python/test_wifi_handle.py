@@ -1,6 +1,8 @@
 """The handle with a command channel and a data channel, against two listeners."""
 
 import asyncio
+import contextlib
+import os
 import socket
 
 import pytest
@@ -13,26 +15,19 @@ REPLY = b"\x02\x00\x03" + bytes([SERIAL]) + b"QV\r\n"
 
 
 class Peers:
-    """A device's two ports."""
+    """A device's two ports, of commands and of data."""
 
     def __init__(self, ip="127.0.0.1", command=0, data=0):
+        self.listeners = [socket.create_server((ip, port)) for port in (command, data)]
+        for listener in self.listeners:
+            listener.settimeout(PATIENCE_S)
         self.ip = ip
-        self.listeners = []
-        for port in (command, data):
-            self.listeners.append(socket.create_server((ip, port)))
-            self.listeners[-1].settimeout(PATIENCE_S)
+        command, data = (listener.getsockname()[1] for listener in self.listeners)
+        self.ports = {"port": data, "cmd_port": command}
 
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
+    def close(self):
         for listener in self.listeners:
             listener.close()
-
-    @property
-    def ports(self):
-        command, data = (listener.getsockname()[1] for listener in self.listeners)
-        return {"port": data, "cmd_port": command}
 
     def accept(self):
         peers = [listener.accept()[0] for listener in self.listeners]
@@ -43,8 +38,9 @@ class Peers:
 
 @pytest.fixture
 def peers():
-    with Peers() as made:
-        yield made
+    made = Peers()
+    yield made
+    made.close()
 
 
 def test_both_channels_serve_one_handle(peers, capsys):
@@ -77,10 +73,13 @@ def test_both_channels_serve_one_handle(peers, capsys):
 
 def test_the_address_alone_is_enough():
     try:
-        peers = Peers("127.0.0.93", pyqvx.TCP_CMD_PORT, pyqvx.TCP_DATA_PORT)
+        # An address that no other run of the tests has.
+        peers = Peers(
+            f"127.93.{os.getpid() >> 8 & 255}.{os.getpid() & 255}", pyqvx.TCP_CMD_PORT, pyqvx.TCP_DATA_PORT
+        )
     except PermissionError:
         pytest.skip("ports below 1024 need a privilege")
-    with peers, pyqvx.WifiDevice(verbose=False) as device:
+    with contextlib.closing(peers), pyqvx.WifiDevice(verbose=False) as device:
         device.connect(peers.ip)
         peers.accept()
         assert device.connect_status_cmd and device.connect_status_data
@@ -98,7 +97,7 @@ def test_verbose_is_the_handle_s_unless_told_otherwise(peers, capsys):
 @pytest.mark.parametrize("closed", [0, 1], ids=["command", "data"])
 def test_without_either_channel_there_is_none(peers, closed):
     ports = peers.ports
-    peers.listeners[closed].close()
+    peers.listeners[closed].shutdown(socket.SHUT_RDWR)  # its port stays taken
     with pyqvx.WifiDevice(verbose=False) as device:
         for connect in (device.connect, lambda *ip, **to: asyncio.run(device.connect_async(*ip, **to))):
             with pytest.raises(pyqvx.NetworkConnectionError):
@@ -123,15 +122,15 @@ def test_a_coroutine_connects_and_a_cancelled_one_leaves_nothing(peers):
 
     async def main():
         async with pyqvx.WifiDevice(verbose=False) as device:
-            with pytest.raises(asyncio.TimeoutError):
-                await asyncio.wait_for(
-                    device.connect_async(
-                        peers.ip, port=full.getsockname()[1], cmd_port=peers.ports["cmd_port"]
-                    ),
-                    0.2,
-                )
+            ports = peers.ports | {"port": full.getsockname()[1]}
+            connecting = asyncio.create_task(device.connect_async(peers.ip, **ports))
+            command, _ = await asyncio.to_thread(peers.listeners[0].accept)
+            connecting.cancel()
+            with pytest.raises(asyncio.CancelledError):
+                await connecting
             assert not device.connect_status_cmd and not device.connect_status_data
-            assert peers.listeners[0].accept()[0].recv(1) == b""
+            command.settimeout(PATIENCE_S)
+            assert command.recv(1) == b""
             assert await device.connect_async(peers.ip, **peers.ports) is True
             _, data = peers.accept()
             data.sendall(REPLY)

@@ -73,12 +73,5 @@ TEST(Argument, RangesHoldAtTheirEnds) {
   expectFailure([] { checkedByteList(Items{Argument::hugeInt(false)}, "data"); }, kRange, "above 2**63 - 1");
 }
 
-TEST(Argument, NumbersAreFiniteOrInfiniteButNeverNan) {
-  EXPECT_EQ(checkedNumber(3, "rate"), 3.0);
-  EXPECT_EQ(checkedNumber(0.5, "rate"), 0.5);
-  EXPECT_EQ(checkedTimeout(INFINITY), INFINITY);
-  expectFailure([] { checkedTimeout(NAN); }, ErrorId::InputDataNotInRangeError, "timeout");
-}
-
 }  // namespace
 }  // namespace qvx

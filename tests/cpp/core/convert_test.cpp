@@ -62,16 +62,5 @@ TEST(Convert, AddressesKeepTheWrittenOrder) {
   }
 }
 
-TEST(Convert, MasksAndLists) {
-  EXPECT_EQ(convertIntToBinaryList(6, 4), (std::vector{0, 1, 1, 0}));
-  EXPECT_EQ(convertIntToBinaryList(~0ULL, 70).at(64), 0);
-  EXPECT_TRUE(convertIntToBinaryList(6, -1).empty());
-  EXPECT_EQ(convertIndexListToInt(std::vector{3, 0, 3, 63}), (1ULL << 63) + 9);
-  EXPECT_EQ(convertIndexAndBinaryListsToInt(std::vector{0, 3, 1, 2}, std::vector{5, 1, -4}), 9U);
-  for (const int index : {-1, 64}) {
-    expectOutOfRange([&] { convertIndexListToInt(std::vector{0, index}); }, "convertIndexListToInt");
-  }
-}
-
 }  // namespace
 }  // namespace qvx

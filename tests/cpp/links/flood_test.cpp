@@ -70,6 +70,7 @@ TEST_P(LinkFloodTest, AFloodedHandleCanBeAskedDisconnectedAndClosed) {
     for (int i = 0; i < 3; ++i) {
       EXPECT_EQ(failureOf([&] { device().echoPacketWithRetry(GET_SERIAL_NUMBER, Bytes{1}, 0.05); }), "");
     }
+    EXPECT_TRUE(!flood.kept || queue->waitForSize(1, deadlineAfter(20)));
     const auto begin = Clock::now();
     over = true;
     road->disconnect();

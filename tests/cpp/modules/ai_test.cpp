@@ -100,10 +100,7 @@ struct Limit {
 };
 
 TEST(AI, LimitsTheSamplingRateByProduct) {
-  std::vector<Limit> rows{
-      {ProductId::LUMA, 1, 12000},      {ProductId::LUMA, 2, 6000},        {ProductId::LUMA, 3, 4000},
-      {ProductId::FeroxA, 8, 20000},    {ProductId::SkylogF4A, 8, 20000},  {ProductId::FeroxA2, 8, 10000},
-      {ProductId::SkylogE3A, 8, 10000}, {ProductId::SkylogE3AH, 8, 10000}, {ProductId::SkylogE3AOD, 8, 10000}};
+  std::vector<Limit> rows{{ProductId::LUMA, 1, 12000}, {ProductId::LUMA, 2, 6000}, {ProductId::LUMA, 3, 4000}};
   for (const auto product : {ProductId::CordlogF1AD, ProductId::CordlogF1AOD}) {
     const std::array<int, 8> hz{16000, 8000, 6300, 4000, 3200, 2600, 2200, 2000};
     for (int channels = 1; channels <= 8; ++channels) {

@@ -2,7 +2,6 @@
 
 #include "tests/cpp/protocol/fakes.h"
 
-#include <algorithm>
 #include <future>
 #include <latch>
 
@@ -20,56 +19,6 @@ double secondsOf(const std::function<void()>& call) {
   const auto begin = Clock::now();
   call();
   return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-struct Classification {
-  int cmd;
-  Bytes data;
-  PacketKind kind;
-};
-
-TEST(Engine, ClassifiesPackets) {
-  const std::vector<Classification> rows{
-      {START_CAN, {0, 1}, PacketKind::Streaming},
-      {START_UART_READING, {}, PacketKind::Streaming},
-      {START_AI_STREAMING, {0}, PacketKind::Streaming},
-      {START_AI_STREAMING_VARIABLE, {0}, PacketKind::Streaming},
-      {START_AO_STREAMING, {0}, PacketKind::Streaming},
-      {START_MOTION_MONITORING, {0}, PacketKind::Streaming},
-      {AHRS_START, {0}, PacketKind::Streaming},
-      {AI_START_STREAMING_24BIT, {0}, PacketKind::Streaming},
-      {GET_DEVICE_INFO, {1, 2}, PacketKind::Broadcast},
-      {GET_DEVICE_INFO, {0, 2}, PacketKind::Ignore},
-      {GET_DEVICE_INFO, {}, PacketKind::Ignore},
-      {CHECK_MAC_AND_SET_IP, {1}, PacketKind::Broadcast},
-      {CHECK_MAC_AND_REBOOT, {2}, PacketKind::Ignore},
-      {NETCOM_CHECK_MAC_RINGING, {1}, PacketKind::Broadcast},
-      {MOTION, {1, 2, 3}, PacketKind::Echo},
-      {GET_DRIVER_INFO, {1}, PacketKind::Echo},
-      {65535, {}, PacketKind::Echo},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(Packet_based::checkCommandType(row.cmd, row.data), row.kind) << row.cmd;
-  }
-}
-
-TEST(Engine, FilesEachKindInItsPool) {
-  Engine engine;
-  engine.putToDataPool(kEcho, {1, 2});
-  engine.putToDataPool(kEcho, {3});
-  engine.putToDataPool(START_AI_STREAMING, {5, 10, 11});
-  engine.putToDataPool(START_AI_STREAMING, {5, 12});
-  engine.putToDataPool(START_AI_STREAMING, {6});
-  engine.putToDataPool(GET_DEVICE_INFO, {1, 7, 8});
-  engine.putToDataPool(GET_DEVICE_INFO, {1, 7, 8});
-  engine.putToDataPool(GET_DEVICE_INFO, {0, 9});
-  EXPECT_EQ(engine.data_pool_echo.take(kEcho), Bytes{3});
-  const auto queue = engine.data_pool_strm.at({START_AI_STREAMING, 5});
-  EXPECT_EQ(queue->take(), (Bytes{10, 11}));
-  EXPECT_EQ(queue->take(), Bytes{12});
-  EXPECT_EQ(engine.data_pool_strm.at({START_AI_STREAMING, 6})->take(), Bytes{});
-  EXPECT_EQ(engine.data_pool_bcst.at(GET_DEVICE_INFO)->snapshot(), (std::set<Bytes>{{7, 8}}));
-  EXPECT_EQ(engine.data_pool_echo.size(), 0U);
 }
 
 TEST(Engine, DropsPacketsTooShortForTheirKind) {
@@ -204,27 +153,6 @@ TEST(Engine, RefusesWhatDoesNotFitAFrame) {
   EXPECT_TRUE(engine.transport->sent().empty());
 }
 
-// What calls Python must find a stack of full size, whichever form runs.
-TEST(Engine, ATransportOfPythonsIsCalledOffTheFiber) {
-  class PythonLike : public FakeTransport {
-   public:
-    void sendPacket(ByteView frame) override {
-      on_fiber = Fiber::current() != nullptr;
-      FakeTransport::sendPacket(frame);
-    }
-    bool on_fiber = true;
-  };
-  const auto loop = makeLoop();
-  const auto transport = std::make_shared<PythonLike>();
-  Engine engine;
-  engine.setClientCmd(transport);
-  loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); });
-  EXPECT_FALSE(transport->on_fiber);
-  transport->lose();
-  EXPECT_EQ(failureOf([&] { loop->runBody([&] { engine.sendPacketWithoutReply(kEcho, {}); }); }),
-            "NetworkConnectionLostError");
-}
-
 TEST(Engine, TellsRepliesOfCANFromItsStream) {
   Engine engine;
   engine.putToDataPool(OPEN_CAN << 8 | 1, {57});  // as the splitter reads [1, 57]
@@ -285,27 +213,6 @@ TEST(Engine, BroadcastsThreeTimesAndCollectsAnswersFor5Seconds) {
   engine.closePools();  // ends the 5 s early
   ASSERT_TRUE(loop->run({fiber.get()}));
   EXPECT_EQ(answers->snapshot(), (std::set<Bytes>{{42}}));
-}
-
-TEST(Engine, ClosingEndsEveryWaitAndEverySend) {
-  const auto loop = makeLoop();
-  Engine engine;
-  std::optional<Bytes> reply{Bytes{}};
-  std::vector<Bytes> items{{1}};
-  const auto queue = engine.data_pool_strm.at({START_AI_STREAMING, 0});
-  const auto waiting = loop->make([&] { reply = engine.echoPacket(kEcho, {}, 60); });
-  const auto draining = loop->make([&] { items = engine.getStreamingFromPool(*queue, 10); });
-  waiting->resume();
-  draining->resume();
-  auto blocked = std::async(std::launch::async, [&] { return engine.getStreamingFromPool(*queue, 10).size(); });
-  engine.closePools();
-  EXPECT_TRUE(loop->run({waiting.get(), draining.get()}));
-  EXPECT_EQ(reply, std::nullopt);
-  EXPECT_TRUE(items.empty());
-  EXPECT_EQ(blocked.get(), 0U);
-  engine.transport->sent();
-  EXPECT_EQ(failureOf([&] { engine.echoPacket(kEcho, {}, 60); }), "NetworkConnectionLostError");
-  EXPECT_TRUE(engine.transport->sent().empty());
 }
 
 }  // namespace

@@ -97,12 +97,8 @@ class FakeTransport : public Transport {
     }
     return {std::make_move_iterator(arriving_.begin()), std::make_move_iterator(std::exchange(arriving_, {}).end())};
   }
-  bool connect(const std::string& address, int number) override {
+  bool connect(const std::string&, int) override {
     const std::lock_guard lock(mutex_);
-    if (refuse_) {
-      fail(ErrorId::NetworkConnectionError);
-    }
-    connected_to_ = address + ":" + std::to_string(number);
     open_ = true;
     lost_ = false;
     return true;
@@ -128,18 +124,10 @@ class FakeTransport : public Transport {
     lost_ = true;
     changed_.notify_all();
   }
-  void refuseConnections(bool refuse) {
-    const std::lock_guard lock(mutex_);
-    refuse_ = refuse;
-  }
   // Frames sent since the last call, in hexadecimal.
   std::vector<std::string> sent() {
     const std::lock_guard lock(mutex_);
     return std::exchange(sent_, {});
-  }
-  std::string connectedTo() const {
-    const std::lock_guard lock(mutex_);
-    return connected_to_;
   }
   int reads() const {
     const std::lock_guard lock(mutex_);
@@ -152,12 +140,10 @@ class FakeTransport : public Transport {
   Answer answer_;
   std::vector<std::string> sent_;
   std::deque<Frame> arriving_;
-  std::string connected_to_;
   int reads_ = 0;
   bool open_ = true;
   bool lost_ = false;
   bool woken_ = false;
-  bool refuse_ = false;
 };
 
 // An event loop of its own, as small as one can be.

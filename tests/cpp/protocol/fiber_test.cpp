@@ -23,27 +23,6 @@ struct OnEnd {
   bool& flag_;
 };
 
-TEST(Fiber, RunsFromWaitToWait) {
-  const auto loop = makeLoop();
-  std::vector<int> steps;
-  Fiber fiber(loop, [&] {
-    EXPECT_EQ(Fiber::current(), &fiber);
-    for (int i = 0; i < 3; ++i) {
-      steps.push_back(i);
-      suspendOnce();
-    }
-  });
-  EXPECT_EQ(Fiber::current(), nullptr);
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_FALSE(fiber.resume());
-    EXPECT_EQ(Fiber::current(), nullptr);
-    EXPECT_EQ(steps.size(), i + 1);
-  }
-  EXPECT_TRUE(fiber.resume());
-  EXPECT_TRUE(fiber.finished());
-  EXPECT_EQ(fiber.failure(), nullptr);
-}
-
 TEST(Fiber, EveryWaitHasItsOwnTicket) {
   const auto loop = makeLoop();
   std::set<std::uint64_t> tickets;
@@ -56,22 +35,6 @@ TEST(Fiber, EveryWaitHasItsOwnTicket) {
     tickets.insert(second.ticket());
   }
   EXPECT_EQ(tickets.size(), 4U);
-}
-
-TEST(Fiber, ExceptionsOfTheBodyReachTheDriver) {
-  const auto loop = makeLoop();
-  for (const int waits : {0, 1, 2}) {
-    Fiber fiber(loop, [waits] {
-      for (int i = 0; i < waits; ++i) {
-        suspendOnce();
-      }
-      throw std::runtime_error("body");
-    });
-    while (!fiber.resume()) {
-    }
-    ASSERT_NE(fiber.failure(), nullptr);
-    EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::runtime_error);
-  }
 }
 
 // The driver may itself be in a handler: what is being handled there must survive the fiber's own throwing and
@@ -94,24 +57,6 @@ TEST(Fiber, HandlersOfDriverAndBodyDontMix) {
     EXPECT_STREQ(error.what(), "outside");
   }
   EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::logic_error);
-}
-
-TEST(Fiber, CancelUnwindsTheBody) {
-  const auto loop = makeLoop();
-  bool unwound = false;
-  bool went_on = false;
-  Fiber fiber(loop, [&] {
-    const OnEnd end(unwound);
-    suspendOnce();
-    went_on = true;
-  });
-  fiber.resume();
-  fiber.cancel();
-  EXPECT_FALSE(unwound);
-  EXPECT_TRUE(fiber.resume());
-  EXPECT_TRUE(unwound);
-  EXPECT_FALSE(went_on);
-  EXPECT_EQ(fiber.failure(), nullptr);
 }
 
 TEST(Fiber, CancelledBodyThatWaitsAgainIsThrownOutAgain) {
@@ -196,13 +141,6 @@ TEST(Fiber, ExceptionsComeBackFromOutside) {
   EXPECT_TRUE(fiber.resume());
   EXPECT_EQ(caught, "from outside");
   EXPECT_THROW(std::rethrow_exception(fiber.failure()), std::logic_error);
-}
-
-TEST(Fiber, OutsideOnAPlainStackIsAPlainCall) {
-  int calls = 0;
-  Fiber::outside([&] { ++calls; });
-  EXPECT_EQ(calls, 1);
-  EXPECT_THROW(Fiber::outside([] { throw std::runtime_error("plain"); }), std::runtime_error);
 }
 
 // More than the pool of stacks keeps, each with its own locals.

@@ -3,9 +3,7 @@
 #include "protocol/signal_queue.h"
 #include "tests/cpp/protocol/fakes.h"
 
-#include <algorithm>
 #include <future>
-#include <numeric>
 #include <thread>
 
 namespace qvx::test {
@@ -144,30 +142,6 @@ TEST(SignalQueue, DropsAndCountsWhatDoesNotFit) {
   EXPECT_EQ(flat(queue.take(SIZE_MAX)), more);
   EXPECT_TRUE(queue.take(9).empty());
   EXPECT_EQ(queue.dropped(), 7U);
-}
-
-TEST(SignalQueue, KeepsRowsOfChangingWidthApart) {
-  SignalQueue<double> queue(100);
-  queue.put(rows(0, 3, 1), 1);
-  queue.put(rows(3, 2, 4), 4);
-  queue.put(rows(5, 2, 1), 1);
-  EXPECT_EQ(queue.size(), 7U);
-
-  auto uniform = queue.take(2, true);
-  ASSERT_EQ(uniform.size(), 1U);
-  EXPECT_EQ(uniform[0].values, rows(0, 2, 1));
-  uniform = queue.take(100, true);
-  ASSERT_EQ(uniform.size(), 1U);
-  EXPECT_EQ(uniform[0].values, rows(2, 1, 1));
-
-  const auto mixed = queue.take(100);
-  ASSERT_EQ(mixed.size(), 2U);
-  EXPECT_EQ(mixed[0].width, 4U);
-  EXPECT_EQ(mixed[0].rows(), 2U);
-  EXPECT_EQ(mixed[0].values, rows(3, 2, 4));
-  EXPECT_EQ(mixed[1].width, 1U);
-  EXPECT_EQ(mixed[1].values, rows(5, 2, 1));
-  EXPECT_EQ(queue.size(), 0U);
 }
 
 }  // namespace

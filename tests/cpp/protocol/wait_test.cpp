@@ -143,18 +143,6 @@ TEST(Condition, CtrlCEndsTheMainThreadsWaitsAndNoOthers) {
   EXPECT_TRUE(other.get());
 }
 
-TEST(Gate, IsMadeClosedAndKnowsItsState) {
-  Gate gate;
-  EXPECT_TRUE(gate.locked());
-  EXPECT_FALSE(gate.tryAcquire());
-  EXPECT_FALSE(gate.acquire(deadlineAfter(0)));
-  EXPECT_TRUE(gate.release());
-  EXPECT_FALSE(gate.release());
-  gate.pass();
-  EXPECT_TRUE(gate.acquire());
-  EXPECT_TRUE(gate.locked());
-}
-
 TEST(Gate, ParksUntilItIsOpened) {
   Gate gate;
   EXPECT_FALSE(gate.waitParked(Clock::now() + kGlance));
@@ -163,41 +151,6 @@ TEST(Gate, ParksUntilItIsOpened) {
   EXPECT_EQ(passing.wait_for(kGlance), std::future_status::timeout);
   gate.release();
   EXPECT_EQ(passing.wait_for(kPatience), std::future_status::ready);
-}
-
-TEST(Gate, AnotherThreadMayRelease) {
-  Gate gate;
-  auto holder = std::async(std::launch::async, [&] { return gate.acquire(deadlineAfter(20)); });
-  EXPECT_EQ(holder.wait_for(kGlance), std::future_status::timeout);
-  gate.release();
-  EXPECT_TRUE(holder.get());
-  EXPECT_TRUE(gate.locked());
-}
-
-TEST(Worker, RunsBehindItsGateUntilStopped) {
-  const auto gate = std::make_shared<Gate>();
-  std::atomic<int> steps{0};
-  Worker worker(
-      "test", gate,
-      [&] {
-        ++steps;
-        std::this_thread::yield();
-      },
-      [] {});
-  EXPECT_TRUE(gate->waitParked(Clock::now() + kPatience));
-  EXPECT_EQ(steps, 0);
-  gate->release();
-  EXPECT_TRUE(eventually([&] { return steps > 3; }));
-  gate->acquire();
-  EXPECT_TRUE(gate->waitParked(Clock::now() + kPatience));
-  const int parked_at = steps;
-  EXPECT_FALSE(worker.join(deadlineAfter(0.02)));
-  EXPECT_EQ(steps, parked_at);
-  EXPECT_TRUE(worker.alive());
-  worker.stop();
-  worker.stop();
-  EXPECT_FALSE(worker.alive());
-  EXPECT_TRUE(worker.join(deadlineAfter(0)));
 }
 
 TEST(Worker, StopEndsAStepThatBlocks) {

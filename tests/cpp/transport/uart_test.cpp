@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include <cmath>
-#include <numeric>
 #include <thread>
 
 namespace qvx {
@@ -41,37 +40,7 @@ TEST_F(UARTClientTest, CarriesFramesBothWays) {
   EXPECT_EQ(client.socket(), 0);
   EXPECT_TRUE(client.connect(line.name(), kRate));
   EXPECT_GT(client.socket(), 0);
-  client.sendPacket(Bytes{2, 0, 1, 240, 13, 10});
-  EXPECT_EQ(line.receive(6), (Bytes{2, 0, 1, 240, 13, 10}));
-
-  client.setTimeout(std::nullopt);
-  for (const std::uint8_t byte : {2, 0, 2, 240, 5, 13}) {  // each piece is read before the next one leaves
-    line.send({byte});
-    EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
-  }
-  line.send({10, 2, 0, 1, 241, 13, 10, 2, 0});
-  EXPECT_EQ(nextFrames(client), (std::vector<Frame>{{240, {5}}, {241, {}}}));
-  EXPECT_EQ(client.stream(), (Bytes{2, 0}));
-  line.send({1, 2, 3, 4, 5});
-  EXPECT_EQ(client.recvPacket(3), (Bytes{1, 2, 3}));
-  EXPECT_EQ(client.recvPacket(3), (Bytes{4, 5}));
-}
-
-// Control characters, line ends and flow control among them.
-TEST_F(UARTClientTest, EveryByteArrivesAsItLeft) {
-  Bytes all(256);
-  std::iota(all.begin(), all.end(), std::uint8_t{0});
-  UARTClient client;
-  client.connect(line.name(), kRate);
-  client.sendPacket(all);
-  EXPECT_EQ(line.receive(all.size()), all);
-  line.send(all);
-  Bytes arrived;
-  while (arrived.size() < all.size()) {
-    const Bytes part = client.recvPacket(64);
-    arrived.insert(arrived.end(), part.begin(), part.end());
-  }
-  EXPECT_EQ(arrived, all);
+  test::carryFramesBothWays(client, line);
 }
 
 TEST_F(UARTClientTest, SetsAnyRateAndRaw8N1) {
@@ -161,11 +130,7 @@ TEST_F(UARTClientTest, APortHasOneUser) {
 TEST_F(UARTClientTest, WithoutAConnectionNothingMoves) {
   UARTClient client;
   for (int round = 0; round < 2; ++round) {
-    for (const auto& operation :
-         std::vector<std::function<void()>>{[&] { client.recvAndSplitPacket(64); }, [&] { client.recvPacket(64); },
-                                            [&] { client.sendPacket(Bytes{1}); }}) {
-      EXPECT_TRUE(contains(failureOf(ErrorId::UARTConnectionError, operation), "Not connected: call connect"));
-    }
+    test::nothingMoves(client, ErrorId::UARTConnectionError);
     client.wake();
     line.send({9});  // while nobody listens
     client.connect(line.name(), kRate);
@@ -190,15 +155,7 @@ TEST_F(UARTClientTest, ASilentDeviceIsNoFailure) {
   EXPECT_EQ(client.recvAndSplitPacket(64), std::vector<Frame>{});
   EXPECT_GE(Clock::now() - begin, 100ms);
 
-  client.setTimeout(std::nullopt);
-  client.wake();  // ends the next read,
-  EXPECT_EQ(client.recvPacket(64), Bytes{});
-  std::thread waker([&] {
-    std::this_thread::sleep_for(20ms);
-    client.wake();  // or one in progress
-  });
-  EXPECT_EQ(client.recvPacket(64), Bytes{});
-  waker.join();
+  test::wakeEndsReads(client);
   line.send({1, 2});
   EXPECT_EQ(client.recvPacket(64), (Bytes{1, 2}));
 }

@@ -92,29 +92,6 @@ class CanBusTest : public ::testing::Test {
   std::vector<std::unique_ptr<Station>> stations_;
 };
 
-TEST_F(CanBusTest, EverybodyElseReceives) {
-  Station& a = add();
-  Station& b = add();
-  Station& c = add();
-  EXPECT_EQ(write(a, standard(0x123), 7), 0);
-  EXPECT_EQ(write(a, 0xFFFBFFFF, 9), 0);  // extended, remote
-  pass(10ms);
-  const Received expected{{standard(0x123), 7}, {0xFFFBFFFF, 0}};
-  EXPECT_TRUE(received(a).empty());
-  EXPECT_EQ(received(b), expected);
-  EXPECT_EQ(received(c), expected);
-  EXPECT_TRUE(b.device.takeNews());
-  EXPECT_FALSE(b.device.takeNews());
-  EXPECT_EQ(counter(a, 0), 2U);
-  EXPECT_EQ(counter(b, 1), 2U);
-  EXPECT_EQ(ask(c, STOP_CAN, {1}), (Bytes{1, 0}));
-  EXPECT_EQ(write(c, standard(1)), 57);
-  write(a, standard(5));
-  pass(10ms);
-  EXPECT_EQ(received(b).size(), 1U);
-  EXPECT_TRUE(received(c).empty());
-}
-
 TEST_F(CanBusTest, FramesTakeTheirTimeAndTheLowestIdentifierWins) {
   Station& a = add(0);  // 125 kbit/s: a standard frame of 111 bits takes 888 us
   Station& b = add(0);
@@ -193,19 +170,6 @@ TEST_F(CanBusTest, FiltersPassWhatEqualsThemUnderTheirMask) {
   EXPECT_EQ(received(b).size(), 1U);
 }
 
-TEST_F(CanBusTest, AloneItIsNotAcknowledgedAndTriesAgain) {
-  Station& a = add();
-  write(a, standard(1), 1);
-  pass(10s);
-  EXPECT_EQ(errors(a), (Bytes{1, 0, 128, 0}));  // error-passive, not bus-off
-  EXPECT_EQ(ask(a, GET_CAN_INTERRUPTS, {1}).at(4), 0x15);
-  EXPECT_GT(counter(a, 4), 16U);
-  Station& b = add();
-  pass(10ms);
-  EXPECT_EQ(received(b), (Received{{standard(1), 1}}));
-  EXPECT_EQ(errors(a), (Bytes{1, 0, 127, 0}));
-}
-
 TEST_F(CanBusTest, UnequalBitRatesEndInBusOff) {
   Station& a = add(2);
   Station& b = add(3);
@@ -254,20 +218,6 @@ TEST_F(CanBusTest, AFullQueueRefusesAndAGoneClientLeavesTheBus) {
   pass(1s);
   EXPECT_TRUE(received(b).empty());
   EXPECT_EQ(bus_->due(), kNever);
-}
-
-TEST_F(CanBusTest, ClosingStopsAndGivesThePinsBack) {
-  Station& a = add();
-  Station& b = add();
-  const auto mode = [&](int pin) { return a.device.board().pins.mode(1, pin); };
-  EXPECT_EQ(mode(4), PinMode::CAN);
-  EXPECT_EQ(ask(a, CLOSE_CAN, {1}), (Bytes{1, 0}));
-  EXPECT_EQ(mode(5), PinMode::Idle);
-  EXPECT_EQ(ask(a, START_CAN, {1}), (Bytes{1, 57}));  // not open
-  EXPECT_EQ(ask(a, OPEN_CAN, {0}), (Bytes{0, 11}));
-  write(b, standard(1));
-  pass(1ms);
-  EXPECT_EQ(errors(b), (Bytes{1, 0, 8, 0}));  // nobody acknowledges
 }
 
 TEST_F(CanBusTest, AnotherStationFillsItsShare) {

@@ -53,39 +53,10 @@ TEST_F(DioFirmwareTest, PinsOpenCloseAndConflict) {
   });
 }
 
-TEST_F(DioFirmwareTest, OutputsDriveWhatTheyAreWiredTo) {
-  play({
-      {SET_AND_WRITE_DO, {0, 0, 0x01, 0, 0x01}, {0, 10}},  // not open
-      {TOGGLE_AND_WRITE_DO, {0, 0, 0x01}, {0, 10}},
-      {SET_SLOT_DO, {0}, {0, 0}},
-      {SET_SLOT_DI, {1}, {1, 0}},
-      {SET_AND_WRITE_DO, {0, 0, 0xF0, 0, 0xFF}, {0, 0, 0, 0xF0}},
-      {TOGGLE_AND_WRITE_DO, {0, 0, 0x81}, {0, 0, 0, 0x71}},  // all outputs, not only those
-      {READ_AND_GET_DI, {1, 0, 0x3F}, {1, 0, 0, 0x31}},
-      {READ_AND_GET_DI, {1, 0, 0x11}, {1, 0, 0, 0x11}},
-      {READ_AND_GET_DI, {1, 0, 0xC0}, {1, 11}},
-      {READ_AND_GET_DI, {0, 0, 0xFF}, {0, 0, 0, 0x71}},  // of outputs, what they drive
-      {READ_AND_GET_DI, {2, 0, 0x80}, {2, 0, 0, 0}},     // not open
-      // In two steps, by the register.
-      {SET_DIO_STATE, {0, 0, 0x0F, 0, 0x0A}, {0, 0}},
-      {GET_DIO_STATE, {0, 0, 0xFF}, {0, 0, 0, 0x7A}},
-      {READ_AND_GET_DI, {1, 0, 0x3F}, {1, 0, 0, 0x31}},
-      {WRITE_DO, {0}, {0, 0}},
-      {GET_DIO_STATE, {1, 0, 0x3F}, {1, 0, 0, 0x31}},
-      {READ_DI, {1}, {1, 0}},
-      {GET_DIO_STATE, {1, 0, 0x3F}, {1, 0, 0, 0x3A}},
-      {GET_DIO_STATE, {1, 0, 0x08}, {1, 0, 0, 0x08}},
-      {SET_DIO_CURRENT, {0, 0, 0x08, 0, 0, 0, 0, 0, 0}, {0, 0}},  // what is closed drives nothing
-      {READ_AND_GET_DI, {1, 0, 0x3F}, {1, 0, 0, 0x32}},
-  });
-}
-
 TEST_F(DioFirmwareTest, StartupIsInEffectFromTheNextRestartOn) {
   play({
-      {LOAD_DIO_STARTUP, {2}, {2, 0, 0, 0, 0, 0, 0, 0}},
       {SAVE_DIO_STARTUP, {2, 0, 0x83, 0, 0x02, 0, 0x02}, {2, 0}},
       {SAVE_DIO_STARTUP, {2, 0, 0x10, 0, 0, 0, 0}, {2, 11}},
-      {LOAD_DIO_STARTUP, {2}, {2, 0, 0, 0x83, 0, 0x02, 0, 0x02}},
       {SET_SLOT_DO, {0}, {0, 0}},
       {GET_PIN_MODE_OF_SLOT, {2}, {0, 6, 0x11, 0x00, 0x11, 0x11}},
       {REBOOT, {}, {0}},
@@ -94,7 +65,6 @@ TEST_F(DioFirmwareTest, StartupIsInEffectFromTheNextRestartOn) {
   play({
       {GET_PIN_MODE_OF_SLOT, {2}, {0, 6, 0x21, 0x00, 0x11, 0x32}},
       {GET_PIN_MODE_OF_SLOT, {0}, {0, 8, 0x11, 0x11, 0x11, 0x11}},
-      {READ_AND_GET_DI, {2, 0, 0x83}, {2, 0, 0, 0x02}},
       {RESET_FACTORY, {}, {0}},
       {LOAD_DIO_STARTUP, {2}, {2, 0, 0, 0, 0, 0, 0, 0}},
   });
