@@ -30,14 +30,16 @@ bool UARTDevice::connect(const Argument& port) {
   const std::string& name = checkedText(port, "port");
   command_.connect(name, [&] {
     if (const auto place = tcpPlace(name)) {
-      setClientCmd(std::make_shared<TCPClient>());
-      clientCmd()->connect(place->ip, place->port);
+      const auto client = std::make_shared<TCPClient>();
+      setClientCmd(client);
+      client->connect(place->ip, place->port);
       return;
     }
-    if (std::dynamic_pointer_cast<TCPClient>(clientCmd())) {
-      setClientCmd(std::make_shared<UARTClient>());
+    auto client = clientCmd();
+    if (std::dynamic_pointer_cast<TCPClient>(client)) {
+      client = std::make_shared<UARTClient>();
+      setClientCmd(client);
     }
-    const auto client = clientCmd();
     if (!client) {
       fail(ErrorId::UARTConnectionError, "This device has no transport to connect.");
     }
