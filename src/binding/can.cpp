@@ -21,7 +21,8 @@ void bindCANFrame(py::module_& module) {
                        "of a CAN bus. It doesn't change; frames that mean the same on the bus are equal. Raises "
                        "InputDataNotInRangeError, CANDataLengthNotVaildError.")
       .def(py::init<const Argument&, const Argument&, const Argument&, const Argument&>(), py::arg("id"),
-           py::arg("data"), py::arg("remote") = false, py::arg("extended_id") = false)
+           py::arg("data"), py::arg("remote") = false, py::arg("extended_id") = false,
+           "CANFrame(id: int, data: list[int], remote: bool = False, extended_id: bool = False)")
       .def_property_readonly("id", &CANFrame::id, "-> int\n\nThe identifier, 11 bits or 29.")
       .def_property_readonly("extended_id", &CANFrame::extended, "-> bool\n\nWhether the identifier has 29 bits.")
       .def_property_readonly("remote", &CANFrame::remote, "-> bool\n\nWhether it asks for data and has none.")

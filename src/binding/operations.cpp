@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <unordered_map>
+#include <utility>
 
 namespace qvx::binding {
 namespace {
@@ -43,24 +46,83 @@ std::vector<ParameterText> splitParameters(std::string_view text) {
   return parameters;
 }
 
+// pybind11's answer to a call whose arguments do not fit lists C++ types and repeats the call. inspect says which
+// argument it is. Here: pybind11's function, one for all, and what it is called for by its first argument.
+PyCFunctionWithKeywords dispatch = nullptr;
+std::unordered_map<PyObject*, py::handle>& published() {
+  static auto& functions = *new std::unordered_map<PyObject*, py::handle>();
+  return functions;
+}
+
+// Between the types of functions that a PyMethodDef's flags tell apart.
+template <class To, class From>
+To cast(From function) {
+  return reinterpret_cast<To>(reinterpret_cast<void (*)()>(function));
+}
+
+// Nothing when the arguments fit and the error has another reason.
+std::optional<std::string> misfit(const py::handle& function, const py::args& arguments, const py::kwargs& keywords) {
+  const py::object signature = py::module_::import("inspect").attr("signature")(function);
+  try {
+    signature.attr("bind")(*arguments, **keywords);
+    return std::nullopt;
+  } catch (const py::error_already_set& error) {
+    std::string name = py::str(function.attr("__name__"));
+    std::string taken = py::str(signature);
+    if (name == "__init__") {
+      name = py::str(py::type::of(arguments[0]).attr("__name__"));
+    }
+    if (taken.starts_with("(self")) {
+      taken.replace(1, taken.starts_with("(self, ") ? 6 : 4, "");
+    }
+    return name + "(): " + std::string(py::str(error.value())) + "; it takes " + taken;
+  }
+}
+
+PyObject* call(PyObject* record, PyObject* arguments, PyObject* keywords) {
+  PyObject* result = dispatch(record, arguments, keywords);
+  if (result != nullptr || PyErr_ExceptionMatches(PyExc_TypeError) == 0) {
+    return result;
+  }
+  try {
+    py::error_already_set error;
+    const py::handle function = published().at(record);
+    const std::string start = std::string(py::str(function.attr("__name__"))) + "(): incompatible ";
+    if (std::string(py::str(error.value())).starts_with(start)) {
+      if (const auto text = misfit(function, py::reinterpret_borrow<py::args>(arguments),
+                                   keywords == nullptr ? py::kwargs() : py::reinterpret_borrow<py::kwargs>(keywords))) {
+        PyErr_SetString(PyExc_TypeError, text->c_str());
+        return nullptr;
+      }
+    }
+    error.restore();
+  } catch (py::error_already_set& error) {
+    error.restore();
+  }
+  return nullptr;
+}
+
 // A docstring that begins with "name(self, port, timeout=3)\n--\n\n" gives a builtin function its __text_signature__;
-// __doc__ is what follows. Types have no place there.
-void publishSignature(py::handle function, std::string_view receiver) {
+// __doc__ is what follows. Types have no place there. That of a constructor may begin with the name of its class.
+void publishSignature(py::handle function, std::string_view receiver, const std::string& class_name = "") {
   PyMethodDef* definition = reinterpret_cast<PyCFunctionObject*>(function.ptr())->m_ml;
   const std::string_view doc = definition->ml_doc == nullptr ? "" : definition->ml_doc;
-  const std::string start = std::string(definition->ml_name) + "(";
-  if (doc.substr(0, start.size()) != start) {
+  const std::string name = definition->ml_name;
+  if (!doc.starts_with(name + "(") && !(name == "__init__" && doc.starts_with(class_name + "("))) {
     return;
   }
-  const std::string_view described = doc.substr(start.size());
+  const std::string_view described = doc.substr(doc.find('(') + 1);
   std::string arguments(receiver);
-  for (const auto& [name, fallback] : splitParameters(described.substr(0, endOfItem(described, ')')))) {
-    arguments.append(arguments.empty() ? "" : ", ").append(name);
+  for (const auto& [parameter, fallback] : splitParameters(described.substr(0, endOfItem(described, ')')))) {
+    arguments.append(arguments.empty() ? "" : ", ").append(parameter);
     arguments.append(fallback.empty() ? "" : "=").append(fallback);
   }
-  const std::string text = start + arguments + ")\n--\n\n" + std::string(doc);
+  const std::string text = name + "(" + arguments + ")\n--\n\n" + std::string(doc);
   std::free(const_cast<char*>(definition->ml_doc));  // pybind11 made it with strdup, and frees it so
   definition->ml_doc = strdup(text.c_str());
+  const PyCFunction replaced = std::exchange(definition->ml_meth, cast<PyCFunction>(&call));
+  dispatch = cast<PyCFunctionWithKeywords>(replaced);
+  published().emplace(PyCFunction_GET_SELF(function.ptr()), function);
 }
 
 }  // namespace
@@ -83,7 +145,7 @@ void publishSignatures(const py::module_& module) {
     }
     for (const auto& [member_name, member] : value.attr("__dict__").cast<py::dict>()) {
       if (PyInstanceMethod_Check(member.ptr()) != 0) {
-        publishSignature(PyInstanceMethod_GET_FUNCTION(member.ptr()), "self");
+        publishSignature(PyInstanceMethod_GET_FUNCTION(member.ptr()), "self", py::str(name));
       } else if (Py_IS_TYPE(member.ptr(), &PyStaticMethod_Type)) {
         publishSignature(member.attr("__func__"), "");
       }

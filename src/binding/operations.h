@@ -59,7 +59,8 @@ const char* docstring(std::string_view name, std::string_view signature, std::st
 const char* keep(std::string text);
 
 // Tells inspect.signature, help() and editors the arguments of every function and method of the module, from the first
-// lines of their docstrings. To be called when all are registered.
+// lines of their docstrings, and a call with other arguments which of them is wrong. To be called when all are
+// registered.
 void publishSignatures(const py::module_& module);
 
 // What the coroutine form of a family takes: an own `timeout`, or the default one always.

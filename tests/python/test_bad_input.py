@@ -365,13 +365,22 @@ def test_signatures(fake):
 
 def test_pythons_own_rules_of_calls(fake):
     numpy = pytest.importorskip("numpy")
-    for call in (
-        fake.AI_open,
-        lambda: fake.AI_open(0, 3, 4),
-        lambda: fake.AI_open(0, wrong=1),
-        fake.AI_setMode_async,
+    takes = "; it takes \\(port, mode, timeout=3\\)$"
+    for call, said in (
+        (fake.AI_setMode, r"AI_setMode\(\): missing a required argument: 'port'" + takes),
+        (lambda: fake.AI_setMode(0, 2, 3, 4), r"AI_setMode\(\): too many positional arguments" + takes),
+        (lambda: fake.AI_setMode(0, mod=2), r"AI_setMode\(\): missing a required argument: 'mode'" + takes),
+        (lambda: fake.AI_setMode(0, 2, wrong=1), r"AI_setMode\(\): got an unexpected .* 'wrong'" + takes),
+        (lambda: fake.AI_open_async(0, port=1), r"AI_open_async\(\): multiple values .* it takes \(port\)$"),
+        (lambda: pyqvx.FeroxA(verbos=False), r"FeroxA\(\): .* 'verbos'; it takes \(verbose=True\)$"),
+        (
+            lambda: pyqvx.CANFrame(1),
+            r"CANFrame\(\): missing a required argument: 'data'; it takes \(id, data, ",
+        ),
+        (lambda: pyqvx.coerce(), r"coerce\(\): .* 'list_'; it takes \(list_, lower=0, upper=1\)$"),
+        (lambda: pyqvx.FeroxA.AI_open(3, 4), r"AI_open\(\): incompatible function arguments"),
     ):
-        with pytest.raises(TypeError):
+        with pytest.raises(TypeError, match=said):
             call()
     for value in (1.0, numpy.int64(1), numpy.float64(1)):
         with pytest.raises(pyqvx.InputTypeNotCorrectError):
