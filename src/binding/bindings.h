@@ -52,8 +52,8 @@ py::object errorClass(ErrorId id);
 py::object makeError(const Failure& failure);
 // Raises a Python exception object.
 [[noreturn]] void throwPython(const py::object& error);
-// print(*items), to Python's sys.stdout.
-void printItems(const py::args& items);
+// print(line) in one write to Python's sys.stdout, so that the lines of several threads do not mix.
+void printLine(const py::str& line);
 // One line, "ClassName: text of the error".
 void printGenericError(const py::object& error);
 

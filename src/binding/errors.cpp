@@ -68,7 +68,7 @@ void printStack() {
   }
   const py::module_ traceback = py::module_::import("traceback");
   const py::object lines = traceback.attr("format_list")(traceback.attr("extract_stack")());
-  printItems(py::make_tuple(py::str("\n").attr("join")(lines)));
+  printLine(py::str("\n").attr("join")(lines));
 }
 
 py::object makeErrorBase() {
@@ -176,13 +176,13 @@ void throwPython(const py::object& error) {
   throw py::error_already_set();
 }
 
-void printItems(const py::args& items) {
-  py::module_::import("builtins").attr("print")(*items);
+void printLine(const py::str& line) {
+  py::module_::import("builtins").attr("print")(line + py::str("\n"), py::arg("end") = "");
 }
 
 void printGenericError(const py::object& error) {
   const py::str name = py::type::of(error).attr("__name__");
-  printItems(py::make_tuple(name + py::str(":"), error));
+  printLine(name + py::str(": ") + py::str(error));
 }
 
 void bindErrors(py::module_& module) {

@@ -35,12 +35,12 @@ class InterpreterHost : public Host {
   void print(const std::string& line) override {
     // What a device calls itself need not be UTF-8.
     const auto work = [&line] {
-      const auto text = py::reinterpret_steal<py::object>(
+      const auto text = py::reinterpret_steal<py::str>(
           PyUnicode_DecodeUTF8(line.data(), static_cast<py::ssize_t>(line.size()), "replace"));
       if (!text) {
         throw py::error_already_set();
       }
-      printItems(py::make_tuple(text));
+      printLine(text);
     };
     if (!withInterpreter(work)) {
       Host::print(line);

@@ -174,10 +174,17 @@ def start_program(
         process.communicate()
 
 
+# print() writes a line and its end apart, and what another thread prints may come between them.
+WHOLE_LINES = """
+import sys
+sys.stdout.reconfigure(line_buffering=True)
+def print(*values):
+    sys.stdout.write(" ".join(map(str, values)) + "\\n")
+"""
+
+
 def start_script(text: str, *arguments: str) -> AbstractContextManager[subprocess.Popen[str]]:
-    # Whole lines: what a thread reports on the same pipe must not come between a line and its end.
-    lines = "import sys; sys.stdout.reconfigure(line_buffering=True)\n"
-    return start_program([sys.executable, "-c", lines + text, *arguments])
+    return start_program([sys.executable, "-c", WHOLE_LINES + text, *arguments])
 
 
 def run_script(text: str, *arguments: str) -> str:

@@ -2,7 +2,9 @@
 
 import copy
 import pickle
+import sys
 import warnings
+from types import SimpleNamespace
 
 import pytest
 
@@ -114,6 +116,14 @@ def test_print_generic_error(capsys):
     assert lines[0] == "InputDataNotInRangeError: Error -8009: The input value is not the acceptable range."
     assert lines[1] == "ValueError: bad"
     assert lines[-1] == "MotionPortNotAvaliable: Warning -9101: x"
+
+
+def test_lines_of_several_threads_do_not_mix(monkeypatch):
+    written = []
+    monkeypatch.setattr(sys, "stdout", SimpleNamespace(write=written.append, flush=lambda: None))
+    pyqvx.printGenericError(pyqvx.InputDataNotInRangeError())
+    pyqvx.FeroxA().close()
+    assert [text[-2:] for text in written if text] == [".\n", ")\n", ")\n"]
 
 
 STATUSES = {10: -7000, 11.0: -7001, 13: -7003, 20: -7004, 27: -7011, 40: -7012, 42: -7014}

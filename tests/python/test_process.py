@@ -100,7 +100,10 @@ with (
         begin = time.monotonic()
         process.send_signal(signal.SIGINT)
         # Of a send of which a part is out, the lost connection may be reported first.
-        assert "interrupted\n" in process.stdout
+        printed = []
+        while "interrupted\n" not in printed:
+            printed.append(process.stdout.readline())
+            assert printed[-1], "".join(printed)
         assert time.monotonic() - begin < 4  # of the 5 s that a connect or a send may take
         process.communicate(timeout=PATIENCE_S)
     assert process.returncode == 0
