@@ -120,6 +120,9 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
     abort_ = false;
   }
   try {
+    if (device_.channels().front() == this) {
+      device_.data_pool_echo.strand();
+    }
     open();
     // The receive thread is woken when it must look up; it has no reason to tick.
     if (const auto client = setup_.client()) {
