@@ -11,11 +11,13 @@
 
 namespace {
 
-// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run; end the
-// process when an object is pickled by protocol 0 or 1, for which Python makes an instance of pybind11's own base class.
+// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run; end
+// the process when an object is pickled by protocol 0 or 1, for which Python makes an instance of pybind11's own base
+// class.
 void guardInstances(const py::module_& module) {
   const auto reduce = [](const py::object& self, int protocol) {
-    return py::handle(reinterpret_cast<PyObject*>(&PyBaseObject_Type)).attr("__reduce_ex__")(self, std::max(protocol, 2));
+    return py::handle(reinterpret_cast<PyObject*>(&PyBaseObject_Type))
+        .attr("__reduce_ex__")(self, std::max(protocol, 2));
   };
   for (const auto& [name, value] : module.attr("__dict__").cast<py::dict>()) {
     auto* type = reinterpret_cast<PyTypeObject*>(value.ptr());
