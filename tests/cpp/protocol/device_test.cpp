@@ -165,6 +165,35 @@ TEST(Device, RepliesBelongToWhoAsksOnTheirConnection) {
   EXPECT_EQ(before.get(), Bytes{3});
 }
 
+TEST(Device, ConnectsAgainBeforeTheReceiveThreadHasMetTheLoss) {
+  struct Known : FakeTransport {
+    std::vector<Frame> recvAndSplitPacket(std::size_t size) override {
+      if (broken) {
+        asked.wait();
+        broken = false;
+        fail(ErrorId::NetworkConnectionLostError);
+      }
+      return FakeTransport::recvAndSplitPacket(size);
+    }
+    bool isLost() const override {
+      if (broken && !asked.try_wait()) {
+        asked.count_down();
+      }
+      return broken;
+    }
+    std::atomic<bool> broken{false};
+    mutable std::latch asked{1};
+  };
+  Bench bench;
+  const auto known = std::make_shared<Known>();
+  bench.device.setClientCmd(known);
+  bench.connect();
+  known->broken = true;
+  known->wake();
+  bench.connect();
+  EXPECT_EQ(bench.host.failures().size(), 1U);
+}
+
 // Several threads that notice the loss.
 TEST(Device, OneOfManyReconnectsAtOnceSucceeds) {
   constexpr int kThreads = 4;
