@@ -53,7 +53,7 @@ void bindCANFrame(py::module_& module) {
           },
           [](const py::tuple& state) {
             auto frame = CANFrame::fromBytes(bytesOf(state[0]));
-            frame.stamp(state[1].cast<double>());
+            frame.stamp(py::float_(state[1]));
             return std::make_pair(frame, state[2].cast<py::dict>());
           }))
       .def("__str__", &CANFrame::text)

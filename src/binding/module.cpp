@@ -7,16 +7,25 @@
 #include "binding/pools.h"
 #include "binding/transports.h"
 
+#include <algorithm>
+
 namespace {
 
-// An object whose __init__ has not run has no C++ object yet, and pybind11 would call methods on memory that is none.
-void requireInit(const py::module_& module) {
+// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run; end
+// the process when an object is pickled by protocol 0 or 1, for which Python makes an instance of pybind11's own base
+// class.
+void guardInstances(const py::module_& module) {
+  const auto reduce = [](const py::object& self, int protocol) {
+    return py::handle(reinterpret_cast<PyObject*>(&PyBaseObject_Type))
+        .attr("__reduce_ex__")(self, std::max(protocol, 2));
+  };
   for (const auto& [name, value] : module.attr("__dict__").cast<py::dict>()) {
     auto* type = reinterpret_cast<PyTypeObject*>(value.ptr());
     if (auto* info = PyType_Check(value.ptr()) != 0 ? py::detail::get_type_info(type) : nullptr) {
       info->operator_new = [](std::size_t) -> void* {
         throw py::type_error("this object has not been initialised: call super().__init__() first");
       };
+      value.attr("__reduce_ex__") = py::cpp_function(reduce, py::name("__reduce_ex__"), py::is_method(value));
     }
   }
 }
@@ -52,6 +61,6 @@ PYBIND11_MODULE(pyqvx, module) {
   bindI2C(module);
   bindSPI(module);
   bindModels(module);
-  requireInit(module);
+  guardInstances(module);
   publishSignatures(module);
 }

@@ -90,7 +90,17 @@ std::string Channel::identifier() const {
   return identifier_;
 }
 
+void Channel::noticeLoss() {
+  constexpr double kLimit = 1;  // a native transport's read fails at once
+  const auto client = setup_.client();
+  if (client && !device_.forked() && client->isLost()) {
+    std::unique_lock lock(state_mutex_);
+    changed_.wait(lock, deadlineAfter(kLimit), [this] { return state_ != State::Connected; });
+  }
+}
+
 void Channel::connect(const std::string& identifier, const std::function<void()>& open, std::optional<bool> verbose) {
+  noticeLoss();
   {
     std::unique_lock lock(state_mutex_);
     if (state_ == State::Lost) {
@@ -120,6 +130,9 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
     abort_ = false;
   }
   try {
+    if (device_.channels().front() == this) {
+      device_.data_pool_echo.strand();
+    }
     open();
     // The receive thread is woken when it must look up; it has no reason to tick.
     if (const auto client = setup_.client()) {
@@ -273,12 +286,13 @@ void Channel::readOnce() {
 // closing the transport under a running read stay silent.
 void Channel::lose(const Failure& failure, std::uint64_t connection) {
   {
-    const std::lock_guard lock(state_mutex_);
+    std::unique_lock lock(state_mutex_);
     if (state_ != State::Connected || connections_ != connection) {
       return;
     }
     state_ = State::Lost;
     gate_->tryAcquire();
+    changed_.notify(lock);
   }
   if (device_.takeLossReport()) {
     host().printFailure(failure);

@@ -38,6 +38,8 @@ class Channel {
   // From the end of connect() to disconnect(), also while the connection is lost.
   bool connected() const { return state_ == State::Connected || state_ == State::Lost; }
 
+  // Returns when the receive thread, too, knows of a loss that a send has met.
+  void noticeLoss();
   // Calls `open`, which connects the transport or raises, then lets the thread read and prints "Connected to ...". A
   // lost connection is put away first. Raises the connection's class when there is a connection already. `verbose` says
   // whether the messages about this connection are printed; nothing: as the handle's others.

@@ -53,14 +53,19 @@ void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
   send(cmd, data_out, nullptr);
 }
 
+// Comes before every mutex: the parent may have held it at the fork.
+void Packet_based::refuseForked() const {
+  if (forked()) {
+    fail(lostError(), "This device belongs to the process that made it; construct one in this process.");
+  }
+}
+
 void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
   const Bytes frame = buildFrame(cmd, data_out);
+  refuseForked();
   const auto client = clientCmd();
   if (!client || data_pool_echo.closed()) {
     fail(lostError(), "Not connected: this device is closed or has no transport.");
-  }
-  if (forked()) {
-    fail(lostError(), "This device belongs to the process that made it; construct one in this process.");
   }
   if (cmd == START_UART_READING && !data_out.empty()) {
     const std::lock_guard lock(starts_mutex_);
@@ -88,6 +93,7 @@ int Packet_based::replyKey(int cmd, ByteView data) {
 }
 
 std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
+  refuseForked();
   ReplyPool::Waiter waiter(data_pool_echo, key);
   return await(waiter, timeout);
 }

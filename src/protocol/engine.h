@@ -75,6 +75,7 @@ class Packet_based {
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 
  private:
+  void refuseForked() const;
   // Sends; `waiter`, where there is one, has its place from then on.
   void send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter);
   std::optional<Bytes> echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout);

@@ -6,7 +6,8 @@ namespace qvx {
 
 void ReplyPool::Waiter::join() {
   if (!std::exchange(entered_, true)) {
-    pool_.waiters_.push_back(this);
+    stranded_ = false;
+    pool_.waiters_.insert(std::ranges::find(pool_.waiters_, true, &Waiter::stranded_), this);
   }
 }
 
@@ -18,6 +19,9 @@ void ReplyPool::Waiter::part() {
 
 void ReplyPool::Waiter::enter() {
   const std::lock_guard lock(pool_.mutex_);
+  if (stranded_) {
+    part();
+  }
   join();
 }
 
@@ -83,6 +87,13 @@ std::optional<Bytes> ReplyPool::peek(int key) const {
 void ReplyPool::waitInVain(const Deadline& deadline) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, deadline, [this] { return closed_; });
+}
+
+void ReplyPool::strand() {
+  const std::lock_guard lock(mutex_);
+  for (Waiter* waiter : waiters_) {
+    waiter->stranded_ = true;
+  }
 }
 
 std::vector<int> ReplyPool::keys() const {

@@ -29,7 +29,8 @@ class ReplyPool {
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    // Takes a place behind the others; done before the request is sent, whose reply may be there before wait().
+    // Takes a place behind the others, those that are stranded excepted; done before the request is sent, whose reply
+    // may be there before wait().
     void enter();
     // Gives the place up; a reply that has come and is not taken is left to the others.
     void leave();
@@ -46,6 +47,7 @@ class ReplyPool {
     ReplyPool& pool_;
     const int key_;
     bool entered_ = false;
+    bool stranded_ = false;
     std::optional<Bytes> reply_;
   };
 
@@ -56,6 +58,9 @@ class ReplyPool {
   std::optional<Bytes> waitFor(int key, const Deadline& deadline) { return Waiter(*this, key).wait(deadline); }
   // Waits without taking anything, until `deadline` or the pool is closed.
   void waitInVain(const Deadline& deadline);
+  // The connection is over on which all were sent that somebody waits for now: what is asked on the next one is served
+  // first.
+  void strand();
   std::vector<int> keys() const;
   std::size_t size() const;
   void clear();
@@ -69,7 +74,7 @@ class ReplyPool {
   mutable std::mutex mutex_;  // guards all below
   Condition changed_;
   std::map<int, Bytes> replies_;
-  std::vector<Waiter*> waiters_;  // in the order of their coming
+  std::vector<Waiter*> waiters_;  // in the order of their coming, the stranded ones last
   bool closed_ = false;
 };
 

@@ -4,6 +4,8 @@
 #include "protocol/attempts.h"
 #include "transport/tcp.h"
 
+#include <algorithm>
+
 namespace qvx {
 
 WifiDevice::WifiDevice(ProductId product, bool verbose)
@@ -47,6 +49,7 @@ bool WifiDevice::connect(const Argument& ip_addr, const Argument& port, const Ar
   Channel& command = commandChannel();
   Attempts attempt;
   attempt([&] {
+    std::ranges::for_each(channels(), &Channel::noticeLoss);
     if (lostChannel() != nullptr) {
       disconnect();
     }

@@ -165,6 +165,11 @@ void DescriptorClient::disconnect() {
   }
 }
 
+bool DescriptorClient::isLost() const {
+  const auto link = openLink();
+  return link && link->isLost();
+}
+
 void DescriptorClient::wake() {
   std::shared_ptr<Link> link;
   {

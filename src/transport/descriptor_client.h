@@ -48,6 +48,7 @@ class DescriptorClient : public Client {
   // the medium's class when ending the traffic fails, except because the device has done so already; the medium is gone
   // all the same.
   void disconnect() override;
+  bool isLost() const override;
   void wake() override;
 
  protected:

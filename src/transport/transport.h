@@ -58,6 +58,8 @@ class Transport {
   }
   // Closes the medium. Safe to repeat, and during a read or a send of another thread, which it ends.
   virtual void disconnect() = 0;
+  // Whether the open connection has broken, as far as a send or a read has found out.
+  virtual bool isLost() const { return false; }
   // Ends the read in progress, or else the next one that would wait, early with nothing. Any thread, never blocks.
   virtual void wake() {}
 };

@@ -60,6 +60,10 @@ class USBClient::Link {
 
   void send(ByteView frame, Clock::time_point deadline, const std::function<void()>& before);
   Bytes receive(std::size_t size, const Deadline& deadline);
+  bool isLost() const {
+    const std::lock_guard lock(mutex_);
+    return !lost_.empty();
+  }
   void wake();
   void close();
   std::string place() const;
@@ -421,6 +425,15 @@ void USBClient::disconnect() {
   if (link) {
     link->close();
   }
+}
+
+bool USBClient::isLost() const {
+  std::shared_ptr<Link> link;
+  {
+    const std::lock_guard lock(mutex_);
+    link = link_;
+  }
+  return link && link->isLost();
 }
 
 void USBClient::wake() {

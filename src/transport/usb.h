@@ -56,6 +56,7 @@ class USBClient : public Client {
   // Cancels what is in progress, gives the interface back to the driver that had it, and closes the device. A read in
   // progress returns, a send in progress raises. Blocks for as long as the kernel needs to cancel.
   void disconnect() override;
+  bool isLost() const override;
   void wake() override;
 
  private:

@@ -205,7 +205,8 @@ def test_frames_of_every_kind_arrive_as_they_were_sent(lab, call):
     labelled.label = "brakes"
     short = CANFrame.fromU8List(bytes([0x24, 0x70, 0, 0, 3, 1, 2, 3, 0, 0, 0, 0, 0]))
     for frame in (*frames, last, short, labelled):
-        for again in (copy.copy(frame), copy.deepcopy(frame), pickle.loads(pickle.dumps(frame))):
+        pickles = [pickle.loads(pickle.dumps(frame, n)) for n in range(pickle.HIGHEST_PROTOCOL + 1)]
+        for again in (copy.copy(frame), copy.deepcopy(frame), *pickles):
             assert again is not frame and type(again) is type(frame) and repr(again) == repr(frame)
             assert (again.length, again.timestamp) == (frame.length, frame.timestamp)
             assert getattr(again, "label", None) == getattr(frame, "label", None)

@@ -3,6 +3,7 @@
 import asyncio
 import gc
 import os
+import pickle
 import signal
 import socket
 import sys
@@ -180,6 +181,13 @@ def test_a_subclass_keeps_the_products_identity(bench):
             rig.AI_enableChannel(0, 1)
         assert rig.AI_setSamplingRate(0, 20000) == 0
         assert len(asyncio.run(rig.AI_readOnDemand_async(0))) == 8
+
+
+def test_what_is_bound_to_this_process_is_not_pickled(fake):
+    for thing in (fake, fake.data_pool_echo, pyqvx.TCPClient()):
+        for protocol in range(pickle.HIGHEST_PROTOCOL + 1):
+            with pytest.raises(TypeError, match="cannot pickle"):
+                pickle.dumps(thing, protocol)
 
 
 def test_models_and_modules():

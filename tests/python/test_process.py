@@ -157,7 +157,7 @@ with VirtualDevice() as bench:
 
 
 @forks
-def test_a_child_forked_in_the_middle_of_a_read_can_disconnect():
+def test_a_child_forked_in_the_middle_of_reads_and_requests_does_not_hang():
     run_script(
         START
         + """
@@ -166,14 +166,29 @@ with VirtualDevice(stream_as_fast_as_possible=True) as bench, pyqvx.FeroxA(verbo
     device.AI_open(0)
     device.AI_setMode(0, 2)
     device.AI_startStreaming(0)
+    done = threading.Event()
+
+    def ask():
+        while not done.is_set():
+            device.Sys_getSerialNumber()
+
+    asking = [threading.Thread(target=ask) for _ in range(4)]
+    for thread in asking:
+        thread.start()
     for _ in range(200):
         child = os.fork()
         if child == 0:
             signal.alarm(10)
-            device.disconnect()
+            try:
+                device._getReplyFromPool(1, 0.01)
+            except pyqvx.NetworkConnectionLostError:
+                device.disconnect()
             os._exit(0)
         assert os.waitpid(child, 0)[1] == 0, "hung"
         device.AI_readStreaming(0, -1, 0)
+    done.set()
+    for thread in asking:
+        thread.join()
     device.AI_closeStreaming(0)
 """
     )

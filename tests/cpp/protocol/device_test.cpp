@@ -5,6 +5,7 @@
 #include "tests/cpp/protocol/fakes.h"
 
 #include <algorithm>
+#include <future>
 #include <latch>
 #include <thread>
 
@@ -141,6 +142,56 @@ TEST(Device, AReadThatFailsLateLeavesTheNextConnectionAlone) {
   late->arrive(kEcho, {1});
   EXPECT_EQ(bench.device.data_pool_echo.waitFor(kEcho, deadlineAfter(20)), Bytes{1});
   EXPECT_TRUE(bench.host.failures().empty());
+}
+
+TEST(Device, RepliesBelongToWhoAsksOnTheirConnection) {
+  Bench bench;
+  bench.connect();
+  const auto ask = [&] {
+    auto reply = std::async(std::launch::async, [&] { return bench.device.echoPacket(kEcho, {}, 20); });
+    EXPECT_TRUE(eventually([&] { return !bench.transport->sent().empty(); }));
+    return reply;
+  };
+  auto before = ask();
+  bench.loseConnection();
+  bench.connect();
+  auto first = ask();
+  auto second = ask();
+  bench.transport->arrive(kEcho, {1});
+  EXPECT_EQ(first.get(), Bytes{1});
+  bench.transport->arrive(kEcho, {2});
+  EXPECT_EQ(second.get(), Bytes{2});
+  bench.transport->arrive(kEcho, {3});  // whose, nobody knows
+  EXPECT_EQ(before.get(), Bytes{3});
+}
+
+TEST(Device, ConnectsAgainBeforeTheReceiveThreadHasMetTheLoss) {
+  struct Known : FakeTransport {
+    std::vector<Frame> recvAndSplitPacket(std::size_t size) override {
+      if (broken) {
+        asked.wait();
+        broken = false;
+        fail(ErrorId::NetworkConnectionLostError);
+      }
+      return FakeTransport::recvAndSplitPacket(size);
+    }
+    bool isLost() const override {
+      if (broken && !asked.try_wait()) {
+        asked.count_down();
+      }
+      return broken;
+    }
+    std::atomic<bool> broken{false};
+    mutable std::latch asked{1};
+  };
+  Bench bench;
+  const auto known = std::make_shared<Known>();
+  bench.device.setClientCmd(known);
+  bench.connect();
+  known->broken = true;
+  known->wake();
+  bench.connect();
+  EXPECT_EQ(bench.host.failures().size(), 1U);
 }
 
 // Several threads that notice the loss.
