@@ -111,6 +111,9 @@ void publishSignature(py::handle function, std::string_view receiver, const std:
   if (!doc.starts_with(name + "(") && !(name == "__init__" && doc.starts_with(class_name + "("))) {
     return;
   }
+  if (!published().emplace(PyCFunction_GET_SELF(function.ptr()), function).second) {
+    return;  // known by another name
+  }
   const std::string_view described = doc.substr(doc.find('(') + 1);
   std::string arguments(receiver);
   for (const auto& [parameter, fallback] : splitParameters(described.substr(0, endOfItem(described, ')')))) {
@@ -122,7 +125,6 @@ void publishSignature(py::handle function, std::string_view receiver, const std:
   definition->ml_doc = strdup(text.c_str());
   const PyCFunction replaced = std::exchange(definition->ml_meth, cast<PyCFunction>(&call));
   dispatch = cast<PyCFunctionWithKeywords>(replaced);
-  published().emplace(PyCFunction_GET_SELF(function.ptr()), function);
 }
 
 }  // namespace

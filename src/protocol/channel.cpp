@@ -100,6 +100,7 @@ void Channel::noticeLoss() {
 }
 
 void Channel::connect(const std::string& identifier, const std::function<void()>& open, std::optional<bool> verbose) {
+  device_.refuseForked(setup_.connection_error);
   noticeLoss();
   {
     std::unique_lock lock(state_mutex_);
@@ -116,9 +117,6 @@ void Channel::connect(const std::string& identifier, const std::function<void()>
     });
     if (device_.killed) {
       fail(setup_.connection_error, "This device is closed; construct a new one to connect again.");
-    }
-    if (device_.forked()) {
-      fail(setup_.connection_error, "This device belongs to the process that made it; construct one in this process.");
     }
     if (state_ != State::Disconnected) {
       fail(setup_.connection_error, state_ == State::Connecting

@@ -53,16 +53,15 @@ void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
   send(cmd, data_out, nullptr);
 }
 
-// Comes before every mutex: the parent may have held it at the fork.
-void Packet_based::refuseForked() const {
+void Packet_based::refuseForked(ErrorId id) const {
   if (forked()) {
-    fail(lostError(), "This device belongs to the process that made it; construct one in this process.");
+    fail(id, "This device belongs to the process that made it; construct one in this process.");
   }
 }
 
 void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
   const Bytes frame = buildFrame(cmd, data_out);
-  refuseForked();
+  refuseForked(lostError());
   const auto client = clientCmd();
   if (!client || data_pool_echo.closed()) {
     fail(lostError(), "Not connected: this device is closed or has no transport.");
@@ -73,11 +72,11 @@ void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
   }
   // A send may have to run Python: a transport of the application's, or a signal handler while it waits.
   Fiber::outside([&] {
-    if (waiter != nullptr) {
-      client->sendInTurn(frame, [waiter] { waiter->enter(); });
-    } else {
-      client->sendPacket(frame);
-    }
+    client->sendInTurn(frame, [waiter] {
+      if (waiter != nullptr) {
+        waiter->enter();
+      }
+    });
   });
 }
 
@@ -93,7 +92,7 @@ int Packet_based::replyKey(int cmd, ByteView data) {
 }
 
 std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
-  refuseForked();
+  refuseForked(lostError());
   ReplyPool::Waiter waiter(data_pool_echo, key);
   return await(waiter, timeout);
 }

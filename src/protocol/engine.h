@@ -26,6 +26,8 @@ class Packet_based {
 
   // True in a child of the process that made this object: the connection is the parent's.
   bool forked() const { return origin_.isLeft(); }
+  // Raises `id` there. Comes before every mutex, which the parent may have held at the fork.
+  void refuseForked(ErrorId id) const;
 
   // Where commands go; nullptr until there is a transport.
   std::shared_ptr<Transport> clientCmd() const;
@@ -75,7 +77,6 @@ class Packet_based {
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 
  private:
-  void refuseForked() const;
   // Sends; `waiter`, where there is one, has its place from then on.
   void send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter);
   std::optional<Bytes> echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout);

@@ -171,12 +171,7 @@ bool DescriptorClient::isLost() const {
 }
 
 void DescriptorClient::wake() {
-  std::shared_ptr<Link> link;
-  {
-    const std::lock_guard lock(mutex_);
-    link = link_;
-  }
-  if (link) {
+  if (const auto link = openLink()) {
     link->wake.signal();
   }
 }

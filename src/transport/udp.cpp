@@ -240,7 +240,7 @@ void UDPClient::relay(const Link& link, ByteView bytes) {
   }
 }
 
-void UDPClient::sendPacket(ByteView) {
+void UDPClient::sendInTurn(ByteView, const std::function<void()>&) {
   fail(ErrorId::APINotSupportError, "A discovery client has no single device to send to; it broadcasts.");
 }
 

@@ -32,7 +32,7 @@ class UDPClient : public NetworkClient {
   std::vector<Frame> recvAndSplitPacket(std::size_t size) override;
 
   // Raises APINotSupportError: there is no device at the other end, only everybody.
-  void sendPacket(ByteView frame) override;
+  void sendInTurn(ByteView frame, const std::function<void()>& before) override;
   // Sends `frame` to 255.255.255.255, port UDP_SEND_PORT, from each local IPv4 address: those of the interfaces and
   // those that the host's own name stands for, as far as that is known 2 s after it was first asked for. Raises
   // NetworkConnectionError when it could leave from none of them. Needs no bind.

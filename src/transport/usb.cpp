@@ -372,16 +372,21 @@ std::shared_ptr<USBClient::Link> USBClient::current() const {
   if (origin_.isLeft()) {
     failUSB("This connection belongs to the parent process; open another one.");
   }
-  const std::lock_guard lock(mutex_);
-  if (!link_) {
+  auto link = openLink();
+  if (!link) {
     failUSB("Not connected: disconnect has been called.");
   }
+  return link;
+}
+
+std::shared_ptr<USBClient::Link> USBClient::openLink() const {
+  const std::lock_guard lock(mutex_);
   return link_;
 }
 
 std::optional<std::string> USBClient::place() const {
-  const std::lock_guard lock(mutex_);
-  return link_ ? std::optional(link_->place()) : std::nullopt;
+  const auto link = openLink();
+  return link ? std::optional(link->place()) : std::nullopt;
 }
 
 void USBClient::setTimeout(std::optional<double> timeout_s) {
@@ -428,11 +433,7 @@ void USBClient::disconnect() {
 }
 
 bool USBClient::isLost() const {
-  std::shared_ptr<Link> link;
-  {
-    const std::lock_guard lock(mutex_);
-    link = link_;
-  }
+  const auto link = openLink();
   return link && link->isLost();
 }
 
@@ -440,12 +441,7 @@ void USBClient::wake() {
   if (origin_.isLeft()) {
     return;
   }
-  std::shared_ptr<Link> link;
-  {
-    const std::lock_guard lock(mutex_);
-    link = link_;
-  }
-  if (link) {
+  if (const auto link = openLink()) {
     link->wake();
   }
 }

@@ -63,6 +63,7 @@ class USBClient : public Client {
   class Link;
   // The open link. Raises USBConnectionError when there is none, or when it is that of a parent process.
   std::shared_ptr<Link> current() const;
+  std::shared_ptr<Link> openLink() const;  // nullptr where there is none
 
   const std::chrono::milliseconds send_limit_;
   Origin origin_;

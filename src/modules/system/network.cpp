@@ -38,7 +38,8 @@ Bytes NetworkBased::subnetAddress(const Argument& ip_addr, const Argument& subne
   const std::uint32_t address = _checkIPAddr(ip_addr);
   const std::uint32_t mask = _checkSubnetMask(subnet_mask);
   if (!isHostOfSubnet(address, mask)) {
-    refuseNeeding(ip_addr, "ip_addr", "neither the first nor the last address of its subnet");
+    refuse(ErrorId::InputDataNotInRangeError, "ip_addr",
+           ip_addr.show() + " is the first or the last address of its subnet");
   }
   return payload(u32(address), u32(mask));
 }

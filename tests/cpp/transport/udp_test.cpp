@@ -166,6 +166,7 @@ TEST_F(UDPClientTest, RefusesWhatIsNoLocalEnd) {
   EXPECT_TRUE(nothingLeftOpen(before));
   EXPECT_EQ(other.socket(), 0);
   failureOf(ErrorId::APINotSupportError, [&] { client.sendPacket(kFrame); });
+  failureOf(ErrorId::APINotSupportError, [&] { client.sendInTurn(kFrame, [] { ADD_FAILURE(); }); });
   failureOf(ErrorId::NetworkConnectionLostError, [&] { other.recvAndSplitPacket(512); });
 
   const Descriptor taken(::socket(AF_INET, SOCK_DGRAM, 0));  // of a program that shares its port with nobody
