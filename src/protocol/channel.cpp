@@ -92,8 +92,11 @@ std::string Channel::identifier() const {
 
 void Channel::noticeLoss() {
   constexpr double kLimit = 1;  // a native transport's read fails at once
+  if (device_.forked()) {
+    return;
+  }
   const auto client = setup_.client();
-  if (client && !device_.forked() && client->isLost()) {
+  if (client && client->isLost()) {
     std::unique_lock lock(state_mutex_);
     changed_.wait(lock, deadlineAfter(kLimit), [this] { return state_ != State::Connected; });
   }
@@ -220,6 +223,9 @@ void Channel::abortConnect() {
 }
 
 void Channel::disconnect(std::optional<bool> verbose) {
+  if (device_.forked()) {
+    return;  // the connection is the parent's, which may have held any mutex at the fork
+  }
   std::unique_lock lock(state_mutex_);
   if (abortConnect(lock)) {
     return;
@@ -252,10 +258,6 @@ void Channel::putAway(std::unique_lock<std::mutex>& lock, std::optional<bool> ve
 void Channel::stop() {
   const auto client = setup_.client();
   if (!client) {
-    return;
-  }
-  if (device_.forked()) {  // no thread to wait for, and a step that has begun never ends
-    client->disconnect();
     return;
   }
   client->wake();

@@ -78,7 +78,7 @@ void WifiDevice::disconnect(std::optional<bool> verbose) {
   do {
     attempt([&] { commandChannel().disconnect(); });
     attempt([&] { data_.disconnect(verbose); });
-  } while (!pairing_ && halved());
+  } while (!forked() && !pairing_ && halved());
   attempt.end();
 }
 
