@@ -5,7 +5,6 @@
 #include "binding/operations.h"
 #include "binding/pools.h"
 #include "core/constants.h"
-#include "protocol/aside.h"
 
 #include <algorithm>
 #include <mutex>
@@ -71,16 +70,14 @@ std::string describe(const py::object& self) {
   if (device.closed()) {
     return text + " closed>";
   }
-  if (const Channel* lost = device.lostChannel()) {
-    return text + " lost connection to " + lost->identifier() + ">";
+  switch (device.state()) {
+    case Connection::State::Lost:
+      return text + " lost connection to " + device.identifier() + ">";
+    case Connection::State::Connected:
+      return text + " connected to " + device.identifier() + ">";
+    default:
+      return text + " not connected>";
   }
-  std::string connection = " not connected";
-  for (const Channel* channel : device.channels()) {
-    if (channel->state() == Channel::State::Connected) {
-      connection = " connected to " + channel->identifier();
-    }
-  }
-  return text + connection + ">";
 }
 
 }  // namespace
@@ -114,7 +111,7 @@ void bindDevices(py::module_& module) {
           "killed", [](const Device& self) { return self.killed.load(); },
           "-> bool\n\nSet by close(); ends the threads.")
       .def_property_readonly(
-          "connection_lost", [](const Device& self) { return self.lostChannel() != nullptr; },
+          "connection_lost", [](const Device& self) { return self.state() == Connection::State::Lost; },
           "-> bool\n\nWhether the connection has ended by itself; connect() makes a new one.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(
@@ -152,7 +149,7 @@ void bindDevices(py::module_& module) {
       .def("__aexit__",
            [](const py::object& self, const py::args&) {
              auto& device = self.cast<Device&>();
-             return makeCoroutineOf("__aexit__", self, [&device] { Fiber::outside([&device] { device.close(); }); });
+             return makeCoroutineOf("__aexit__", self, [&device] { device.close(); });
            })
       .def("__repr__", &describe);
 
@@ -175,7 +172,7 @@ void bindDevices(py::module_& module) {
           [](const py::object& self, const Argument& ip_addr, const Argument& port) {
             auto& device = self.cast<NetworkDevice&>();
             return makeCoroutineOf("connect_async", self, [&device, ip_addr, port] {
-              return connectAside(device, [&] { device.connect(ip_addr, port); });
+              return device.connect(ip_addr, port);
             });
           },
           Signature("ip_addr: str, port: int = 7"),
@@ -189,7 +186,7 @@ void bindDevices(py::module_& module) {
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
       .def_property_readonly(
-          "ip_addr", [](const NetworkDevice& self) { return self.commandChannel().identifier(); },
+          "ip_addr", [](const NetworkDevice& self) { return self.identifier(); },
           "-> str\n\nThe address connected to last.");
   defineCommandChannel(cls);
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "binding/bindings.h"
-#include "protocol/aside.h"
 #include "protocol/network_device.h"
 
 #include <memory>
@@ -17,14 +16,6 @@ void bindDevices(py::module_& module);
 void bindUsb(py::module_& module);
 void bindSerial(py::module_& module);
 void bindWifi(py::module_& module);
-
-// The body of a connect_async: `connect` without blocking the loop; a cancelled one leaves no connection behind.
-template <class Connect>
-bool connectAside(Device& device, Connect connect) {
-  runAside(
-      connect, [&device] { device.abortConnect(); }, [&device] { device.disconnect(); });
-  return true;
-}
 
 // What a handle shows of one of its channels: connect_status_X, recv_X_lock and recv_X_thread.
 template <class Class, class Find>

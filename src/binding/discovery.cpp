@@ -5,7 +5,6 @@
 #include "binding/operations.h"
 #include "binding/pools.h"
 #include "core/constants.h"
-#include "protocol/aside.h"
 #include "transport/udp.h"
 
 #include <pybind11/stl.h>
@@ -174,7 +173,7 @@ void bindHandle(py::module_& module) {
           [](const py::object& self) {
             auto& device = self.cast<Discovery&>();
             return makeCoroutineOf("connect_async", self,
-                                   [&device] { return connectAside(device, [&] { device.connect(); }); });
+                                   [&device] { return device.connect(); });
           },
           "connect_async() -> Coroutine[bool]\n\nAs connect, without blocking the event loop.")
       .def(

@@ -25,6 +25,20 @@ py::object makeReply(const std::optional<Bytes>& reply) {
   fail(ErrorId::ReceivePacketTimeoutError);
 }
 
+py::object makeResend(Resend rule) {
+  return rule == Resend::Safe ? py::object(py::str("safe")) : py::object(py::bool_(rule == Resend::All));
+}
+
+Resend resendOf(const py::object& rule) {
+  if (PyBool_Check(rule.ptr())) {
+    return rule.cast<bool>() ? Resend::All : Resend::None;
+  }
+  if (!py::isinstance<py::str>(rule) || rule.cast<std::string>() != "safe") {
+    fail(ErrorId::InputTypeNotCorrectError, "resend is \"safe\", True or False");
+  }
+  return Resend::Safe;
+}
+
 // A coroutine body whose result is a reply or None.
 class ReplyBody final : public CoroutineBody {
  public:
@@ -150,16 +164,22 @@ void bindEngine(py::module_& module) {
           [](Packet_based& self, const py::object& client) { self.setClientUdp(transportOf(client)); },
           "-> object\n\nWhere broadcasts go.")
       .def_property(
-          "resend", [](const Packet_based& self) { return self.resend.load(); },
-          [](Packet_based& self, const py::object& on) {
-            if (!PyBool_Check(on.ptr())) {
-              fail(ErrorId::InputTypeNotCorrectError, "resend is True or False");
+          "resend", [](const Packet_based& self) { return makeResend(self.resend); },
+          [](Packet_based& self, const py::object& rule) { self.resend = resendOf(rule); },
+          "-> bool | str\n\nWhich commands are sent again while their reply is late. \"safe\", as it is at first: all but "
+          "those that act again when a device carries them out twice, such as toggles and transfers on a bus. True: all, "
+          "False: none, which waits as long for the one reply.")
+      .def_property(
+          "late_replies", [](const Packet_based& self) { return self.data_pool_echo.lateReplies(); },
+          [](Packet_based& self, const py::object& kept) {
+            if (!PyBool_Check(kept.ptr())) {
+              fail(ErrorId::InputTypeNotCorrectError, "late_replies is True or False");
             }
-            self.resend = on.cast<bool>();
+            self.data_pool_echo.setLateReplies(kept.cast<bool>());
           },
-          "-> bool\n\nWhether operations send a command again when its reply is late, True at first. A device carries "
-          "out each command that it receives: on a slow connection a toggle is then done twice. With False they send "
-          "once and wait as long.")
+          "-> bool\n\nWhether a reply whose request has given up, timed out or cancelled, answers the next request with the "
+          "same command, True at first; the first one on a connection is reported by LateReplyWarning. With False no "
+          "operation takes a reply that was there before it asked.")
       .def_property_readonly(
           "data_pool_echo", [](Packet_based& self) -> ReplyPool& { return self.data_pool_echo; },
           py::return_value_policy::reference_internal, "-> ReplyPool\n\nReplies to commands.")

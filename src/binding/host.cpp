@@ -1,7 +1,7 @@
 #include "core/host.h"
 
 #include "binding/bindings.h"
-#include "protocol/fiber.h"
+#include "runtime/fiber.h"
 
 #include <cxxabi.h>
 #include <unistd.h>
@@ -53,9 +53,9 @@ class InterpreterHost : public Host {
     }
   }
 
-  void warn(ErrorId id) override {
-    if (!withInterpreter([id] { errorClass(id)(); })) {
-      Host::warn(id);
+  void warn(ErrorId id, const std::optional<std::string>& message) override {
+    if (!withInterpreter([&] { makeError(Failure(id, message)); })) {
+      Host::warn(id, message);
     }
   }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "binding/bindings.h"
-#include "protocol/fiber.h"
+#include "runtime/fiber.h"
 
 #include <memory>
 #include <mutex>

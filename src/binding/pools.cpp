@@ -139,7 +139,7 @@ void bindRawQueue(py::module_& module) {
           "get",
           [](RawQueue& queue, bool block, const std::optional<double>& timeout) {
             const Deadline deadline = blockingDeadline(block, timeout);
-            std::optional<Bytes> item;
+            std::optional<RawItem> item;
             {
               const Unlocked unlocked;
               while (!(item = queue.take()) && queue.waitForSize(1, deadline)) {
@@ -148,7 +148,7 @@ void bindRawQueue(py::module_& module) {
             if (!item) {
               throwQueue("Empty");
             }
-            return makeBytes(*item);
+            return makeBytes(item->bytes);
           },
           py::arg("block") = true, py::arg("timeout") = py::none(),
           "get(block: bool = True, timeout: float | None = None) -> bytes\n\nTakes the oldest item; raises queue.Empty "

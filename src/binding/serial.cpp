@@ -4,7 +4,6 @@
 #include "binding/devices.h"
 #include "binding/operations.h"
 #include "binding/transports.h"
-#include "protocol/aside.h"
 #include "protocol/uart_device.h"
 #include "transport/uart.h"
 
@@ -66,7 +65,7 @@ void bindHandle(py::module_& module) {
           [](const py::object& self, const Argument& port) {
             auto& device = self.cast<UARTDevice&>();
             return makeCoroutineOf("connect_async", self,
-                                   [&device, port] { return connectAside(device, [&] { device.connect(port); }); });
+                                   [&device, port] { return device.connect(port); });
           },
           py::arg("port"),
           docstring("connect_async", "port: str", "Coroutine[bool]", "As connect, without blocking the event loop."))
@@ -79,7 +78,7 @@ void bindHandle(py::module_& module) {
           "disconnect() -> None\n\nCloses the port; connect() may follow. Safe to repeat.")
       .def_property_readonly("baudrate", &UARTDevice::baudrate, "-> int\n\nThe rate of every connection, in bit/s.")
       .def_property_readonly(
-          "port", [](const UARTDevice& self) { return self.commandChannel().identifier(); },
+          "port", [](const UARTDevice& self) { return self.identifier(); },
           "-> str\n\nThe port connected to last.");
   defineCommandChannel(cls);
 }

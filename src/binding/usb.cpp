@@ -7,7 +7,6 @@
 #include "binding/operations.h"
 #include "binding/transports.h"
 #include "core/constants.h"
-#include "protocol/aside.h"
 #include "protocol/usb_device.h"
 
 #include <pybind11/stl.h>
@@ -71,7 +70,7 @@ void bindHandle(py::module_& module) {
           [](const py::object& self, const Argument& serial_num) {
             auto& device = self.cast<USBDevice&>();
             return makeCoroutineOf("connect_async", self, [&device, serial_num] {
-              return connectAside(device, [&] { device.connect(serial_num); });
+              return device.connect(serial_num);
             });
           },
           Signature("serial_num: str = \"default\""),
@@ -85,7 +84,7 @@ void bindHandle(py::module_& module) {
           },
           "disconnect() -> None\n\nCloses the connection; connect() may follow. Safe to repeat.")
       .def_property_readonly(
-          "serial_num", [](const USBDevice& self) { return self.commandChannel().identifier(); },
+          "serial_num", [](const USBDevice& self) { return self.identifier(); },
           "-> str\n\nWhat it was connected to last, as connect() was told.");
   defineCommandChannel(cls);
 }

@@ -4,7 +4,6 @@
 #include "binding/devices.h"
 #include "binding/operations.h"
 #include "binding/transports.h"
-#include "protocol/aside.h"
 #include "protocol/wifi_device.h"
 
 #include <pybind11/stl.h>
@@ -39,7 +38,7 @@ void bindWifi(py::module_& module) {
              const Argument& cmd_port) {
             auto& device = self.cast<WifiDevice&>();
             return makeCoroutineOf("connect_async", self, [&device, ip_addr, port, verbose, cmd_port] {
-              return connectAside(device, [&] { device.connect(ip_addr, port, cmd_port, verbose); });
+              return device.connect(ip_addr, port, cmd_port, verbose);
             });
           },
           Signature(kConnect),

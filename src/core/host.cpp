@@ -21,8 +21,8 @@ void Host::printFailure(const Failure& failure) {
   print(std::string(failure.kind().name) + ": " + failure.what());
 }
 
-void Host::warn(ErrorId id) {
-  print(Failure(id).what());
+void Host::warn(ErrorId id, const std::optional<std::string>& message) {
+  print(Failure(id, message).what());
 }
 
 Host& host() {

@@ -4,6 +4,7 @@
 
 #include "core/errors.h"
 
+#include <optional>
 #include <string>
 
 namespace qvx {
@@ -15,8 +16,9 @@ class Host {
   virtual void print(const std::string& line);
   // Reports a failure as printGenericError does: "ClassName: Error -8003: ...". Any thread, with no mutex held.
   virtual void printFailure(const Failure& failure);
-  // Constructs the warning class, which is what reports it. Any thread, with no mutex held.
-  virtual void warn(ErrorId id);
+  // Constructs the warning class, with its own text or `message`, which is what reports it. Any thread, with no mutex
+  // held.
+  virtual void warn(ErrorId id, const std::optional<std::string>& message = std::nullopt);
   // Whether waits on the calling thread must be ended by Ctrl-C; they then call checkInterrupt every 50 ms.
   virtual bool interruptible() { return false; }
   // Throws when the user has asked to stop. Called with no mutex held.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/argument.h"
+#include "protocol/link.h"
 #include "protocol/signal_queue.h"
 
 #include <string>
@@ -19,11 +20,11 @@ inline std::size_t checkedRows(const Argument& number, std::string_view what) {
   return count == -1 ? SIZE_MAX : static_cast<std::size_t>(count);
 }
 
-// Takes at most `number` rows. When fewer are there it waits for them, once, at most `delay` seconds; it never raises
-// for lack of them. Ends early when the device is closed.
+// Takes at most `number` rows. When fewer are there it waits for them, once, at most `delay` seconds; less when the
+// connection is lost or the device closed. Raises the connection's class when it is lost and no row is left.
 template <class Value>
-std::vector<Rows<Value>> takeStreamed(SignalQueue<Value>& queue, const Argument& number, std::string_view what,
-                                      const Argument& delay, bool uniform = false) {
+std::vector<Rows<Value>> takeStreamed(const Link& link, SignalQueue<Value>& queue, const Argument& number,
+                                      std::string_view what, const Argument& delay, bool uniform = false) {
   const std::size_t wanted = checkedRows(number, what);
   const double seconds = checkedNumber(delay, "delay");
   if (seconds < 0) {
@@ -32,7 +33,11 @@ std::vector<Rows<Value>> takeStreamed(SignalQueue<Value>& queue, const Argument&
   if (wanted != SIZE_MAX && seconds > 0) {
     queue.waitForSize(wanted, deadlineAfter(seconds));
   }
-  return queue.take(wanted, uniform);
+  auto rows = queue.take(wanted, uniform);
+  if (rows.empty() && wanted != 0 && queue.finished()) {
+    link.refuseLost();
+  }
+  return rows;
 }
 
 }  // namespace qvx

@@ -20,7 +20,7 @@ class BroadcastDevice : public Device {
   const Channel& udpChannel() const { return udp_; }
 
  private:
-  Channel udp_;
+  Channel& udp_;
 };
 
 }  // namespace qvx

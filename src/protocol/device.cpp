@@ -1,33 +1,105 @@
 #include "protocol/device.h"
 
+#include "core/host.h"
 #include "protocol/attempts.h"
 
-#include <algorithm>
-
 namespace qvx {
+namespace {
 
-void Device::say(const std::string& line, std::optional<bool> verbose) const {
-  if (verbose.value_or(verbose_)) {
+// How long a close that comes second waits for the first.
+constexpr double kPatience = 2;
+
+}  // namespace
+
+// What the application wants to be called at a loss.
+struct Device::LossCall {
+  Mutex mutex;
+  std::function<void()> call QVX_GUARDED_BY(mutex);
+
+  void operator()() {
+    std::function<void()> now;
+    {
+      const Lock lock(mutex);
+      now = call;
+    }
+    if (now) {
+      now();
+    }
+  }
+};
+
+Device::Device(const Identity& identity)
+    : identity_(identity),
+      loss_call_(std::make_shared<LossCall>()),
+      connection_(std::make_shared<Connection>(
+          deviceName(), identity.connection_error, identity.verbose,
+          Connection::Events{.begun = [this](std::uint64_t number) { begun(number); },
+                             .ended = [this](const std::optional<Failure>& loss) { ended(loss); },
+                             .reported = [call = loss_call_] { (*call)(); }})) {}
+
+Device::~Device() {
+  if (!forked()) {
+    connection_->leave();
+  }
+}
+
+Channel& Device::add(Channel::Setup setup) {
+  Channel& channel = connection_->add(std::move(setup));
+  first_channel_ = first_channel_ == nullptr ? &channel : first_channel_;
+  return channel;
+}
+
+void Device::say(const std::string& line) const {
+  if (identity_.verbose) {
     host().print(line);
   }
 }
 
 std::string Device::deviceName() const {
-  return product_ == ProductId::None ? handle_name_ : std::string(productLabel(product_));
+  return identity_.product == ProductId::None ? identity_.handle_name : std::string(productLabel(identity_.product));
 }
 
-const Channel* Device::lostChannel() const {
-  const auto lost = std::ranges::find(channels_, Channel::State::Lost, &Channel::state);
-  return lost != channels_.end() ? *lost : nullptr;
+std::shared_ptr<Reader> Device::expectReply() {
+  return first_channel_ != nullptr ? first_channel_->expectReply() : nullptr;
 }
 
-void Device::expectReply() {
-  if (!channels_.empty()) {
-    channels_.front()->expectReply();
+void Device::begun(std::uint64_t number) {
+  const auto client = clientCmd();
+  data_pool_echo.begin(client ? client->longestSilence() : Clock::duration::zero());
+  for (const auto& [key, queue] : data_pool_strm.entries()) {
+    queue->begin(number);
+  }
+  for (const Listener& listener : listeners_) {
+    listener.begun(number);
+  }
+}
+
+void Device::ended(const std::optional<Failure>& loss) {
+  data_pool_echo.end(loss);
+  if (!loss) {
+    return;
+  }
+  for (const auto& [key, queue] : data_pool_strm.entries()) {
+    queue->finish();
+  }
+  for (const Listener& listener : listeners_) {
+    listener.lost();
+  }
+}
+
+void Device::open(Connection::Opening opening) const {
+  refuseForked(identity_.connection_error);
+  connection_->connect(std::move(opening));
+}
+
+void Device::refuseLost() const {
+  if (const auto loss = data_pool_echo.loss()) {
+    fail(lostError(), loss->givenMessage().value_or(errorKind(lostError()).message));
   }
 }
 
 void Device::failUnanswered() const {
+  refuseLost();
   if (data_pool_echo.closed()) {
     fail(lostError(), "The device was closed while a reply was awaited.");
   }
@@ -35,56 +107,53 @@ void Device::failUnanswered() const {
 }
 
 void Device::disconnect() {
-  Attempts attempt;
-  for (Channel* channel : channels_) {
-    attempt([channel] { channel->disconnect(); });
+  if (!forked()) {  // the connection is the parent's, which may have held any mutex at the fork
+    connection_->disconnect();
   }
-  attempt.end();
 }
 
-void Device::abortConnect() {
-  for (Channel* channel : channels_) {
-    channel->abortConnect();
-  }
+bool Device::waitLost(const Deadline& deadline) const {
+  refuseForked(lostError());
+  return connection_->waitLost(deadline);
+}
+
+void Device::onConnectionLost(std::function<void()> call) {
+  const Lock lock(loss_call_->mutex);
+  loss_call_->call.swap(call);
 }
 
 void Device::close() {
+  killed = true;
+  if (forked()) {
+    closed_ = true;
+    return;
+  }
   {
-    // A second close() returns when the first one is done; one from within the first returns at once.
-    std::unique_lock lock(close_mutex_);
+    // A second close() returns when the first one is done. One from within the first, or from a thread of the driver,
+    // returns at once.
+    Lock lock(close_mutex_);
     if (closer_) {
-      if (*closer_ != std::this_thread::get_id()) {
-        close_changed_.wait(lock, std::nullopt, [this] { return closed_.load(); });
+      if (*closer_ != std::this_thread::get_id() && !Worker::isCurrentThread()) {
+        close_changed_.wait(lock, deadlineAfter(kPatience), [this] { return closed_.load(); });
       }
       return;
     }
     closer_ = std::this_thread::get_id();
   }
-  killed = true;
-  if (forked()) {
-    // A forked child shares the socket with its parent, whose connection this is.
-    closed_ = true;
-    return;
-  }
   Attempts attempt;  // a host that cannot print must not keep threads running
-  for (Channel* channel : channels_) {
-    attempt([channel] {
-      try {
-        channel->disconnect();
-      } catch (const Failure& failure) {
-        host().printFailure(failure);
-      }
-    });
-  }
+  attempt([this] {
+    try {
+      connection_->close();
+    } catch (const Failure& failure) {
+      host().printFailure(failure);
+    }
+  });
   closePools();
   for (const auto& free : on_close_) {
     attempt(free);
   }
-  for (Channel* channel : channels_) {
-    attempt([channel] { channel->end(); });
-  }
   {
-    std::unique_lock lock(close_mutex_);
+    Lock lock(close_mutex_);
     closed_ = true;
     close_changed_.notify(lock);
   }

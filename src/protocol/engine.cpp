@@ -1,6 +1,7 @@
 #include "protocol/engine.h"
 
 #include "core/constants.h"
+#include "core/host.h"
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,11 @@ namespace {
 
 // Seconds between the first sends of a command whose reply does not come, in the blocking form.
 constexpr double kBlockingAttempt = 0.01;
+// Seconds that pass at least before a request is sent once more than that.
+constexpr double kPauseForLost = 0.05;
+constexpr const char* kForgotten =
+    "Replies were lost on the way. Those that are still owed are taken for lost; should they come, they answer later "
+    "requests.";
 
 // Bytes of one received frame in the stream of START_CAN.
 constexpr std::size_t kCANRecord = 13;
@@ -23,31 +29,6 @@ bool contains(std::span<const int> list, int cmd) {
 }
 
 }  // namespace
-
-std::shared_ptr<Transport> Packet_based::clientCmd() const {
-  const std::lock_guard lock(clients_mutex_);
-  return client_cmd_;
-}
-
-void Packet_based::setClientCmd(std::shared_ptr<Transport> client) {
-  {
-    const std::lock_guard lock(clients_mutex_);
-    client_cmd_.swap(client);
-  }
-  if (client) {
-    client->wake();  // a read in progress on the old one gives way to the new one
-  }
-}
-
-std::shared_ptr<Transport> Packet_based::clientUdp() const {
-  const std::lock_guard lock(clients_mutex_);
-  return client_udp_;
-}
-
-void Packet_based::setClientUdp(std::shared_ptr<Transport> client) {
-  const std::lock_guard lock(clients_mutex_);
-  client_udp_.swap(client);
-}
 
 void Packet_based::sendPacketWithoutReply(int cmd, ByteView data_out) {
   send(cmd, data_out, nullptr);
@@ -67,17 +48,26 @@ void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
     fail(lostError(), "Not connected: this device is closed or has no transport.");
   }
   if (cmd == START_UART_READING && !data_out.empty()) {
-    const std::lock_guard lock(starts_mutex_);
+    const Lock lock(starts_mutex_);
     uart_starts_.insert(data_out[0]);
   }
   // A send may have to run Python: a transport of the application's, or a signal handler while it waits.
-  Fiber::outside([&] {
-    client->sendInTurn(frame, [waiter] {
-      if (waiter != nullptr) {
-        waiter->enter();
-      }
+  bool announced = false;
+  try {
+    Fiber::outside([&] {
+      client->sendInTurn(frame, [&] {
+        if (waiter != nullptr) {
+          waiter->sending();
+          announced = true;
+        }
+      });
     });
-  });
+  } catch (...) {
+    if (announced) {
+      waiter->unsent();
+    }
+    throw;
+  }
 }
 
 int Packet_based::replyKey(int cmd, ByteView data) {
@@ -94,26 +84,32 @@ int Packet_based::replyKey(int cmd, ByteView data) {
 std::optional<Bytes> Packet_based::getReplyFromPool(int key, double timeout) {
   refuseForked(lostError());
   ReplyPool::Waiter waiter(data_pool_echo, key);
-  return await(waiter, timeout);
+  return await(waiter, timeout, expectReply());
 }
 
-std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeout) {
+std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeout,
+                                         const std::shared_ptr<Reader>& reader) {
   if (timeout < 0 || (timeout == 0 && Fiber::current() != nullptr)) {
     return std::nullopt;
   }
   if (timeout == 0) {
     // Neither limit of a blocking wait is ever reached: elapsed time stays at 0.
-    waiter.leave();
     data_pool_echo.waitInVain(std::nullopt);
     return std::nullopt;
   }
-  return waiter.wait(deadlineAfter(timeout));
+  auto reply = waiter.wait(deadlineAfter(timeout), reader);
+  if (reply && waiter.lateForTheFirstTime()) {
+    host().warn(ErrorId::LateReplyWarning);
+  }
+  if (waiter.ended()) {
+    fail(lostError(), "The connection was ended while a reply was awaited.");
+  }
+  return reply;
 }
 
 std::optional<Bytes> Packet_based::echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout) {
   send(cmd, data_out, &waiter);
-  expectReply();
-  return await(waiter, timeout);
+  return await(waiter, timeout, expectReply());
 }
 
 std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
@@ -122,22 +118,57 @@ std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double
 }
 
 std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_out, double timeout) {
-  const double attempt = Fiber::current() != nullptr ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
-  const int most = resend ? NUM_RETRIES : 1;
+  return echoUpTo(NUM_RETRIES, cmd, data_out, timeout);
+}
+
+std::optional<Bytes> Packet_based::request(int cmd, ByteView data_out, double timeout, Repeat repeat) {
+  const Resend allowed = resend;
+  const bool again = allowed == Resend::All || (allowed == Resend::Safe && repeat == Repeat::Harmless);
+  return echoUpTo(again ? NUM_RETRIES : 1, cmd, data_out, timeout);
+}
+
+std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out, double timeout) {
+  const bool coroutine = Fiber::current() != nullptr;
+  const double attempt = coroutine ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
   double elapsed = 0;
+  double pause = most > 1 ? kPauseForLost : timeout;
   ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));  // keeps its place through all attempts
-  for (int attempts = 0; attempts < most && elapsed < timeout; ++attempts) {
+  // Waits `time` seconds; less where replies come, but are taken for earlier ones because some were lost: another copy
+  // gets its own.
+  const auto wait = [&](double time) -> std::optional<Bytes> {
+    while (time > 0) {
+      const double slice = std::min(time, pause);
+      auto reply = await(waiter, slice, expectReply());
+      elapsed += slice;
+      time -= slice;
+      const auto quiet = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice));
+      if (reply || waiter.lost() || data_pool_echo.closed() || (slice == pause && waiter.passedOver(quiet))) {
+        return reply;
+      }
+      pause *= slice == pause ? 2 : 1;
+    }
+    return std::nullopt;
+  };
+  for (int sent = 0; sent == 0 || elapsed < timeout; ++sent) {
+    if (sent != 0 && (waiter.lost() || data_pool_echo.closed())) {
+      return std::nullopt;
+    }
+    send(cmd, data_out, &waiter);
     // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
-    const double wait = Fiber::current() != nullptr ? std::min(attempt, timeout - elapsed) : attempt;
-    if (auto reply = echo(cmd, data_out, waiter, wait)) {
+    const bool last = sent + 1 >= most;
+    if (auto reply = wait(coroutine ? std::min(attempt, timeout - elapsed) : attempt)) {
       return reply;
     }
-    elapsed += wait;
+    if (last) {
+      if (auto reply = wait(timeout - elapsed)) {
+        return reply;
+      }
+    }
   }
-  if (elapsed >= timeout) {
-    return std::nullopt;
+  if (waiter.forgetLost()) {
+    host().warn(ErrorId::LateReplyWarning, kForgotten);
   }
-  return await(waiter, timeout - elapsed);
+  return std::nullopt;
 }
 
 std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int64_t num_samples) {
@@ -154,7 +185,7 @@ std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int6
     if (!item) {
       break;
     }
-    items.push_back(std::move(*item));
+    items.push_back(std::move(item->bytes));
   }
   return items;
 }
@@ -203,11 +234,11 @@ PacketKind Packet_based::checkCommandType(int cmd, ByteView data) {
 void Packet_based::putToDataPool(int cmd, Bytes data) {
   if (cmd >= kFirstOpenCAN && cmd <= kLastOpenCAN) {
     data.insert(data.begin(), static_cast<std::uint8_t>(cmd & 0xFF));
-    data_pool_echo.put(OPEN_CAN, std::move(data));
+    data_pool_echo.arrive(OPEN_CAN, std::move(data));
     return;
   }
   if (cmd == START_CAN && data.size() < 1 + kCANRecord) {
-    data_pool_echo.put(cmd, std::move(data));
+    data_pool_echo.arrive(cmd, std::move(data));
     return;
   }
   if (cmd == START_UART_READING && acknowledges(data)) {
@@ -224,7 +255,7 @@ void Packet_based::putToDataPool(int cmd, Bytes data) {
     case PacketKind::Echo:
       if (cmd != MOTION || data.size() >= 3) {
         const int key = replyKey(cmd, data);
-        data_pool_echo.put(key, std::move(data));
+        data_pool_echo.arrive(key, std::move(data));
       }
       break;
     case PacketKind::Broadcast:
@@ -242,7 +273,7 @@ bool Packet_based::acknowledges(ByteView data) {
   if (data.empty()) {
     return false;
   }
-  const std::lock_guard lock(starts_mutex_);
+  const Lock lock(starts_mutex_);
   return uart_starts_.erase(data[0]) != 0 && data.size() == 2 &&
          std::find(kStatuses.begin(), kStatuses.end(), data[1]) != kStatuses.end();
 }

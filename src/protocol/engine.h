@@ -4,19 +4,28 @@
 
 #include "core/argument.h"
 #include "core/frame.h"
+#include "protocol/channel.h"
 #include "protocol/pools.h"
-#include "transport/process.h"
+#include "runtime/process.h"
 #include "transport/transport.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <set>
 
 namespace qvx {
 
 // How a command is classified when a packet with its code arrives.
 enum class PacketKind : std::uint8_t { Echo, Streaming, Broadcast, Ignore };
+
+// What a device does when it carries out a command a second time.
+enum class Repeat : std::uint8_t {
+  Harmless,  // nothing new: a setting, a query
+  Acts       // the same again: a toggle, a transfer on a bus, a push into a buffer, a relative move, a start
+};
+
+// Which commands are sent again while their reply is late.
+enum class Resend : std::uint8_t { None, Safe, All };
 
 // What both published engine classes share: the transports, the three pools, and every body.
 // Any thread may call anything.
@@ -30,13 +39,13 @@ class Packet_based {
   void refuseForked(ErrorId id) const;
 
   // Where commands go; nullptr until there is a transport.
-  std::shared_ptr<Transport> clientCmd() const;
-  void setClientCmd(std::shared_ptr<Transport> client);
-  std::shared_ptr<Transport> clientUdp() const;
-  void setClientUdp(std::shared_ptr<Transport> client);
+  std::shared_ptr<Transport> clientCmd() const { return client_cmd_->get(); }
+  void setClientCmd(std::shared_ptr<Transport> client) { client_cmd_->set(std::move(client)); }
+  std::shared_ptr<Transport> clientUdp() const { return client_udp_->get(); }
+  void setClientUdp(std::shared_ptr<Transport> client) { client_udp_->set(std::move(client)); }
 
-  // Whether echoPacketWithRetry may send a command more than once: a device carries out each one that it receives.
-  std::atomic<bool> resend{true};
+  // What request() does: a device carries out each copy of a command that it receives.
+  std::atomic<Resend> resend{Resend::Safe};
 
   ReplyPool data_pool_echo;
   StreamPool data_pool_strm;
@@ -47,9 +56,11 @@ class Packet_based {
   // Sends once and waits at most `timeout` seconds; nothing when no reply came. `timeout` 0 waits without end; in a
   // coroutine, not at all.
   std::optional<Bytes> echoPacket(int cmd, ByteView data_out, double timeout);
-  // Sends up to NUM_RETRIES times, once without `resend`, at short intervals (0.01 s; RETRY_TIMEOUT in a coroutine),
-  // then waits for the rest of `timeout`; nothing when no reply came.
+  // Sends up to NUM_RETRIES times at short intervals (0.01 s; RETRY_TIMEOUT in a coroutine), then waits for the rest of
+  // `timeout`; nothing when no reply came.
   std::optional<Bytes> echoPacketWithRetry(int cmd, ByteView data_out, double timeout);
+  // What operations do: the same, but sends only as often as `resend` allows for such a command.
+  std::optional<Bytes> request(int cmd, ByteView data_out, double timeout, Repeat repeat);
   std::optional<Bytes> getReplyFromPool(int key, double timeout);
   // Waits for `num_samples` items, however long that takes, and takes them; -1 takes what is there.
   std::vector<Bytes> getStreamingFromPool(RawQueue& queue, std::int64_t num_samples);
@@ -71,8 +82,11 @@ class Packet_based {
   void closePools();
 
  protected:
-  // Called when a command has been sent whose reply is waited for next.
-  virtual void expectReply() {}
+  // Called when a command has been sent whose reply is waited for next; returns by what a thread that waits can read
+  // the connection meanwhile, nullptr where it cannot.
+  virtual std::shared_ptr<Reader> expectReply() { return nullptr; }
+  std::shared_ptr<TransportSlot> commandSlot() const { return client_cmd_; }
+  std::shared_ptr<TransportSlot> broadcastSlot() const { return client_udp_; }
   // The class of a failed send where there is no connection: that of the handle's medium.
   virtual ErrorId lostError() const { return ErrorId::NetworkConnectionLostError; }
 
@@ -80,17 +94,18 @@ class Packet_based {
   // Sends; `waiter`, where there is one, has its place from then on.
   void send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter);
   std::optional<Bytes> echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout);
-  std::optional<Bytes> await(ReplyPool::Waiter& waiter, double timeout);
+  std::optional<Bytes> echoUpTo(int most, int cmd, ByteView data_out, double timeout);
+  std::optional<Bytes> await(ReplyPool::Waiter& waiter, double timeout, const std::shared_ptr<Reader>& reader);
   void sendBroadcast(int cmd, ByteView data_out);
   // Whether a packet of START_UART_READING acknowledges the start instead of carrying received bytes.
   bool acknowledges(ByteView data);
 
   Origin origin_;
-  mutable std::mutex clients_mutex_;  // guards the two pointers
-  std::shared_ptr<Transport> client_cmd_;
-  std::shared_ptr<Transport> client_udp_;
-  std::mutex starts_mutex_;             // guards uart_starts_
-  std::set<std::uint8_t> uart_starts_;  // ports whose start of reading nothing has followed yet
+  const std::shared_ptr<TransportSlot> client_cmd_ = std::make_shared<TransportSlot>();
+  const std::shared_ptr<TransportSlot> client_udp_ = std::make_shared<TransportSlot>();
+  Mutex starts_mutex_;
+  // Ports whose start of reading nothing has followed yet.
+  std::set<std::uint8_t> uart_starts_ QVX_GUARDED_BY(starts_mutex_);
 };
 
 // The published engine classes: the same object seen by blocking callers and by coroutines.

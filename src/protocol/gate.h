@@ -2,9 +2,8 @@
 // Not a data lock: whoever acquires it closes the gate, and any thread may release it.
 #pragma once
 
-#include "protocol/wait.h"
+#include "runtime/wait.h"
 
-#include <mutex>
 #include <utility>
 
 namespace qvx {
@@ -17,8 +16,8 @@ class Gate {
 
   // Closes the gate. False when it stayed closed by another holder until `deadline`.
   bool acquire(const Deadline& deadline = std::nullopt) {
-    std::unique_lock lock(mutex_);
-    if (!changed_.wait(lock, deadline, [this] { return !closed_; })) {
+    Lock lock(mutex_);
+    if (!changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) { return !closed_; })) {
       return false;
     }
     closed_ = true;
@@ -27,47 +26,52 @@ class Gate {
 
   // Closes the gate if it is open; never waits.
   bool tryAcquire() {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return !std::exchange(closed_, true);
   }
 
   // Opens the gate. False when it was open.
   bool release() {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     const bool was_closed = std::exchange(closed_, false);
     changed_.notify(lock);
     return was_closed;
   }
 
   bool locked() const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return closed_;
   }
 
-  // The thread's side: returns once the gate is open.
-  void pass() {
-    std::unique_lock lock(mutex_);
-    if (!closed_) {
+  // The thread's side: returns once the gate is open, or there is something else for it to do.
+  template <class Called>
+  void pass(Called called) {
+    Lock lock(mutex_);
+    if (!closed_ || called()) {
       return;
     }
     ++parked_;
-    parked_changed_.notify_all();
-    changed_.wait(lock, std::nullopt, [this] { return !closed_; });
+    changed_.notifyHeld();
+    changed_.wait(lock, std::nullopt, [&]() QVX_REQUIRES(mutex_) { return !closed_ || called(); });
     --parked_;
+  }
+  // Has the thread at the gate look whether it is called.
+  void call() {
+    Lock lock(mutex_);
+    changed_.notify(lock);
   }
 
   // Waits until the thread stands at the closed gate; false when it did not by `deadline`.
-  bool waitParked(Clock::time_point deadline) {
-    std::unique_lock lock(mutex_);
-    return parked_changed_.wait_until(lock, deadline, [this] { return parked_ > 0; });
+  bool waitParked(const Deadline& deadline) {
+    Lock lock(mutex_);
+    return changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) { return parked_ > 0; });
   }
 
  private:
-  mutable std::mutex mutex_;  // guards all below
-  bool closed_;
-  int parked_ = 0;
+  mutable Mutex mutex_;
+  bool closed_ QVX_GUARDED_BY(mutex_);
+  int parked_ QVX_GUARDED_BY(mutex_) = 0;
   Condition changed_;
-  std::condition_variable parked_changed_;
 };
 
 }  // namespace qvx

@@ -2,8 +2,6 @@
 
 #include "core/convert.h"
 
-#include <algorithm>
-
 namespace qvx {
 
 void Reply::need(std::size_t size) const {
@@ -36,8 +34,8 @@ std::string Reply::text(ByteView bytes) const {
   return text;
 }
 
-Reply Link::request(int cmd, const Bytes& payload, double timeout) const {
-  auto reply = device_.echoPacketWithRetry(cmd, payload, timeout);
+Reply Link::request(int cmd, const Bytes& payload, double timeout, Repeat repeat) const {
+  auto reply = device_.request(cmd, payload, timeout, repeat);
   if (!reply) {
     device_.failUnanswered();
   }
@@ -45,8 +43,7 @@ Reply Link::request(int cmd, const Bytes& payload, double timeout) const {
 }
 
 std::shared_ptr<RawQueue> Link::askEverybody(int cmd, const Bytes& payload) const {
-  const auto& channels = device_.channels();
-  if (std::none_of(channels.begin(), channels.end(), [](const Channel* channel) { return channel->connected(); })) {
+  if (device_.state() != Connection::State::Connected) {
     fail(ErrorId::NetworkConnectionLostError, "Not connected: call connect first.");
   }
   return device_.askEverybody(cmd, payload);

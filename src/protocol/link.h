@@ -2,6 +2,7 @@
 #pragma once
 
 #include "protocol/device.h"
+#include "protocol/stream_decoder.h"
 
 #include <string>
 #include <vector>
@@ -47,9 +48,10 @@ class Link {
  public:
   explicit Link(Device& device) : device_(device) {}
 
-  // Sends a command and returns its reply, sending again as the engine's rules say. Raises ReceivePacketTimeoutError
-  // when none came within `timeout` seconds, the connection's class when it is lost. Blocks, or suspends a coroutine.
-  Reply request(int cmd, const Bytes& payload, double timeout) const;
+  // Sends a command and returns its reply, sending again as the engine's rules say: `repeat` tells what that would do.
+  // Raises ReceivePacketTimeoutError when none came within `timeout` seconds, the connection's class when it is lost.
+  // Blocks, or suspends a coroutine.
+  Reply request(int cmd, const Bytes& payload, double timeout, Repeat repeat = Repeat::Harmless) const;
   // Sends a command that has no reply.
   void send(int cmd, const Bytes& payload) const { device_.sendPacketWithoutReply(cmd, payload); }
   // Sends a command to every device on the attached networks and returns the queue in which their answers arrive.
@@ -60,6 +62,14 @@ class Link {
   std::shared_ptr<RawQueue> rawQueue(int cmd, int port) const { return device_.data_pool_strm.at({cmd, port}); }
   ProductId product() const { return device_.product(); }
   std::string deviceName() const { return device_.deviceName(); }
+  // Raises the medium's class when the connection is lost.
+  void refuseLost() const { device_.refuseLost(); }
+  void onConnection(Device::Listener listener) const { device_.onConnection(std::move(listener)); }
+  // Lets a decoder, which lives as long as the device, know of connections.
+  void onConnection(StreamDecoder& decoder) const {
+    onConnection({.begun = [&decoder](std::uint64_t number) { decoder.begin(number); },
+                  .lost = [&decoder] { decoder.finish(); }});
+  }
   void onClose(std::function<void()> free) const { device_.onClose(std::move(free)); }
 
  private:

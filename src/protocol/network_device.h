@@ -19,12 +19,11 @@ class NetworkDevice : public Device {
   const Channel& commandChannel() const { return command_; }
 
  protected:
-  // Connects `client` and with it `channel`; raises NetworkConnectionError also where there is no client.
-  static void open(Channel& channel, const std::shared_ptr<Transport>& client, const std::string& address, int port,
-                   std::optional<bool> verbose = {});
+  // What connects `client`; raises NetworkConnectionError also where there is none.
+  static std::function<void()> connecting(std::shared_ptr<Transport> client, const std::string& address, int port);
 
  private:
-  Channel command_;
+  Channel& command_;
 };
 
 // The handle of the Ethernet products.

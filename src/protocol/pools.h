@@ -5,7 +5,8 @@
 
 #include "core/bytes.h"
 #include "core/frame.h"
-#include "protocol/wait.h"
+#include "protocol/replies.h"
+#include "runtime/wait.h"
 
 #include <deque>
 #include <map>
@@ -17,67 +18,6 @@
 
 namespace qvx {
 
-// Replies to commands: at most one for each key, a newer one overwrites an older one. A reply that somebody waits for
-// goes to the first of those who have no reply yet.
-class ReplyPool {
- public:
-  // One who waits for a reply with `key`, or is going to. Of one thread, or one fiber.
-  class Waiter {
-   public:
-    Waiter(ReplyPool& pool, int key) : pool_(pool), key_(key) {}
-    ~Waiter() { leave(); }
-    Waiter(const Waiter&) = delete;
-    Waiter& operator=(const Waiter&) = delete;
-
-    // Takes a place behind the others, those that are stranded excepted; done before the request is sent, whose reply
-    // may be there before wait().
-    void enter();
-    // Gives the place up; a reply that has come and is not taken is left to the others.
-    void leave();
-    // Takes the reply as soon as it is there; nothing, and the place is kept, when `deadline` passes first or the pool
-    // is closed.
-    std::optional<Bytes> wait(const Deadline& deadline);
-
-   private:
-    friend class ReplyPool;
-    // Both need the pool's mutex, which also guards what changes.
-    void join();
-    void part();
-
-    ReplyPool& pool_;
-    const int key_;
-    bool entered_ = false;
-    bool stranded_ = false;
-    std::optional<Bytes> reply_;
-  };
-
-  void put(int key, Bytes reply);
-  // Removes and returns the reply.
-  std::optional<Bytes> take(int key);
-  std::optional<Bytes> peek(int key) const;
-  std::optional<Bytes> waitFor(int key, const Deadline& deadline) { return Waiter(*this, key).wait(deadline); }
-  // Waits without taking anything, until `deadline` or the pool is closed.
-  void waitInVain(const Deadline& deadline);
-  // The connection is over on which all were sent that somebody waits for now: what is asked on the next one is served
-  // first.
-  void strand();
-  std::vector<int> keys() const;
-  std::size_t size() const;
-  void clear();
-  // Ends every wait, now and later.
-  void close();
-  bool closed() const;
-
- private:
-  void file(int key, Bytes reply, bool overwrite);
-
-  mutable std::mutex mutex_;  // guards all below
-  Condition changed_;
-  std::map<int, Bytes> replies_;
-  std::vector<Waiter*> waiters_;  // in the order of their coming, the stranded ones last
-  bool closed_ = false;
-};
-
 // What a decoder thread sleeps on: rung by the queues it serves.
 class Doorbell {
  public:
@@ -86,33 +26,46 @@ class Doorbell {
   void wait();
 
  private:
-  std::mutex mutex_;  // guards rung_
-  std::condition_variable changed_;
-  bool rung_ = false;
+  Mutex mutex_;
+  Condition changed_;
+  bool rung_ QVX_GUARDED_BY(mutex_) = false;
 };
 
-// Streamed items (payloads without their leading port byte), unbounded, in the order of arrival.
+// One streamed item: a payload without its leading port byte.
+struct RawItem {
+  Bytes bytes;
+  std::uint64_t place = 0;       // how many items came before it
+  std::uint64_t connection = 0;  // the number of the connection on which it came
+};
+
+// Streamed items, unbounded, in the order of arrival.
 class RawQueue {
  public:
   void put(Bytes item);
-  // `place`: how many items came before it.
-  std::optional<Bytes> take(std::uint64_t* place = nullptr);
+  std::optional<RawItem> take();
   std::size_t size() const;
   // How many items have ever come.
   std::uint64_t arrived() const;
-  // Waits until `count` items are there; false when `deadline` passes first or the queue is closed.
+  // Waits until `count` items are there; false when `deadline` passes first, the queue is closed or nothing more comes.
   bool waitForSize(std::size_t count, const Deadline& deadline);
-  // The bell to ring at every item.
+  // The bell to ring at every item, and when nothing more comes.
   void setDoorbell(std::shared_ptr<Doorbell> bell);
+  // The connection with this number begins: what came on an earlier one is gone.
+  void begin(std::uint64_t connection);
+  // The connection is lost: nothing more comes on it.
+  void finish();
+  bool finished() const;
   void close();
 
  private:
-  mutable std::mutex mutex_;  // guards all below
+  mutable Mutex mutex_;
   Condition changed_;
-  std::deque<Bytes> items_;
-  std::uint64_t taken_ = 0;
-  std::shared_ptr<Doorbell> bell_;
-  bool closed_ = false;
+  std::deque<Bytes> items_ QVX_GUARDED_BY(mutex_);
+  std::uint64_t taken_ QVX_GUARDED_BY(mutex_) = 0;
+  std::uint64_t connection_ QVX_GUARDED_BY(mutex_) = 0;
+  std::shared_ptr<Doorbell> bell_ QVX_GUARDED_BY(mutex_);
+  bool finished_ QVX_GUARDED_BY(mutex_) = false;
+  bool closed_ QVX_GUARDED_BY(mutex_) = false;
 };
 
 // (command code, port)
@@ -123,7 +76,7 @@ template <class Key, class Entry>
 class EntryPool {
  public:
   std::shared_ptr<Entry> at(const Key& key) {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     auto& entry = entries_[key];
     if (!entry) {
       entry = std::make_shared<Entry>();
@@ -134,21 +87,21 @@ class EntryPool {
     return entry;
   }
   bool contains(const Key& key) const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return entries_.contains(key);
   }
   bool erase(const Key& key) {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return entries_.erase(key) != 0;
   }
   std::vector<std::pair<Key, std::shared_ptr<Entry>>> entries() const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return {entries_.begin(), entries_.end()};
   }
   // Ends every wait on an entry, now and later.
   void close() {
     {
-      const std::lock_guard lock(mutex_);
+      const Lock lock(mutex_);
       closed_ = true;
     }
     for (const auto& [key, entry] : entries()) {
@@ -157,9 +110,9 @@ class EntryPool {
   }
 
  private:
-  mutable std::mutex mutex_;  // guards what follows; an entry's own may be taken under it
-  std::map<Key, std::shared_ptr<Entry>> entries_;
-  bool closed_ = false;
+  mutable Mutex mutex_;  // an entry's own may be taken under it
+  std::map<Key, std::shared_ptr<Entry>> entries_ QVX_GUARDED_BY(mutex_);
+  bool closed_ QVX_GUARDED_BY(mutex_) = false;
 };
 
 // Distinct answers to a broadcast. Anybody on the network can send answers, so there is a limit to what is kept.
@@ -179,10 +132,10 @@ class AnswerSet {
  private:
   std::vector<std::shared_ptr<RawQueue>> subscribers();
 
-  mutable std::mutex mutex_;  // guards all below
-  std::set<Bytes> answers_;
-  std::vector<std::weak_ptr<RawQueue>> subscribers_;
-  bool closed_ = false;
+  mutable Mutex mutex_;
+  std::set<Bytes> answers_ QVX_GUARDED_BY(mutex_);
+  std::vector<std::weak_ptr<RawQueue>> subscribers_ QVX_GUARDED_BY(mutex_);
+  bool closed_ QVX_GUARDED_BY(mutex_) = false;
 };
 
 using StreamPool = EntryPool<StreamKey, RawQueue>;

@@ -2,7 +2,7 @@
 // bytes, frames. Rows are kept in chunks of plain values; nothing of the interpreter lives here.
 #pragma once
 
-#include "protocol/wait.h"
+#include "runtime/wait.h"
 
 #include <cstdint>
 #include <deque>
@@ -26,9 +26,13 @@ class SignalQueue {
  public:
   explicit SignalQueue(std::size_t capacity) : capacity_(capacity) {}
 
-  // Appends rows of `width` values; returns how many did not fit and were dropped.
-  std::size_t put(std::span<const Value> values, std::size_t width) {
-    std::unique_lock lock(mutex_);
+  // Appends rows of `width` values that came on the connection with that number, unless another has begun meanwhile.
+  // Returns how many did not fit and were dropped.
+  std::size_t put(std::span<const Value> values, std::size_t width, std::uint64_t connection = 0) {
+    Lock lock(mutex_);
+    if (connection != connection_) {
+      return 0;
+    }
     const std::size_t rows = values.size() / width;
     const std::size_t accepted = std::min(rows, room());
     dropped_ += rows - accepted;
@@ -37,7 +41,7 @@ class SignalQueue {
   }
   // Appends one row; false when there is no room, which counts as nothing dropped.
   bool tryPut(std::span<const Value> row) {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     if (room() == 0) {
       return false;
     }
@@ -47,7 +51,7 @@ class SignalQueue {
 
   // Takes at most `limit` rows, oldest first, in one piece for each run of equal width; `uniform` stops after one run.
   std::vector<Rows<Value>> take(std::size_t limit, bool uniform = false) {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     std::vector<Rows<Value>> taken;
     while (limit != 0 && size_ != 0 && !(uniform && !taken.empty())) {
       taken.push_back(takeRun(limit));
@@ -56,11 +60,11 @@ class SignalQueue {
     return taken;
   }
 
-  // Waits until `rows` rows are there; false when `deadline` passes first or the queue is closed.
+  // Waits until `rows` rows are there; false when `deadline` passes first, the queue is closed or nothing more comes.
   bool waitForSize(std::size_t rows, const Deadline& deadline) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, deadline, [&] {
-      const bool ready = closed_ || size_ >= rows;
+    Lock lock(mutex_);
+    changed_.wait(lock, deadline, [&]() QVX_REQUIRES(mutex_) {
+      const bool ready = closed_ || finished_ || size_ >= rows;
       if (!ready) {
         wake_at_ = std::min(wake_at_, rows);
       }
@@ -70,18 +74,38 @@ class SignalQueue {
   }
 
   std::size_t size() const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return size_;
   }
   std::size_t capacity() const { return capacity_; }
   // Rows dropped since construction because the queue was full.
   std::size_t dropped() const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return dropped_;
+  }
+  // The connection with this number begins: what came on an earlier one is gone.
+  void begin(std::uint64_t connection) {
+    const Lock lock(mutex_);
+    connection_ = connection;
+    finished_ = false;
+    chunks_.clear();
+    front_row_ = 0;
+    size_ = 0;
+  }
+  // The connection is lost: nothing more comes on it. What is queued can still be taken.
+  void finish() {
+    Lock lock(mutex_);
+    finished_ = true;
+    wake_at_ = SIZE_MAX;
+    changed_.notify(lock);
+  }
+  bool finished() const {
+    const Lock lock(mutex_);
+    return finished_;
   }
   // Ends every wait, now and later. What is queued can still be taken.
   void close() {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     closed_ = true;
     changed_.notify(lock);
   }
@@ -89,11 +113,10 @@ class SignalQueue {
  private:
   static constexpr std::size_t kChunkRows = 1024;
 
-  // Needs the mutex.
-  std::size_t room() const { return capacity_ - std::min(size_, capacity_); }
+  std::size_t room() const QVX_REQUIRES(mutex_) { return capacity_ - std::min(size_, capacity_); }
 
   // Rows for which there is room. Releases the mutex when it wakes somebody.
-  void append(std::unique_lock<std::mutex>& lock, std::span<const Value> values, std::size_t width) {
+  void append(Lock& lock, std::span<const Value> values, std::size_t width) QVX_UNCHECKED {
     std::span<const Value> rest = values;
     while (!rest.empty()) {
       if (chunks_.empty() || chunks_.back().width != width || chunks_.back().values.size() == kChunkRows * width) {
@@ -112,8 +135,8 @@ class SignalQueue {
     }
   }
 
-  // At most `limit` rows of the first one's width, in memory allocated once. Needs the mutex and a row.
-  Rows<Value> takeRun(std::size_t limit) {
+  // At most `limit` rows of the first one's width, in memory allocated once. Needs a row.
+  Rows<Value> takeRun(std::size_t limit) QVX_REQUIRES(mutex_) {
     const std::size_t width = chunks_.front().width;
     std::size_t rows = 0;
     std::size_t gone = front_row_;
@@ -145,14 +168,16 @@ class SignalQueue {
   }
 
   const std::size_t capacity_;
-  mutable std::mutex mutex_;  // guards all below
+  mutable Mutex mutex_;
   Condition changed_;
-  std::deque<Rows<Value>> chunks_;
-  std::size_t front_row_ = 0;  // rows of the first chunk already taken
-  std::size_t size_ = 0;
-  std::size_t dropped_ = 0;
-  std::size_t wake_at_ = SIZE_MAX;  // the fewest rows that anybody waits for
-  bool closed_ = false;
+  std::deque<Rows<Value>> chunks_ QVX_GUARDED_BY(mutex_);
+  std::size_t front_row_ QVX_GUARDED_BY(mutex_) = 0;  // rows of the first chunk already taken
+  std::size_t size_ QVX_GUARDED_BY(mutex_) = 0;
+  std::size_t dropped_ QVX_GUARDED_BY(mutex_) = 0;
+  std::size_t wake_at_ QVX_GUARDED_BY(mutex_) = SIZE_MAX;  // the fewest rows that anybody waits for
+  std::uint64_t connection_ QVX_GUARDED_BY(mutex_) = 0;
+  bool finished_ QVX_GUARDED_BY(mutex_) = false;
+  bool closed_ QVX_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace qvx

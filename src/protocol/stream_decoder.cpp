@@ -1,66 +1,136 @@
 #include "protocol/stream_decoder.h"
 
-namespace qvx {
+#include "core/host.h"
 
-StreamDecoder::StreamDecoder(const char* name, std::vector<std::shared_ptr<RawQueue>> raw, Decode decode)
-    : raw_(std::move(raw)),
-      decode_(std::move(decode)),
-      worker_(
-          name, gate_, [this] { step(); }, [this] { wakeUp(); }) {
-  for (const auto& queue : raw_) {
-    queue->setDoorbell(bell_);
+#include <atomic>
+#include <optional>
+
+namespace qvx {
+namespace {
+
+constexpr std::chrono::seconds kBetweenReports{1};
+// How long the thread's end is awaited. One that doesn't come back from a warning that it has issued is left to itself.
+constexpr double kPatience = 1;
+
+}  // namespace
+
+// What the thread works on.
+struct StreamDecoder::Shared {
+  Shared(std::vector<std::shared_ptr<RawQueue>> queues, std::shared_ptr<Gate> at, Functions given)
+      : raw(std::move(queues)), gate(std::move(at)), overflow(given.overflow), functions(std::move(given)) {}
+
+  const std::vector<std::shared_ptr<RawQueue>> raw;
+  const std::shared_ptr<Gate> gate;
+  const std::shared_ptr<Doorbell> bell = std::make_shared<Doorbell>();
+  const ErrorId overflow;
+  Clock::time_point silent_until{};  // decoder's thread only
+  std::atomic<bool> freed{false};
+  Mutex mutex;  // the queues' may be taken under it
+  Functions functions QVX_GUARDED_BY(mutex);
+
+  // An empty item is what the decoder recognises and skips.
+  void wakeUp() {
+    for (const auto& queue : raw) {
+      queue->put({});
+    }
+    bell->ring();
   }
-  bell_->ring();  // for what came before the bell hung there
+
+  void step() {
+    bell->wait();
+    for (std::size_t index = 0; index < raw.size(); ++index) {
+      // What came before the gate was closed, up to the wake-up item, can be read after it.
+      while (!freed) {
+        const auto item = raw[index]->take();
+        if (!item || (item->bytes.empty() && gate->locked())) {
+          break;
+        }
+        if (!item->bytes.empty()) {
+          decode(index, *item);
+        }
+      }
+      if (raw[index]->finished()) {
+        finish();
+      }
+    }
+    if (gate->locked()) {
+      bell->ring();  // what is left is decoded when the gate opens again
+    }
+  }
+
+  void finish() {
+    const Lock lock(mutex);
+    functions.finish();
+  }
+
+  // Reports without the mutex: a warning is Python's, and may take long or close the device.
+  void decode(std::size_t index, const RawItem& item) {
+    std::optional<std::string> trouble;
+    std::size_t dropped = 0;
+    try {
+      const Lock lock(mutex);
+      dropped = functions.decode(index, item);
+    } catch (const std::exception& error) {
+      trouble = error.what();
+    }
+    if (trouble) {
+      host().printFailure(Failure(ErrorId::FirmwareOtherError, *trouble));
+    }
+    const auto now = Clock::now();
+    if (dropped != 0 && now >= silent_until) {
+      silent_until = now + kBetweenReports;
+      host().warn(overflow);
+    }
+  }
+};
+
+StreamDecoder::StreamDecoder(const char* name, std::vector<std::shared_ptr<RawQueue>> raw, Functions functions)
+    : shared_(std::make_shared<Shared>(std::move(raw), gate_, std::move(functions))),
+      worker_(name, gate_,
+              {.step = [shared = shared_] { shared->step(); }, .wake = [shared = shared_] { shared->wakeUp(); }}) {
+  for (const auto& queue : shared_->raw) {
+    queue->setDoorbell(shared_->bell);
+  }
+  shared_->bell->ring();  // for what came before the bell hung there
+}
+
+const std::vector<std::shared_ptr<RawQueue>>& StreamDecoder::raw() const {
+  return shared_->raw;
 }
 
 bool StreamDecoder::close() {
   const bool was_open = gate_->tryAcquire();
   if (was_open) {
-    wakeUp();
+    shared_->wakeUp();
   }
   return was_open;
 }
 
 void StreamDecoder::free() {
-  worker_.stop();
-}
-
-// An empty item is what the decoder recognises and skips.
-void StreamDecoder::wakeUp() {
-  for (const auto& queue : raw_) {
-    queue->put({});
+  shared_->freed = true;
+  worker_.kill();
+  {
+    const Lock lock(shared_->mutex);
+    shared_->functions = {.decode = [](std::size_t, const RawItem&) { return std::size_t{0}; }};
   }
-  bell_->ring();
+  worker_.join(deadlineAfter(kPatience));
 }
 
-void StreamDecoder::step() {
-  bell_->wait();
-  for (std::size_t index = 0; index < raw_.size(); ++index) {
-    // What came before the gate was closed, up to the wake-up item, can be read after it.
-    while (!worker_.killed()) {
-      const auto item = raw_[index]->take(&place_);
-      if (!item || (item->empty() && gate_->locked())) {
-        break;
-      }
-      if (!item->empty()) {
-        try {
-          decode_(index, *item);
-        } catch (const std::exception& error) {
-          host().printFailure(Failure(ErrorId::FirmwareOtherError, error.what()));
-        }
-      }
-    }
+void StreamDecoder::begin(std::uint64_t connection) {
+  for (const auto& queue : shared_->raw) {
+    queue->begin(connection);
+  }
+  const Lock lock(shared_->mutex);
+  shared_->functions.begin(connection);
+}
+
+// Behind a closed gate nobody decodes, and nothing more is to be waited for.
+void StreamDecoder::finish() {
+  for (const auto& queue : shared_->raw) {
+    queue->finish();
   }
   if (gate_->locked()) {
-    bell_->ring();  // what is left is decoded when the gate opens again
-  }
-}
-
-void OverflowReport::dropped() {
-  const auto now = Clock::now();
-  if (now >= silent_until_) {
-    silent_until_ = now + std::chrono::seconds(1);
-    host().warn(warning_);
+    shared_->finish();
   }
 }
 

@@ -9,16 +9,17 @@
 namespace qvx {
 
 UARTDevice::UARTDevice(ProductId product, bool verbose, const Argument& baudrate)
-    : Device(product, verbose, "UARTDevice"),
+    : Device({.product = product,
+              .verbose = verbose,
+              .handle_name = "UARTDevice",
+              .connection_error = ErrorId::UARTConnectionError}),
       baudrate_(
           checkedRange(baudrate, "baudrate", 1, std::numeric_limits<int>::max(), ErrorId::UARTBaudRateNotSupportError)),
-      command_(*this, {.thread_name = "qvx-recv-cmd",
-                       .read_size = UART_PKT_LENGTH_MAX,
-                       .connection_error = ErrorId::UARTConnectionError,
-                       .client = [engine = engine()] { return engine->clientCmd(); },
-                       .file = fileInPools()}) {
+      command_(add({.thread_name = "qvx-recv-cmd",
+                    .read_size = UART_PKT_LENGTH_MAX,
+                    .client = commandSlot(),
+                    .file = fileInPools()})) {
   setClientCmd(std::make_shared<UARTClient>());
-  add(command_);
   sayOpened();
 }
 
@@ -27,24 +28,24 @@ UARTDevice::~UARTDevice() {
 }
 
 bool UARTDevice::connect(const Argument& port) {
-  const std::string& name = checkedText(port, "port");
-  command_.connect(name, [&] {
-    if (const auto place = tcpPlace(name)) {
-      const auto client = std::make_shared<TCPClient>();
-      setClientCmd(client);
-      client->connect(place->ip, place->port);
-      return;
-    }
-    auto client = clientCmd();
-    if (std::dynamic_pointer_cast<TCPClient>(client)) {
-      client = std::make_shared<UARTClient>();
-      setClientCmd(client);
-    }
-    if (!client) {
-      fail(ErrorId::UARTConnectionError, "This device has no transport to connect.");
-    }
-    client->connect(name, baudrate_);
-  });
+  const std::string name = checkedText(port, "port");
+  open({.identifier = name, .open = [name, baudrate = baudrate_, slot = commandSlot()] {
+          if (const auto place = tcpPlace(name)) {
+            const auto client = std::make_shared<TCPClient>();
+            slot->set(client);
+            client->connect(place->ip, place->port);
+            return;
+          }
+          auto client = slot->get();
+          if (std::dynamic_pointer_cast<TCPClient>(client)) {
+            client = std::make_shared<UARTClient>();
+            slot->set(client);
+          }
+          if (!client) {
+            fail(ErrorId::UARTConnectionError, "This device has no transport to connect.");
+          }
+          client->connect(name, baudrate);
+        }});
   return true;
 }
 

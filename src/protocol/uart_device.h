@@ -29,7 +29,7 @@ class UARTDevice : public Device {
 
  private:
   const int baudrate_;
-  Channel command_;
+  Channel& command_;
 };
 
 }  // namespace qvx

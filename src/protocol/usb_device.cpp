@@ -3,17 +3,19 @@
 #include "core/constants.h"
 #include "transport/tcp.h"
 #include "transport/usb.h"
+#include "transport/usb_bus.h"
 
 namespace qvx {
 
 USBDevice::USBDevice(ProductId product, bool verbose)
-    : Device(product, verbose, "USBDevice"),
-      command_(*this, {.thread_name = "qvx-recv-cmd",
-                       .read_size = USB_PKT_SIZE,
-                       .connection_error = ErrorId::USBConnectionError,
-                       .client = [engine = engine()] { return engine->clientCmd(); },
-                       .file = fileInPools()}) {
-  add(command_);
+    : Device({.product = product,
+              .verbose = verbose,
+              .handle_name = "USBDevice",
+              .connection_error = ErrorId::USBConnectionError}),
+      command_(add({.thread_name = "qvx-recv-cmd",
+                    .read_size = USB_PKT_SIZE,
+                    .client = commandSlot(),
+                    .file = fileInPools()})) {
   sayOpened();
 }
 
@@ -22,16 +24,19 @@ USBDevice::~USBDevice() {
 }
 
 bool USBDevice::connect(const Argument& serial_num) {
-  const std::string& serial = checkedText(serial_num, "serial_num");
-  command_.connect(serial, [&] {
-    if (const auto place = tcpPlace(serial)) {
-      const auto client = std::make_shared<TCPClient>();
-      setClientCmd(client);
-      client->connect(place->ip, place->port);
-    } else {
-      setClientCmd(std::make_shared<USBClient>(serial));
-    }
-  });
+  const std::string serial = checkedText(serial_num, "serial_num");
+  refuseForked(ErrorId::USBConnectionError);
+  // Its warning is the caller's.
+  Fiber::outside([] { getLibUSB1(); });
+  open({.identifier = serial, .open = [serial, slot = commandSlot()] {
+          if (const auto place = tcpPlace(serial)) {
+            const auto client = std::make_shared<TCPClient>();
+            slot->set(client);
+            client->connect(place->ip, place->port);
+          } else {
+            slot->set(std::make_shared<USBClient>(serial));
+          }
+        }});
   return true;
 }
 

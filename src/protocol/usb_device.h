@@ -22,7 +22,7 @@ class USBDevice : public Device {
   ErrorId lostError() const override { return ErrorId::USBConnectionError; }
 
  private:
-  Channel command_;
+  Channel& command_;
 };
 
 }  // namespace qvx

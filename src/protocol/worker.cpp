@@ -1,88 +1,100 @@
 #include "protocol/worker.h"
 
-#include <pthread.h>
+#include "runtime/thread.h"
 
-#include <csignal>
+#include <atomic>
 
 namespace qvx {
-
 namespace {
+
 thread_local bool on_worker_thread = false;
+
+// How long a worker's end is awaited when it is let go. A thread that is woken needs microseconds.
+constexpr double kPatience = 1;
+
 }  // namespace
+
+struct Worker::Shared {
+  std::string name;
+  std::shared_ptr<Gate> gate;
+  std::atomic<bool> killed{false};
+  Mutex mutex;
+  Condition changed;
+  Work work;  // of the thread; others take a copy of `wake` under the mutex
+  bool ended QVX_GUARDED_BY(mutex) = false;
+
+  void run() {
+    on_worker_thread = true;
+    while (true) {
+      gate->pass([this] { return killed || work.called(); });
+      if (killed && !work.called()) {
+        break;
+      }
+      work.step();
+    }
+    Work done;
+    Lock lock(mutex);
+    std::swap(done, work);
+    ended = true;
+    changed.notify(lock);
+  }
+};
 
 bool Worker::isCurrentThread() {
   return on_worker_thread;
 }
 
-// Outlives whichever of worker and thread goes first.
-struct Worker::Ending {
-  std::mutex mutex;  // guards ended
-  Condition changed;
-  bool ended = false;
-};
-
-Worker::Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void()> step, std::function<void()> wake)
-    : name_(std::move(name)),
-      gate_(std::move(gate)),
-      step_(std::move(step)),
-      wake_(std::move(wake)),
-      ending_(std::make_shared<Ending>()) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, &before);
-  try {
-    thread_ = std::thread([this, ending = ending_] {
-      on_worker_thread = true;
-      while (!killed_) {
-        gate_->pass();
-        if (killed_) {
-          break;
-        }
-        step_();
-      }
-      std::unique_lock lock(ending->mutex);
-      ending->ended = true;
-      ending->changed.notify(lock);
-    });
-  } catch (...) {
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    throw;
-  }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  pthread_setname_np(thread_.native_handle(), name_.substr(0, 15).c_str());
+Worker::Worker(const std::string& name, std::shared_ptr<Gate> gate, Work work) : shared_(std::make_shared<Shared>()) {
+  shared_->name = name;
+  shared_->gate = std::move(gate);
+  shared_->work = std::move(work);
+  thread_ = startThread(name, [shared = shared_] { shared->run(); });
 }
 
 Worker::~Worker() {
-  stop();
+  bool gone = false;
+  if (!origin_.isLeft()) {
+    kill();
+    gone = join(deadlineAfter(kPatience)) && thread_.get_id() != std::this_thread::get_id();
+  }
+  if (gone) {
+    thread_.join();
+  } else {
+    thread_.detach();
+  }
 }
 
-void Worker::stop() {
-  killed_ = true;
-  const std::lock_guard lock(join_mutex_);
-  if (!thread_.joinable()) {
-    return;
+void Worker::kill() {
+  shared_->killed = true;
+  shared_->gate->call();
+  std::function<void()> wake;
+  {
+    const Lock lock(shared_->mutex);
+    wake = shared_->work.wake;
   }
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    return;  // the next call, from elsewhere, waits
+  if (wake) {
+    wake();
   }
-  if (origin_.isLeft()) {
-    thread_.detach();
-    return;
-  }
-  gate_->release();
-  wake_();
-  thread_.join();
+}
+
+bool Worker::killed() const {
+  return shared_->killed;
 }
 
 bool Worker::alive() const {
-  const std::lock_guard lock(ending_->mutex);
-  return !ending_->ended && !origin_.isLeft();
+  const Lock lock(shared_->mutex);
+  return !shared_->ended && !origin_.isLeft();
 }
 
 bool Worker::join(const Deadline& deadline) {
-  std::unique_lock lock(ending_->mutex);
-  return ending_->changed.wait(lock, deadline, [this] { return ending_->ended; });
+  Shared& shared = *shared_;
+  Lock lock(shared.mutex);
+  const auto ended = [&shared]() QVX_REQUIRES(shared.mutex) { return shared.ended; };
+  return isCurrentThread() ? ended() : shared.changed.wait(lock, deadline, ended);
+}
+
+const std::string& Worker::name() const {
+  return shared_->name;
 }
 
 }  // namespace qvx

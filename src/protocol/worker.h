@@ -2,9 +2,8 @@
 #pragma once
 
 #include "protocol/gate.h"
-#include "transport/process.h"
+#include "runtime/process.h"
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -12,40 +11,42 @@
 
 namespace qvx {
 
-// Made by its owner's constructor, ended by stop() at the latest in the owner's destructor.
+// What a worker does. All of it is let go when the thread has ended.
+struct Work {
+  // One round, on the worker's thread.
+  std::function<void()> step;
+  // Ends a step in progress soon. Any thread, never waits.
+  std::function<void()> wake;
+  // Whether there is something to do although the gate is closed or the thread is to end. Any thread, never waits.
+  std::function<bool()> called = [] { return false; };
+};
+
+// The thread shares what it needs with its worker: one that doesn't come back from somebody else's code outlives the
+// worker, and harms nobody.
 class Worker {
  public:
-  // Runs `step` again and again, passing `gate` before each round. `wake` must end a step in progress soon; it is
-  // called by stop(). The thread takes no signals: they are the main thread's.
-  Worker(std::string name, std::shared_ptr<Gate> gate, std::function<void()> step, std::function<void()> wake);
+  // Takes one step after another, passing `gate` before each.
+  Worker(const std::string& name, std::shared_ptr<Gate> gate, Work work);
+  // Ends the thread, as kill() and join() do.
   ~Worker();
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  // Whether the caller runs on a thread of the driver, which cannot wait for its own end.
+  // Whether the caller runs on a thread of the driver. These wait for nobody.
   static bool isCurrentThread();
 
-  // Ends the thread and waits for it. Safe to repeat, from any thread; on the worker's own thread it only marks it, and
-  // a later call waits.
-  void stop();
-  // Marks the thread to end at the next round, without waiting.
-  void kill() { killed_ = true; }
-  bool killed() const { return killed_; }
+  // Tells the thread to end after the step in progress, which it wakes; doesn't wait.
+  void kill();
+  bool killed() const;
   bool alive() const;
-  // Waits until the thread has ended; false when it had not by `deadline`.
+  // Waits until the thread has ended; false when it had not by `deadline`, and at once on a thread of the driver.
   bool join(const Deadline& deadline);
-  const std::string& name() const { return name_; }
+  const std::string& name() const;
 
  private:
-  struct Ending;
-  std::string name_;
-  std::shared_ptr<Gate> gate_;
-  std::function<void()> step_;
-  std::function<void()> wake_;
-  std::atomic<bool> killed_{false};
-  std::shared_ptr<Ending> ending_;
-  Origin origin_;          // a forked child has no such thread and must not wait for it
-  std::mutex join_mutex_;  // guards thread_
+  struct Shared;
+  const std::shared_ptr<Shared> shared_;
+  Origin origin_;  // a forked child has no such thread and must not wait for it
   std::thread thread_;
 };
 

@@ -5,28 +5,28 @@
 namespace qvx {
 
 Bytes Client::stream() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   const ByteView bytes = splitter_.stream();
   return Bytes(bytes.begin(), bytes.end());
 }
 
 void Client::setStream(ByteView bytes) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   splitter_.setStream(bytes);
 }
 
 std::size_t Client::lastIndex() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return splitter_.lastIndex();
 }
 
 void Client::setLastIndex(std::size_t index) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   splitter_.setLastIndex(index);
 }
 
 std::vector<Frame> Client::splitPacket() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return splitter_.split();
 }
 
@@ -40,20 +40,20 @@ Bytes Client::recvPacket(std::size_t) {
 
 std::vector<Frame> Client::recvAndSplitPacket(std::size_t size) {
   const Bytes bytes = recvPacket(size);
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   splitter_.append(bytes);
   return splitter_.split();
 }
 
 void Client::beginStream(std::uint64_t number) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   splitter_.setStream({});
   splitter_.setLastIndex(0);
   connection_ = number;
 }
 
 std::vector<Frame> Client::appendAndSplit(ByteView bytes, std::uint64_t number) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (number == connection_) {
     splitter_.append(bytes);
   }

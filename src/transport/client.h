@@ -1,12 +1,12 @@
 // The receive buffer that every client has, whatever its medium.
 #pragma once
 
+#include "runtime/mutex.h"
 #include "transport/splitter.h"
 #include "transport/transport.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace qvx {
@@ -40,9 +40,9 @@ class Client : public Transport {
   std::vector<Frame> appendAndSplit(ByteView bytes, std::uint64_t number);
 
  private:
-  mutable std::mutex mutex_;  // guards what follows; innermost, nothing is called under it
-  FrameSplitter splitter_;
-  std::uint64_t connection_ = 0;
+  mutable Mutex mutex_;  // innermost, nothing is called under it
+  FrameSplitter splitter_ QVX_GUARDED_BY(mutex_);
+  std::uint64_t connection_ QVX_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace qvx

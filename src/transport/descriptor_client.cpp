@@ -36,8 +36,23 @@ bool DescriptorClient::Link::shutDown() {
   return done;
 }
 
+bool DescriptorClient::Link::takeTurn(const Deadline& deadline) {
+  Lock lock(turn_mutex_);
+  if (!turn_free_.wait(lock, deadline, [this]() QVX_REQUIRES(turn_mutex_) { return !sending_; })) {
+    return false;
+  }
+  sending_ = true;
+  return true;
+}
+
+void DescriptorClient::Link::giveTurn() {
+  Lock lock(turn_mutex_);
+  sending_ = false;
+  turn_free_.notify(lock);
+}
+
 int DescriptorClient::socket() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return link_ ? link_->fd() : 0;
 }
 
@@ -45,7 +60,7 @@ void DescriptorClient::setTimeout(std::optional<double> timeout_s) {
   if (timeout_s && !(*timeout_s >= 0)) {
     fail(ErrorId::InputDataNotInRangeError, "a read timeout of " + std::to_string(*timeout_s) + " s is below 0");
   }
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   timeout_s_ = timeout_s;
 }
 
@@ -56,12 +71,12 @@ void DescriptorClient::sendPacket(ByteView frame) {
 void DescriptorClient::sendInTurn(ByteView frame, const std::function<void()>& before) {
   const auto link = current();
   const auto deadline = Clock::now() + send_limit_;
-  if (!link->sending.take(deadline)) {
+  if (!link->takeTurn(deadline)) {
     link->lose();
     failLost();
   }
-  const auto give = [](Turn* turn) { turn->give(); };
-  const std::unique_ptr<Turn, decltype(give)> turn(&link->sending, give);
+  const auto give = [](Link* sender) { sender->giveTurn(); };
+  const std::unique_ptr<Link, decltype(give)> turn(link.get(), give);
   before();
   sendAll(*link, frame, deadline);
 }
@@ -150,7 +165,7 @@ void DescriptorClient::disconnect() {
   std::shared_ptr<Link> link;
   std::shared_ptr<Link> connecting;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     link.swap(link_);
     connecting.swap(connecting_);
   }
@@ -177,7 +192,7 @@ void DescriptorClient::wake() {
 }
 
 void DescriptorClient::refuseSecond() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   refuseSecondLocked();
 }
 
@@ -192,7 +207,7 @@ std::shared_ptr<DescriptorClient::Link> DescriptorClient::prepare(Descriptor des
   std::shared_ptr<Link> lost;
   std::shared_ptr<Link> link;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     refuseSecondLocked();
     link = std::make_shared<Link>(medium_, std::move(descriptor), ++links_made_);
     lost.swap(link_);
@@ -205,7 +220,7 @@ std::shared_ptr<DescriptorClient::Link> DescriptorClient::prepare(Descriptor des
 }
 
 bool DescriptorClient::open(const std::shared_ptr<Link>& link) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (connecting_ != link) {
     return false;
   }
@@ -215,24 +230,24 @@ bool DescriptorClient::open(const std::shared_ptr<Link>& link) {
 }
 
 void DescriptorClient::abandon(const std::shared_ptr<Link>& link) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (connecting_ == link) {
     connecting_.reset();
   }
 }
 
 Deadline DescriptorClient::readDeadline() const {
-  const std::lock_guard lock(mutex_);
-  return timeout_s_ ? deadlineIn(*timeout_s_) : std::nullopt;
+  const Lock lock(mutex_);
+  return timeout_s_ ? deadlineAfter(*timeout_s_) : std::nullopt;
 }
 
 std::shared_ptr<DescriptorClient::Link> DescriptorClient::openLink() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return link_;
 }
 
 std::shared_ptr<DescriptorClient::Link> DescriptorClient::current() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (!link_) {
     fail(medium_.lost_error, "Not connected: call connect first.");
   }

@@ -1,10 +1,10 @@
 // What the clients share whose medium is a file descriptor: read by one thread, written and closed by any.
 #pragma once
 
+#include "runtime/descriptor.h"
+#include "runtime/process.h"
+#include "runtime/wait.h"
 #include "transport/client.h"
-#include "transport/descriptor.h"
-#include "transport/process.h"
-#include "transport/turn.h"
 
 #include <sys/types.h>
 
@@ -12,7 +12,6 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -85,7 +84,11 @@ class DescriptorClient : public Client {
 
     WakeUp wake;  // for the reader, which drains it
     WakeUp over;  // for the sender: the connection is lost or ended
-    Turn sending;
+
+    // One frame at a time. Not a mutex: who waits for a device, or for its turn, listens for Ctrl-C, which takes the
+    // interpreter's lock, and that nobody does while holding a mutex. False when the deadline passes first.
+    bool takeTurn(const Deadline& deadline);
+    void giveTurn();
 
    private:
     bool shutDown();
@@ -96,6 +99,9 @@ class DescriptorClient : public Client {
     std::atomic<bool> shut_ = false;
     std::atomic<bool> lost_ = false;
     std::atomic<bool> ended_ = false;
+    Mutex turn_mutex_;  // innermost
+    Condition turn_free_;
+    bool sending_ QVX_GUARDED_BY(turn_mutex_) = false;
   };
 
   // `medium` must outlive the client.
@@ -127,7 +133,7 @@ class DescriptorClient : public Client {
   [[noreturn]] static void failBecause(ErrorId id, const std::string& reason);
 
  private:
-  void refuseSecondLocked() const;
+  void refuseSecondLocked() const QVX_REQUIRES(mutex_);
   Bytes read(Link& link, std::size_t size);
   void sendAll(Link& link, ByteView frame, Clock::time_point deadline);
   [[noreturn]] void failLost() const;
@@ -135,11 +141,11 @@ class DescriptorClient : public Client {
   const Medium& medium_;
   const std::chrono::milliseconds send_limit_;
   Origin origin_;
-  mutable std::mutex mutex_;  // guards what follows; the stream's mutex may be taken under it, nothing else
-  std::shared_ptr<Link> link_;
-  std::shared_ptr<Link> connecting_;
-  std::optional<double> timeout_s_;
-  std::uint64_t links_made_ = 0;
+  mutable Mutex mutex_;  // the stream's mutex may be taken under it, nothing else
+  std::shared_ptr<Link> link_ QVX_GUARDED_BY(mutex_);
+  std::shared_ptr<Link> connecting_ QVX_GUARDED_BY(mutex_);
+  std::optional<double> timeout_s_ QVX_GUARDED_BY(mutex_);
+  std::uint64_t links_made_ QVX_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace qvx

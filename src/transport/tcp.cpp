@@ -18,8 +18,9 @@
 namespace qvx {
 namespace {
 
-// A device that is switched off or cut off says nothing, so the kernel has to ask: after 10 s of silence three times,
-// 5 s apart. While a sent frame is unacknowledged it does not ask but sends again, hence the same limit there, in ms.
+// A device that is switched off or cut off says nothing, so the kernel has to ask: after 2 s of silence, then every
+// second, and gives up after 5 s. While a sent frame is unacknowledged it does not ask but sends again, hence the same
+// limit there, in ms, which Linux applies to its questions too.
 struct SocketOption {
   int level;
   int name;
@@ -28,10 +29,10 @@ struct SocketOption {
 constexpr std::array<SocketOption, 6> kOptions{{
     {IPPROTO_TCP, TCP_NODELAY, 1},
     {SOL_SOCKET, SO_KEEPALIVE, 1},
-    {IPPROTO_TCP, TCP_KEEPIDLE, 10},
-    {IPPROTO_TCP, TCP_KEEPINTVL, 5},
+    {IPPROTO_TCP, TCP_KEEPIDLE, 2},
+    {IPPROTO_TCP, TCP_KEEPINTVL, 1},
     {IPPROTO_TCP, TCP_KEEPCNT, 3},
-    {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000},
+    {IPPROTO_TCP, TCP_USER_TIMEOUT, 5'000},
 }};
 
 sockaddr_in addressOf(const std::string& ip, int port) {
@@ -50,7 +51,7 @@ sockaddr_in addressOf(const std::string& ip, int port) {
 // Waits for the answer to the request for a connection that `fd` is making; returns why there is none, "" when there
 // is.
 std::string reasonOfFailure(int fd, const sockaddr_in& address, double timeout_s) {
-  const Deadline deadline = deadlineIn(timeout_s);
+  const Deadline deadline = deadlineAfter(timeout_s);
   if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     if (errno != EINPROGRESS && errno != EINTR) {
       return describeErrno(errno);
@@ -119,14 +120,19 @@ void TCPClient::receive(Intake& intake) {
   const auto link = current();
   const Deadline deadline = readDeadline();
   for (;;) {
-    if (const auto leased_until = intake.leasedUntil(); leased_until > Clock::now()) {
+    const auto leased_until = intake.leasedUntil();
+    const bool leased = leased_until > Clock::now();
+    if (leased || intake.standBy(true)) {
       std::array<pollfd, 1> woken{pollfd{link->wake.fd(), POLLIN, 0}};
-      if (waitReady(woken, leased_until)) {
+      const bool called = waitReady(woken, leased ? Deadline(leased_until) : deadline);
+      intake.standBy(false);
+      if (called) {
         link->wake.drain();
         return;
       }
       continue;
     }
+    intake.standBy(false);
     std::optional<Bytes> bytes;
     intake.step([&] {
       bytes = readOnce(*link, intake.readSize());

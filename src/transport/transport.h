@@ -4,8 +4,10 @@
 #include "core/bytes.h"
 #include "core/errors.h"
 #include "core/frame.h"
+#include "runtime/descriptor.h"
 #include "transport/intake.h"
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -60,6 +62,9 @@ class Transport {
   virtual void disconnect() = 0;
   // Whether the open connection has broken, as far as a send or a read has found out.
   virtual bool isLost() const { return false; }
+  // How long a reply may take at most on this medium. A request that has waited longer has been lost, or its reply. A
+  // TCP connection that carries nothing for that long is over, USB loses nothing either.
+  virtual std::chrono::milliseconds longestSilence() const { return std::chrono::seconds(10); }
   // Ends the read in progress, or else the next one that would wait, early with nothing. Any thread, never blocks.
   virtual void wake() {}
 };

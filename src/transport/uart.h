@@ -22,6 +22,9 @@ class UARTClient : public DescriptorClient {
   // not be disconnected before.
   bool connect(const std::string& port, int baudrate) override;
 
+  // A line holds nothing back: what has not come for a second was lost on it.
+  std::chrono::milliseconds longestSilence() const override { return std::chrono::seconds(1); }
+
   // What connect sets as the timeout of reads, in seconds; UART_READ_TIMEOUT at first. Raises InputDataNotInRangeError
   // on less than 0 and on NaN.
   double readTimeout() const { return read_timeout_s_; }

@@ -2,7 +2,7 @@
 
 #include "core/constants.h"
 #include "core/errors.h"
-#include "transport/signals.h"
+#include "runtime/thread.h"
 #include "transport/splitter.h"
 
 #include <arpa/inet.h>
@@ -245,25 +245,24 @@ void UDPClient::sendInTurn(ByteView, const std::function<void()>&) {
 }
 
 struct UDPClient::NameLookUp {
-  const Deadline until = deadlineIn(kNameLimitS);  // nobody waits longer
+  const Deadline until = deadlineAfter(kNameLimitS);  // nobody waits longer
   WakeUp done;
-  std::mutex mutex;  // guards addresses
-  std::vector<in_addr_t> addresses;
+  Mutex mutex;
+  std::vector<in_addr_t> addresses QVX_GUARDED_BY(mutex);
 };
 
 // Asked once, on a thread of its own, which outlives whoever does not want to wait for the answer.
 std::shared_ptr<UDPClient::NameLookUp> UDPClient::lookUpOwnName() {
-  const std::lock_guard lock(name_mutex_);
+  const Lock lock(name_mutex_);
   if (own_name_) {
     return own_name_;
   }
   try {
-    const SignalsBlocked blocked;
     auto look_up = std::make_shared<NameLookUp>();
-    std::thread([look_up] {
+    startThread("qvx-name", [look_up] {
       auto addresses = addressesOfOwnName();
       {
-        const std::lock_guard done(look_up->mutex);
+        const Lock done(look_up->mutex);
         look_up->addresses = std::move(addresses);
       }
       look_up->done.signal();
@@ -280,7 +279,7 @@ void UDPClient::sendBcstPacket(ByteView frame) {
   const auto look_up = lookUpOwnName();
   std::array<pollfd, 1> done{pollfd{look_up->done.fd(), POLLIN, 0}};
   if (waitReady(done, look_up->until)) {
-    const std::lock_guard lock(look_up->mutex);
+    const Lock lock(look_up->mutex);
     addresses = look_up->addresses;
   }
   for (const in_addr_t address : addressesOfInterfaces()) {

@@ -5,7 +5,6 @@
 
 #include <netinet/in.h>
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -58,8 +57,8 @@ class UDPClient : public NetworkClient {
   std::shared_ptr<NameLookUp> lookUpOwnName();
 
   Relay relay_;            // of the thread that reads
-  std::mutex name_mutex_;  // guards what follows; innermost
-  std::shared_ptr<NameLookUp> own_name_;
+  Mutex name_mutex_;       // innermost
+  std::shared_ptr<NameLookUp> own_name_ QVX_GUARDED_BY(name_mutex_);
 };
 
 }  // namespace qvx

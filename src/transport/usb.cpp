@@ -2,16 +2,14 @@
 
 #include "core/constants.h"
 #include "core/errors.h"
-#include "core/host.h"
-#include "transport/signals.h"
+#include "runtime/thread.h"
+#include "runtime/wait.h"
 
 #include <libusb.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdio>
 #include <new>
 #include <system_error>
@@ -61,7 +59,7 @@ class USBClient::Link {
   void send(ByteView frame, Clock::time_point deadline, const std::function<void()>& before);
   Bytes receive(std::size_t size, const Deadline& deadline);
   bool isLost() const {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     return !lost_.empty();
   }
   void wake();
@@ -88,7 +86,7 @@ class USBClient::Link {
     explicit Sender(Link& owner) : link(owner) { ++link.senders_; }
     ~Sender() {
       --link.senders_;
-      link.changed_.notify_all();
+      link.changed_.notifyHeld();
     }
     Sender(const Sender&) = delete;
     Sender& operator=(const Sender&) = delete;
@@ -105,20 +103,16 @@ class USBClient::Link {
   void cancel(Transfer& transfer);
   // Moves what has been read into `bytes`, up to `size` in all, and starts those reads anew. The mutex is held.
   void collect(Bytes& bytes, std::size_t size);
-  // False when the deadline passes first. Passes on what the host throws at Ctrl-C, then without the mutex.
-  template <class Ready>
-  bool waitUntil(std::unique_lock<std::mutex>& lock, const Deadline& deadline, Ready ready);
-
   USBPort port_;
-  mutable std::mutex mutex_;  // guards what follows
-  std::condition_variable changed_;
-  std::vector<std::unique_ptr<Transfer>> reads_;
-  std::size_t next_read_ = 0;  // the one that was submitted first
-  std::size_t in_flight_ = 0;
-  std::size_t senders_ = 0;
-  bool woken_ = false;
-  bool ended_ = false;
-  std::string lost_;  // why the connection is lost, "" while it is not
+  mutable Mutex mutex_;
+  Condition changed_;
+  std::vector<std::unique_ptr<Transfer>> reads_ QVX_GUARDED_BY(mutex_);
+  std::size_t next_read_ QVX_GUARDED_BY(mutex_) = 0;  // the one that was submitted first
+  std::size_t in_flight_ QVX_GUARDED_BY(mutex_) = 0;
+  std::size_t senders_ QVX_GUARDED_BY(mutex_) = 0;
+  bool woken_ QVX_GUARDED_BY(mutex_) = false;
+  bool ended_ QVX_GUARDED_BY(mutex_) = false;
+  std::string lost_ QVX_GUARDED_BY(mutex_);  // why the connection is lost, "" while it is not
   std::atomic<bool> stopping_{false};
   std::thread events_;
 };
@@ -130,12 +124,8 @@ USBClient::Link::Link(USBPort port) : port_(std::move(port)) {
     reads_.push_back(std::make_unique<Transfer>(*this));
     reads_.back()->buffer.resize(size);
   }
-  {
-    const SignalsBlocked blocked;
-    events_ = std::thread([this] { runEvents(); });
-  }
-  pthread_setname_np(events_.native_handle(), "qvx-usb");
-  std::unique_lock lock(mutex_);
+  events_ = startThread("qvx-usb", [this] { runEvents(); });
+  Lock lock(mutex_);
   for (const auto& read : reads_) {
     submitRead(*read);
   }
@@ -159,7 +149,7 @@ void USBClient::Link::runEvents() {
     const int code = libusb_handle_events_timeout_completed(port_.context.get(), &limit, nullptr);
     if (code != 0 && code != LIBUSB_ERROR_INTERRUPTED) {
       {
-        const std::lock_guard lock(mutex_);
+        const Lock lock(mutex_);
         lose("libusb failed: " + describeUSB(code) + ".");
       }
       std::this_thread::sleep_for(std::chrono::milliseconds(10));  // lest it fail again at full speed
@@ -171,10 +161,10 @@ void USBClient::Link::finished(libusb_transfer* usb) {
   auto& transfer = *static_cast<Transfer*>(usb->user_data);
   Link& link = transfer.link;
   // Notified under the mutex: who waits may delete the transfer as soon as it is free.
-  const std::lock_guard lock(link.mutex_);
+  const Lock lock(link.mutex_);
   transfer.state = State::Done;
   --link.in_flight_;
-  link.changed_.notify_all();
+  link.changed_.notifyHeld();
 }
 
 void USBClient::Link::submit(Transfer& transfer) {
@@ -207,7 +197,7 @@ void USBClient::Link::lose(const std::string& reason) {
   for (const auto& read : reads_) {
     cancel(*read);
   }
-  changed_.notify_all();
+  changed_.notifyHeld();
 }
 
 void USBClient::Link::cancel(Transfer& transfer) {
@@ -216,32 +206,8 @@ void USBClient::Link::cancel(Transfer& transfer) {
   }
 }
 
-template <class Ready>
-bool USBClient::Link::waitUntil(std::unique_lock<std::mutex>& lock, const Deadline& deadline, Ready ready) {
-  const bool interruptible = host().interruptible();
-  while (!ready()) {
-    const auto now = Clock::now();
-    if (deadline && now >= *deadline) {
-      return false;
-    }
-    if (interruptible) {
-      const auto slice = now + kInterruptInterval;
-      if (!changed_.wait_until(lock, deadline ? std::min(*deadline, slice) : slice, ready)) {
-        lock.unlock();
-        host().checkInterrupt();
-        lock.lock();
-      }
-    } else if (deadline) {
-      changed_.wait_until(lock, *deadline, ready);
-    } else {
-      changed_.wait(lock, ready);
-    }
-  }
-  return true;
-}
-
 void USBClient::Link::send(ByteView frame, Clock::time_point deadline, const std::function<void()>& before) {
-  std::unique_lock lock(mutex_);
+  Lock lock(mutex_);
   if (ended_) {
     failUSB(kEnded);
   }
@@ -258,15 +224,12 @@ void USBClient::Link::send(ByteView frame, Clock::time_point deadline, const std
     failUSB(lost_);
   }
   try {
-    waitUntil(lock, deadline, [&] { return out.state == State::Done || ended_ || !lost_.empty(); });
+    changed_.wait(lock, deadline, [&]() QVX_REQUIRES(mutex_) { return out.state == State::Done || ended_ || !lost_.empty(); });
   } catch (...) {
     interrupt = std::current_exception();
   }
-  if (!lock.owns_lock()) {
-    lock.lock();
-  }
   cancel(out);
-  changed_.wait(lock, [&] { return out.state == State::Done; });
+  changed_.waitUndisturbed(lock, std::nullopt, [&]() QVX_REQUIRES(mutex_) { return out.state == State::Done; });
 
   const auto sent = static_cast<std::size_t>(out.usb->actual_length);
   const bool whole = out.usb->status == LIBUSB_TRANSFER_COMPLETED && sent == frame.size();
@@ -284,10 +247,10 @@ void USBClient::Link::send(ByteView frame, Clock::time_point deadline, const std
 
 Bytes USBClient::Link::receive(std::size_t size, const Deadline& deadline) {
   Bytes bytes;
-  std::unique_lock lock(mutex_);
+  Lock lock(mutex_);
   while (bytes.empty() && size != 0) {
     const bool due =
-        waitUntil(lock, deadline, [this] { return woken_ || ended_ || reads_[next_read_]->state != State::InFlight; });
+        changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) { return woken_ || ended_ || reads_[next_read_]->state != State::InFlight; });
     if (!due || ended_) {
       break;
     }
@@ -322,22 +285,22 @@ void USBClient::Link::collect(Bytes& bytes, std::size_t size) {
 }
 
 void USBClient::Link::wake() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   woken_ = true;
-  changed_.notify_all();
+  changed_.notifyHeld();
 }
 
 void USBClient::Link::close() {
   {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     if (std::exchange(ended_, true)) {
       return;
     }
-    changed_.notify_all();
+    changed_.notifyHeld();
     for (const auto& read : reads_) {
       cancel(*read);
     }
-    changed_.wait(lock, [this] { return in_flight_ == 0 && senders_ == 0; });
+    changed_.waitUndisturbed(lock, std::nullopt, [this]() QVX_REQUIRES(mutex_) { return in_flight_ == 0 && senders_ == 0; });
     reads_.clear();
   }
   stopping_ = true;
@@ -380,7 +343,7 @@ std::shared_ptr<USBClient::Link> USBClient::current() const {
 }
 
 std::shared_ptr<USBClient::Link> USBClient::openLink() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return link_;
 }
 
@@ -393,7 +356,7 @@ void USBClient::setTimeout(std::optional<double> timeout_s) {
   if (timeout_s && !(*timeout_s >= 0)) {
     fail(ErrorId::InputDataNotInRangeError, "a read timeout of " + std::to_string(*timeout_s) + " s is below 0");
   }
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   timeout_s_ = timeout_s;
 }
 
@@ -412,10 +375,10 @@ Bytes USBClient::recvPacket(std::size_t size) {
   const auto link = current();
   std::optional<double> timeout_s;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     timeout_s = timeout_s_;
   }
-  return link->receive(size, timeout_s ? deadlineIn(*timeout_s) : std::nullopt);
+  return link->receive(size, timeout_s ? deadlineAfter(*timeout_s) : std::nullopt);
 }
 
 void USBClient::disconnect() {
@@ -424,7 +387,7 @@ void USBClient::disconnect() {
   }
   std::shared_ptr<Link> link;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     link.swap(link_);
   }
   if (link) {

@@ -1,15 +1,14 @@
 // USB: bulk transfers with one device through the system's libusb-1.0.
 #pragma once
 
+#include "runtime/mutex.h"
+#include "runtime/process.h"
 #include "transport/client.h"
-#include "transport/descriptor.h"
 #include "transport/descriptor_client.h"
-#include "transport/process.h"
 #include "transport/usb_bus.h"
 
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -71,9 +70,9 @@ class USBClient : public Client {
   std::string product_;
   int configuration_ = 0;
   int interface_ = 0;
-  mutable std::mutex mutex_;  // guards what follows; nothing else is taken under it
-  std::shared_ptr<Link> link_;
-  std::optional<double> timeout_s_ = 0.001;
+  mutable Mutex mutex_;  // nothing else is taken under it
+  std::shared_ptr<Link> link_ QVX_GUARDED_BY(mutex_);
+  std::optional<double> timeout_s_ QVX_GUARDED_BY(mutex_) = 0.001;
 };
 
 }  // namespace qvx

@@ -3,7 +3,7 @@
 #include "core/constants.h"
 #include "core/errors.h"
 #include "core/host.h"
-#include "transport/signals.h"
+#include "runtime/thread.h"
 
 #include <dlfcn.h>
 #include <libusb.h>

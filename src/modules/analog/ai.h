@@ -71,6 +71,7 @@ class AIUnion {
   virtual void openGate() {}
   virtual void closeGate() {}
 
+  const int channels_at_start_;
   Link link_;
   const int pin_ports_from_;
 
@@ -115,7 +116,7 @@ class AIBased : public AIUnion {
   // Ends the decoder thread; called when the device is closed.
   void _AI_free();
 
-  const std::vector<std::shared_ptr<RawQueue>>& rawQueues() const { return decoder_->raw(); }
+  const std::vector<std::shared_ptr<RawQueue>>& rawQueues() const { return raw_; }
   const std::vector<std::shared_ptr<SampleQueue>>& signalQueues() const { return signal_; }
   StreamDecoder& decoder() { return *decoder_; }
 
@@ -136,22 +137,26 @@ class AIBased : public AIUnion {
  private:
   void openGate() override { decoder_->open(); }
   void closeGate() override { decoder_->close(); }
-  void decodeBlock(std::size_t index, const Bytes& block);
+  // Returns how many samples did not fit.
+  std::size_t decodeBlock(std::size_t index, const RawItem& block);
+  // What is known of the device is what it does after a restart.
+  void beginConnection(std::uint64_t connection);
   Samples take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform);
 
   const std::size_t value_size_;
+  std::vector<std::shared_ptr<RawQueue>> raw_;  // by queue, as the next
   std::vector<std::shared_ptr<SampleQueue>> signal_;
-  mutable std::mutex chips_mutex_;  // guards chip_select_
-  std::map<int, std::vector<int>> chip_select_{{0, {0}}, {1, {0}}, {3, {0}}};
-  OverflowReport overflow_{ErrorId::AIQueueOverflowWarning};
+  mutable Mutex chips_mutex_;
+  static inline const std::map<int, std::vector<int>> kChipsAtStart{{0, {0}}, {1, {0}}, {3, {0}}};
+  std::map<int, std::vector<int>> chip_select_ QVX_GUARDED_BY(chips_mutex_) = kChipsAtStart;
   // The channels of raw blocks, from that place in their queue on.
   struct Width {
     std::uint64_t from;
     int channels;
   };
   std::size_t channelsAt(std::size_t index, std::uint64_t place);
-  std::mutex widths_mutex_;                // guards widths_; a raw queue's own may be taken under it
-  std::vector<std::deque<Width>> widths_;  // by queue
+  Mutex widths_mutex_;  // a raw queue's own may be taken under it
+  std::vector<std::deque<Width>> widths_ QVX_GUARDED_BY(widths_mutex_);  // by queue
   std::vector<double> volts_;              // decoder's thread only
   std::unique_ptr<StreamDecoder> decoder_;
 };

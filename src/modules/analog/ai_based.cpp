@@ -50,6 +50,7 @@ AIUnion::AIUnion(Link link, AIConfiguration configuration)
       ai_ratio(configuration.ratio),
       ai_max_rate(configuration.max_rate),
       ai_num_channels(configuration.num_channels),
+      channels_at_start_(configuration.num_channels),
       link_(link),
       pin_ports_from_(configuration.pin_ports_from) {}
 
@@ -106,7 +107,8 @@ int AIUnion::AI_close(const Argument& port, const Argument& timeout) {
 
 AIBased::AIBased(Link link, AIConfiguration configuration, int echo_cmd, int strm_cmd, std::size_t value_size)
     : AIUnion(link, std::move(configuration)), ai_echo_cmd(echo_cmd), ai_strm_cmd(strm_cmd), value_size_(value_size) {
-  for (std::size_t i = 0; i < ai_dict.size(); ++i) {
+  for (const auto& [port, pins] : ai_dict) {
+    raw_.push_back(link_.rawQueue(ai_strm_cmd, port));
     signal_.push_back(std::make_shared<SampleQueue>(QUEUE_SIZE_MAX));
     widths_.push_back({{0, ai_num_channels}});
   }
@@ -117,25 +119,37 @@ AIBased::~AIBased() {
 }
 
 void AIBased::startDecoder() {
-  std::vector<std::shared_ptr<RawQueue>> raw;
-  for (const auto& [port, pins] : ai_dict) {
-    raw.push_back(link_.rawQueue(ai_strm_cmd, port));
-  }
   decoder_ = std::make_unique<StreamDecoder>(
-      "qvx-ai", std::move(raw), [this](std::size_t index, const Bytes& block) { decodeBlock(index, block); });
+      "qvx-ai", raw_,
+      StreamDecoder::Functions{
+          .decode = [this](std::size_t index, const RawItem& block) { return decodeBlock(index, block); },
+          .begin = [this](std::uint64_t connection) { beginConnection(connection); },
+          .finish = [this] { std::ranges::for_each(signal_, [](const auto& queue) { queue->finish(); }); },
+          .overflow = ErrorId::AIQueueOverflowWarning});
+  link_.onConnection(*decoder_);
   link_.onClose([this] { _AI_free(); });
 }
 
 // An incomplete sample at the end of a block is no sample; neither is the lone status with which a device acknowledges
 // or refuses a start.
-void AIBased::decodeBlock(std::size_t index, const Bytes& block) {
-  const std::size_t channels = channelsAt(index, decoder_->place());
-  const std::size_t samples = block.size() / (value_size_ * channels);
+std::size_t AIBased::decodeBlock(std::size_t index, const RawItem& block) {
+  const std::size_t channels = channelsAt(index, block.place);
+  const std::size_t samples = block.bytes.size() / (value_size_ * channels);
   volts_.resize(samples * channels);
-  decode(block, volts_);
-  if (signal_[index]->put(volts_, channels) != 0) {
-    overflow_.dropped();
+  decode(block.bytes, volts_);
+  return signal_[index]->put(volts_, channels, block.connection);
+}
+
+// The device is not asked which channels it samples, for it has no answer to that; what it does after a restart is
+// assumed.
+void AIBased::beginConnection(std::uint64_t connection) {
+  for (const auto& queue : signal_) {
+    queue->begin(connection);
   }
+  setNumChannels(channels_at_start_);
+  ai_mode = 0;
+  const Lock lock(chips_mutex_);
+  chip_select_ = kChipsAtStart;
 }
 
 void AIBased::_AI_free() {
@@ -149,9 +163,9 @@ void AIBased::_AI_free() {
 }
 
 void AIBased::setNumChannels(int channels) {
-  const std::lock_guard lock(widths_mutex_);
+  const Lock lock(widths_mutex_);
   for (std::size_t index = 0; index < widths_.size(); ++index) {
-    const std::uint64_t from = rawQueues()[index]->arrived();
+    const std::uint64_t from = raw_[index]->arrived();
     auto& widths = widths_[index];
     if (widths.back().from == from) {
       widths.pop_back();
@@ -162,7 +176,7 @@ void AIBased::setNumChannels(int channels) {
 }
 
 std::size_t AIBased::channelsAt(std::size_t index, std::uint64_t place) {
-  const std::lock_guard lock(widths_mutex_);
+  const Lock lock(widths_mutex_);
   auto& widths = widths_[index];
   while (widths.size() > 1 && widths[1].from <= place) {
     widths.pop_front();
@@ -186,13 +200,13 @@ int AIBased::_AI_changePortToIndex(const Argument& port) const {
 }
 
 std::vector<int> AIBased::chipSelects(int port) const {
-  const std::lock_guard lock(chips_mutex_);
+  const Lock lock(chips_mutex_);
   const auto found = chip_select_.find(port);
   return found == chip_select_.end() ? std::vector<int>{} : found->second;
 }
 
 void AIBased::setChipSelects(int port, std::vector<int> chips) {
-  const std::lock_guard lock(chips_mutex_);
+  const Lock lock(chips_mutex_);
   chip_select_[port] = std::move(chips);
 }
 
@@ -315,7 +329,7 @@ void AIBased::_checkAIPinState(const Argument& port, const Argument& timeout) {
 
 Samples AIBased::take(const Argument& port, const Argument& num_samples, const Argument& delay, bool uniform) {
   const auto& queue = signal_.at(static_cast<std::size_t>(indexOfPort(portOfSlot(port))));
-  return takeStreamed(*queue, num_samples, "num_samples", delay, uniform);
+  return takeStreamed(link_, *queue, num_samples, "num_samples", delay, uniform);
 }
 
 }  // namespace qvx

@@ -112,12 +112,12 @@ std::vector<double> AOBased::checkedVoltsList(const Argument& values, std::strin
   return volts;
 }
 
-Reply AOBased::request(int cmd, const Bytes& payload, const Argument& timeout) const {
-  return link_.request(cmd, payload, checkedTimeout(timeout));
+Reply AOBased::request(int cmd, const Bytes& payload, const Argument& timeout, Repeat repeat) const {
+  return link_.request(cmd, payload, checkedTimeout(timeout), repeat);
 }
 
-int AOBased::setting(int cmd, int port, const Bytes& fields, const Argument& timeout) const {
-  return request(cmd, payload(u8(port), fields), timeout).status(1);
+int AOBased::setting(int cmd, int port, const Bytes& fields, const Argument& timeout, Repeat repeat) const {
+  return request(cmd, payload(u8(port), fields), timeout, repeat).status(1);
 }
 
 Reply AOBased::reading(int cmd, int port, const Argument& timeout) const {
@@ -275,7 +275,7 @@ int AOStreamingOperations::_AO_pushToBuffer(const Argument& port, const Argument
   std::span<const double> rest = volts;
   do {
     const auto part = rest.first(std::min(rest.size(), kMostValues));
-    setting(SET_AO_PUSH_TO_BUFFER, number, payload(u8(part.size()), realFields(part)), timeout);
+    setting(SET_AO_PUSH_TO_BUFFER, number, payload(u8(part.size()), realFields(part)), timeout, Repeat::Acts);
     rest = rest.subspan(part.size());
   } while (!rest.empty());
   return 0;

@@ -18,7 +18,11 @@ CANBased::CANBased(Link link, CANConfiguration configuration)
       link_(link),
       frames_(std::make_shared<FrameQueue>(QUEUE_SIZE_MAX)),
       decoder_("qvx-can", {link.rawQueue(START_CAN, can_dict.empty() ? 0 : can_dict.begin()->first)},
-               [this](std::size_t, const Bytes& block) { decode(block); }) {
+               {.decode = [this](std::size_t, const RawItem& block) { return decode(block); },
+                .begin = [frames = frames_](std::uint64_t connection) { frames->begin(connection); },
+                .finish = [frames = frames_] { frames->finish(); },
+                .overflow = ErrorId::CANQueueOverflowWarning}) {
+  link_.onConnection(decoder_);
   link_.onClose([this] { _CAN_free(); });
 }
 
@@ -32,16 +36,14 @@ void CANBased::_CAN_free() {
   frames_->close();
 }
 
-void CANBased::decode(const Bytes& block) {
+std::size_t CANBased::decode(const RawItem& block) {
   const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
   decoded_.clear();
-  for (ByteView rest = block; rest.size() >= CANFrame::kRecordSize; rest = rest.subspan(CANFrame::kRecordSize)) {
+  for (ByteView rest = block.bytes; rest.size() >= CANFrame::kRecordSize; rest = rest.subspan(CANFrame::kRecordSize)) {
     decoded_.push_back(CANFrame::fromRecord(rest.first(CANFrame::kRecordSize)));
     decoded_.back().stamp(now.count());
   }
-  if (frames_->put(decoded_, 1) != 0) {
-    overflow_.dropped();
-  }
+  return frames_->put(decoded_, 1, block.connection);
 }
 
 int CANBased::_checkCANPort(const Argument& port) const {
@@ -95,12 +97,13 @@ int CANOperations::CAN_setSpeed(const Argument& port, const Argument& speed_mode
 int CANOperations::CAN_write(const Argument& port, const Argument& id, const Argument& data, const Argument& remote,
                              const Argument& extended_id, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return statusOfPort(link_, WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout);
+  return statusOfPort(link_, WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout,
+                      Repeat::Acts);
 }
 
 std::vector<CANFrame> CANOperations::CAN_read(const Argument& port, const Argument& num_frames, const Argument& delay) {
   _checkCANPort(port);
-  auto pieces = takeStreamed(*frameQueue(), num_frames, "num_frames", delay);
+  auto pieces = takeStreamed(link_, *frameQueue(), num_frames, "num_frames", delay);
   return pieces.empty() ? std::vector<CANFrame>() : std::move(pieces.front().values);
 }
 

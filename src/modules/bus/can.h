@@ -58,11 +58,11 @@ class CANBased {
   Link link_;
 
  private:
-  // block: records of CANFrame::kRecordSize bytes; an incomplete one at the end is no frame
-  void decode(const Bytes& block);
+  // block: records of CANFrame::kRecordSize bytes; an incomplete one at the end is no frame. Returns how many frames did
+  // not fit.
+  std::size_t decode(const RawItem& block);
 
   std::shared_ptr<FrameQueue> frames_;
-  OverflowReport overflow_{ErrorId::CANQueueOverflowWarning};
   std::vector<CANFrame> decoded_;  // decoder's thread only
   StreamDecoder decoder_;
 };

@@ -16,6 +16,12 @@ I2CBased::I2CBased(Link link, const I2CConfiguration& configuration) : I2C_dict(
   for (const auto& [port, pins] : I2C_dict) {
     ten_bit_[port] = false;
   }
+  // The device may have been restarted, which ends 10-bit addressing.
+  link_.onConnection({.begun = [this](std::uint64_t) {
+    for (auto& [port, ten_bit] : ten_bit_) {
+      ten_bit = false;
+    }
+  }});
 }
 
 int I2CBased::_checkI2CPort(const Argument& port) const {
@@ -68,7 +74,8 @@ int I2COperations::I2C_write(const Argument& port, const Argument& write_address
                              const Argument& timeout) {
   const int number = _checkI2CPort(port);
   const Bytes address = addressField(number, write_address, "write_address");
-  return statusOfPort(link_, WRITE_I2C, number, payload(address, checkedByteList(write_data, "write_data")), timeout);
+  return statusOfPort(link_, WRITE_I2C, number, payload(address, checkedByteList(write_data, "write_data")), timeout,
+                      Repeat::Acts);
 }
 
 Bytes I2COperations::I2C_read(const Argument& port, const Argument& read_address, const Argument& bytes_to_read,
@@ -76,7 +83,7 @@ Bytes I2COperations::I2C_read(const Argument& port, const Argument& read_address
   const int number = _checkI2CPort(port);
   const Bytes address = addressField(number, read_address, "read_address");
   const int count = checkedRange(bytes_to_read, "bytes_to_read", 0, 255);
-  return dataOfPort(link_, READ_I2C, number, payload(address, u8(count)), timeout);
+  return dataOfPort(link_, READ_I2C, number, payload(address, u8(count)), timeout, Repeat::Acts);
 }
 
 int I2COperations::I2C_reset(const Argument& port, const Argument& timeout) {

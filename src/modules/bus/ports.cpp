@@ -15,8 +15,8 @@ std::vector<std::string> checkedNames(const Argument& value) {
   return names;
 }
 
-Reply askPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
-  return link.request(cmd, payload(u8(port), fields), checkedTimeout(timeout));
+Reply askPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout, Repeat repeat) {
+  return link.request(cmd, payload(u8(port), fields), checkedTimeout(timeout), repeat);
 }
 
 }  // namespace
@@ -48,12 +48,12 @@ void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argum
   }
 }
 
-int statusOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
-  return askPort(link, cmd, port, fields, timeout).status(1);
+int statusOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout, Repeat repeat) {
+  return askPort(link, cmd, port, fields, timeout, repeat).status(1);
 }
 
-Bytes dataOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout) {
-  const Reply reply = askPort(link, cmd, port, fields, timeout);
+Bytes dataOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout, Repeat repeat) {
+  const Reply reply = askPort(link, cmd, port, fields, timeout, repeat);
   reply.status(1);
   const ByteView data = reply.rest(2);
   return {data.begin(), data.end()};

@@ -23,7 +23,9 @@ void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argum
 void checkBusPins(const Link& link, const BusPorts& ports, int port, double timeout, ErrorId not_available);
 
 // A command about a port. Requests carry the port u8 first; replies the port u8, then the status u8, then data.
-int statusOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout);
-Bytes dataOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout);
+int statusOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout,
+                 Repeat repeat = Repeat::Harmless);
+Bytes dataOfPort(const Link& link, int cmd, int port, const Bytes& fields, const Argument& timeout,
+                 Repeat repeat = Repeat::Harmless);
 
 }  // namespace qvx

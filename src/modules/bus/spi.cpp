@@ -87,18 +87,19 @@ int SPIOperations::_SPI_setCPHA(const Argument& port, const Argument& phase, con
 
 int SPIOperations::SPI_write(const Argument& port, const Argument& write_data, const Argument& timeout) {
   const int number = _checkSPIPort(port);
-  return statusOfPort(link_, WRITE_SPI, number, checkedByteList(write_data, "write_data"), timeout);
+  return statusOfPort(link_, WRITE_SPI, number, checkedByteList(write_data, "write_data"), timeout, Repeat::Acts);
 }
 
 Bytes SPIOperations::SPI_read(const Argument& port, const Argument& bytes_to_read, const Argument& timeout) {
   const int number = _checkSPIPort(port);
   const int count = checkedRange(bytes_to_read, "bytes_to_read", 0, 255);
-  return dataOfPort(link_, READ_SPI, number, payload(u8(count)), timeout);
+  return dataOfPort(link_, READ_SPI, number, payload(u8(count)), timeout, Repeat::Acts);
 }
 
 Bytes SPIOperations::SPI_readAndWrite(const Argument& port, const Argument& write_data, const Argument& timeout) {
   const int number = _checkSPIPort(port);
-  return dataOfPort(link_, READ_AND_WRITE_SPI, number, checkedByteList(write_data, "write_data"), timeout);
+  return dataOfPort(link_, READ_AND_WRITE_SPI, number, checkedByteList(write_data, "write_data"), timeout,
+                    Repeat::Acts);
 }
 
 int SPIOperations::SPI_reset(const Argument& port, const Argument& timeout) {

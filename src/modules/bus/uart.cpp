@@ -59,17 +59,19 @@ Bytes bytesToWrite(const Argument& data) {
 
 UARTBased::Line::Line(const char* thread_name, std::shared_ptr<RawQueue> raw)
     : signal(std::make_shared<ByteQueue>(QUEUE_SIZE_MAX)),
-      decoder(thread_name, {std::move(raw)}, [this](std::size_t, const Bytes& block) {
-        if (signal->put(block, 1) != 0) {
-          overflow.dropped();
-        }
-      }) {}
+      decoder(thread_name, {std::move(raw)},
+              {.decode = [queue = signal](std::size_t,
+                                          const RawItem& block) { return queue->put(block.bytes, 1, block.connection); },
+               .begin = [queue = signal](std::uint64_t connection) { queue->begin(connection); },
+               .finish = [queue = signal] { queue->finish(); },
+               .overflow = ErrorId::UARTQueueOverflowWarning}) {}
 
 UARTBased::UARTBased(Link link, UARTConfiguration configuration)
     : uart_dict(std::move(configuration.ports)), link_(link) {
   for (std::size_t i = 0; i < kLines; ++i) {
     lines_.at(i) =
         std::make_unique<Line>(kThreadNames.at(i), link_.rawQueue(START_UART_READING, static_cast<int>(i) + 1));
+    link_.onConnection(lines_.at(i)->decoder);
   }
   link_.onClose([this] { _UART_free(); });
 }
@@ -87,12 +89,12 @@ void UARTBased::_UART_free() {
 }
 
 bool UARTBased::uartOpenFlag() const {
-  const std::lock_guard lock(open_mutex_);
+  const Lock lock(open_mutex_);
   return !open_ports_.empty();
 }
 
 void UARTBased::opened(int port) {
-  const std::lock_guard lock(open_mutex_);
+  const Lock lock(open_mutex_);
   open_ports_.insert(port);
   for (const auto& line : lines_) {
     line->decoder.open();
@@ -101,7 +103,7 @@ void UARTBased::opened(int port) {
 
 // The decoders serve both ports until the last one is closed.
 void UARTBased::closed(int port) {
-  const std::lock_guard lock(open_mutex_);
+  const Lock lock(open_mutex_);
   if (open_ports_.erase(port) != 0 && open_ports_.empty()) {
     for (const auto& line : lines_) {
       line->decoder.close();
@@ -181,12 +183,12 @@ int UARTOperations::UART_setNumStopBit(const Argument& port, const Argument& mod
 
 int UARTOperations::UART_write(const Argument& port, const Argument& write_data, const Argument& timeout) {
   const int number = _checkUARTPort(port);
-  return statusOfPort(link_, WRITE_UART, number, bytesToWrite(write_data), timeout);
+  return statusOfPort(link_, WRITE_UART, number, bytesToWrite(write_data), timeout, Repeat::Acts);
 }
 
 Bytes UARTOperations::UART_read(const Argument& port, const Argument& bytes_to_read, const Argument& delay) {
   ByteQueue& queue = received(_checkUARTPort(port));
-  auto pieces = takeStreamed(queue, bytes_to_read, "bytes_to_read", delay);
+  auto pieces = takeStreamed(link_, queue, bytes_to_read, "bytes_to_read", delay);
   return pieces.empty() ? Bytes() : std::move(pieces.front().values);  // bytes are of one width: one piece holds all
 }
 

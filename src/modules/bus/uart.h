@@ -18,7 +18,6 @@
 #include <array>
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <set>
 
 namespace qvx {
@@ -64,7 +63,6 @@ class UARTBased {
   struct Line {
     Line(const char* thread_name, std::shared_ptr<RawQueue> raw);
     std::shared_ptr<ByteQueue> signal;
-    OverflowReport overflow{ErrorId::UARTQueueOverflowWarning};
     StreamDecoder decoder;
   };
 
@@ -76,8 +74,8 @@ class UARTBased {
 
  private:
   std::array<std::unique_ptr<Line>, kLines> lines_;
-  mutable std::mutex open_mutex_;  // guards open_ports_ and the move of the gates that belongs to it
-  std::set<int> open_ports_;
+  mutable Mutex open_mutex_;  // held while the gates move that belong to it
+  std::set<int> open_ports_ QVX_GUARDED_BY(open_mutex_);
 };
 
 class UARTOperations : public UARTBased {

@@ -29,12 +29,12 @@ std::uint16_t checkedMask(const Argument& mask) {
 
 // payload: port u8, words u16
 Reply DIOOperations::request(int cmd, int port, std::initializer_list<std::uint16_t> words,
-                             const Argument& timeout) const {
+                             const Argument& timeout, Repeat repeat) const {
   Bytes fields = payload(u8(port));
   for (const std::uint16_t word : words) {
     appendBig(fields, word);
   }
-  return link_.request(cmd, fields, checkedTimeout(timeout));
+  return link_.request(cmd, fields, checkedTimeout(timeout), repeat);
 }
 
 int DIOOperations::status(int cmd, int port, std::initializer_list<std::uint16_t> words,
@@ -83,7 +83,7 @@ PinStates DIOOperations::write(const PinSelection& selected, std::uint16_t value
 }
 
 PinStates DIOOperations::toggle(const PinSelection& selected, const Argument& timeout) const {
-  return states(request(TOGGLE_AND_WRITE_DO, selected.port, {selected.mask()}, timeout));
+  return states(request(TOGGLE_AND_WRITE_DO, selected.port, {selected.mask()}, timeout, Repeat::Acts));
 }
 
 int DIOOperations::DI_openPins(const Argument& port, const Argument& pin, const Argument& timeout) {
@@ -227,7 +227,7 @@ PinStates DIOOperations::_setAndWriteDO(const Argument& port, const Argument& ma
 }
 
 PinStates DIOOperations::_toggleAndWriteDO(const Argument& port, const Argument& mask, const Argument& timeout) {
-  return states(request(TOGGLE_AND_WRITE_DO, checkAnyPort(port), {checkedMask(mask)}, timeout));
+  return states(request(TOGGLE_AND_WRITE_DO, checkAnyPort(port), {checkedMask(mask)}, timeout, Repeat::Acts));
 }
 
 int DIOOperations::_readDI(const Argument& port, const Argument& timeout) {

@@ -142,7 +142,8 @@ class DIOOperations : public DIOBased {
 
  private:
   // Every command is the port and some words, and every reply the port, a status and some words.
-  Reply request(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout) const;
+  Reply request(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout,
+                Repeat repeat = Repeat::Harmless) const;
   int status(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout) const;
   // The `index`th word of a reply.
   PinStates states(const Reply& reply, std::size_t index = 0) const;

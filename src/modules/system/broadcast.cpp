@@ -60,7 +60,7 @@ void collect(const Link& link, RawQueue& answers, const Deadline& deadline, Enou
   for (bool over = false; !over;) {
     over = !answers.waitForSize(1, deadline) || (deadline && Clock::now() >= *deadline);
     for (std::size_t left = answers.size(); left != 0; --left) {
-      if (const auto answer = answers.take(); answer && enough(*answer)) {
+      if (const auto answer = answers.take(); answer && enough(answer->bytes)) {
         return;
       }
     }

@@ -93,8 +93,8 @@ int SystemBased::_checkLUMASlot(const Argument& slot) {
   return static_cast<int>(number);
 }
 
-Reply SystemOperations::request(int cmd, const Bytes& payload, const Argument& timeout) const {
-  return link_.request(cmd, payload, checkedTimeout(timeout));
+Reply SystemOperations::request(int cmd, const Bytes& payload, const Argument& timeout, Repeat repeat) const {
+  return link_.request(cmd, payload, checkedTimeout(timeout), repeat);
 }
 
 std::vector<std::string> SystemOperations::Sys_getDriverInfo(const Argument& timeout) {
@@ -184,7 +184,7 @@ std::string SystemOperations::Sys_getSerialNumber(const Argument& timeout) {
 }
 
 int SystemOperations::Sys_reboot(const Argument& timeout) {
-  return request(REBOOT, {}, timeout).status(0);
+  return request(REBOOT, {}, timeout, Repeat::Acts).status(0);
 }
 
 std::string SystemOperations::Sys_getMode(const Argument& slot, const Argument& timeout) {
@@ -211,7 +211,7 @@ std::string SystemOperations::_Sys_getRTCAlarmConfig(const Argument& timeout) {
 }
 
 int SystemOperations::_Sys_rebootOnBootloader(const Argument& timeout) {
-  return request(REBOOT_ON_BOOTLOADER, {}, timeout).status(0);
+  return request(REBOOT_ON_BOOTLOADER, {}, timeout, Repeat::Acts).status(0);
 }
 
 std::vector<int> SystemOperations::_getEEPROMPage(const Argument& page_number, const Argument& timeout) {
@@ -252,7 +252,7 @@ std::string SystemOperations::_getThreads(const Argument& timeout) {
 }
 
 int SystemOperations::_resetFactory(const Argument& timeout) {
-  return request(RESET_FACTORY, {}, timeout).status(0);
+  return request(RESET_FACTORY, {}, timeout, Repeat::Acts).status(0);
 }
 
 int SystemOperations::_setSerialNumber(const Argument& serial_num, const Argument& timeout) {

@@ -83,7 +83,7 @@ class SystemOperations : public SystemBased {
   int _setSerialNumber(const Argument& serial_num, const Argument& timeout);
 
  private:
-  Reply request(int cmd, const Bytes& payload, const Argument& timeout) const;
+  Reply request(int cmd, const Bytes& payload, const Argument& timeout, Repeat repeat = Repeat::Harmless) const;
   std::string dateTime(const Reply& reply, std::size_t at) const;
 };
 

@@ -4,7 +4,7 @@
 
 #include "core/constants.h"
 #include "core/host.h"
-#include "protocol/fiber.h"
+#include "runtime/fiber.h"
 #include "transport/transport.h"
 
 #include <gtest/gtest.h>
@@ -233,7 +233,7 @@ class RecordingHost : public Host {
     const std::lock_guard lock(mutex_);
     failures_.emplace_back(failure.kind().name);
   }
-  void warn(ErrorId id) override {
+  void warn(ErrorId id, const std::optional<std::string>& /*message*/) override {
     const std::lock_guard lock(mutex_);
     warnings_.emplace_back(errorKind(id).name);
   }

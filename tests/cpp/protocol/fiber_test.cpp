@@ -1,6 +1,6 @@
-#include "protocol/fiber.h"
+#include "runtime/fiber.h"
 
-#include "protocol/wait.h"
+#include "runtime/wait.h"
 #include "tests/cpp/protocol/fakes.h"
 
 #include <fstream>

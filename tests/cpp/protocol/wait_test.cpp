@@ -1,5 +1,5 @@
 // The place that waits, and what stands directly on it: gates and worker threads.
-#include "protocol/wait.h"
+#include "runtime/wait.h"
 
 #include "protocol/gate.h"
 #include "protocol/worker.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/bytes.h"
-#include "transport/descriptor.h"
+#include "runtime/descriptor.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

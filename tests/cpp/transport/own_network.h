@@ -1,7 +1,7 @@
 // A network of a test's own, so that what is broadcast or bound in it concerns no other program.
 #pragma once
 
-#include "transport/descriptor.h"
+#include "runtime/descriptor.h"
 
 #include <gtest/gtest.h>
 #include <net/if.h>

@@ -1,4 +1,4 @@
-#include "protocol/fiber.h"
+#include "runtime/fiber.h"
 
 #include <boost/context/fiber.hpp>
 #include <boost/context/stack_context.hpp>
@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cmath>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -176,15 +175,6 @@ struct Fiber::Context {
 #endif
   }
 };
-
-Deadline deadlineAfter(double seconds) {
-  constexpr double kForever = 1e9;  // beyond it the clock's arithmetic would overflow
-  if (std::isnan(seconds) || seconds > kForever) {
-    return std::nullopt;
-  }
-  return Clock::now() +
-         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::max(seconds, 0.0)));
-}
 
 Fiber::Fiber(std::shared_ptr<Scheduler> scheduler, std::function<void()> body)
     : scheduler_(std::move(scheduler)), body_(std::move(body)) {}

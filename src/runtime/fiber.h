@@ -7,20 +7,14 @@
 //   - No wait inside a catch handler: the stack of caught exceptions belongs to the thread.
 #pragma once
 
-#include <chrono>
+#include "runtime/clock.h"
+
 #include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace qvx {
-
-using Clock = std::chrono::steady_clock;
-
-// A moment at which a wait gives up; nothing: never.
-using Deadline = std::optional<Clock::time_point>;
-Deadline deadlineAfter(double seconds);
 
 // Something that a loop can read itself while its coroutines wait for what comes there.
 class Source {

@@ -1,0 +1,361 @@
+#include "protocol/replies.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qvx {
+namespace {
+
+// A medium that has carried replies and then none for so long has lost the others.
+constexpr std::chrono::seconds kGap{1};
+
+}  // namespace
+
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key) : pool_(pool) {
+  const Lock lock(pool_.mutex_);
+  line_ = &pool_.lineOf(key);
+}
+
+ReplyPool::Waiter::~Waiter() {
+  const Lock lock(pool_.mutex_);
+  part();
+  if (asked_) {
+    asked_->waiter = nullptr;
+  }
+  if (reply_) {
+    pool_.fileLate(*line_, std::move(*reply_));
+  }
+}
+
+void ReplyPool::Waiter::join() {
+  if (!std::exchange(joined_, true)) {
+    place_ = line_->waiters.insert(line_->waiters.end(), this);
+  }
+}
+
+void ReplyPool::Waiter::part() {
+  if (std::exchange(joined_, false)) {
+    line_->waiters.erase(place_);
+  }
+}
+
+void ReplyPool::Waiter::sending() {
+  const Lock lock(pool_.mutex_);
+  const auto now = Clock::now();
+  if (!asked_) {
+    const bool owed = std::ranges::any_of(line_->copies, [](const auto& copy) { return copy->waiter != nullptr; });
+    if (!owed && now - std::max(line_->sent, line_->came) > pool_.silence_) {
+      line_->copies.clear();
+    }
+    passed_ = line_->passed;
+    asked_ = std::make_shared<Copy>(Copy{.waiter = reply_ ? nullptr : this, .answered = false, .sent = now});
+    if (!reply_) {
+      join();
+    }
+  }
+  line_->sent = now;
+  line_->copies.push_back(asked_);
+}
+
+void ReplyPool::Waiter::unsent() {
+  const Lock lock(pool_.mutex_);
+  auto& copies = line_->copies;
+  if (const auto last = std::ranges::find(copies.rbegin(), copies.rend(), asked_); last != copies.rend()) {
+    copies.erase(std::prev(last.base()));
+  }
+}
+
+bool ReplyPool::Waiter::over() const {
+  return reply_ || pool_.closed_ || end_ != End::None;
+}
+
+bool ReplyPool::Waiter::takeKept() {
+  auto& kept = line_->kept;
+  // What was there before somebody asked is no answer where late replies are not wanted.
+  if (!kept || (asked_ && kept->source == Source::Device && !pool_.late_replies_)) {
+    return false;
+  }
+  late_ = kept->source == Source::Late;
+  reply_ = std::move(kept->reply);
+  kept.reset();
+  part();
+  if (asked_) {
+    asked_->waiter = nullptr;
+    asked_->answered = true;
+  }
+  return true;
+}
+
+std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline, const std::shared_ptr<Reader>& reader) {
+  Lock lock(pool_.mutex_);
+  if (!over() && !takeKept()) {
+    if (pool_.loss_) {
+      end_ = End::Lost;
+      return std::nullopt;
+    }
+    join();
+    if (reader != nullptr && Fiber::current() == nullptr) {
+      waitReading(lock, deadline, reader);
+    } else {
+      changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over(); });
+    }
+  }
+  return std::exchange(reply_, std::nullopt);
+}
+
+// One of the threads that wait reads for all. It goes on until its own reply is there, and then offers its turn to
+// another that waits; who has none of that reads at once.
+void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline, const std::shared_ptr<Reader>& reader)
+    QVX_UNCHECKED {
+  struct Turn {
+    ReplyPool& pool;
+    ~Turn() {
+      pool.reader_->end();
+      pool.reader_.reset();
+      pool.reading_ = nullptr;
+      pool.offerTurn();
+    }
+  };
+  while (!over() && (!deadline || Clock::now() < *deadline)) {
+    if (pool_.reading_ != nullptr || !reader->usable()) {
+      offered_ = false;
+      const auto place = pool_.following_.insert(pool_.following_.end(), this);
+      const auto leave = [&](Waiter*) { pool_.following_.erase(place); };
+      const std::unique_ptr<Waiter, decltype(leave)> following(this, leave);
+      if (!changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over() || offered_; })) {
+        break;
+      }
+      continue;
+    }
+    offered_ = false;
+    pool_.reading_ = this;
+    pool_.reader_ = reader;
+    pool_.reading_thread_ = std::this_thread::get_id();
+    const Turn turn{pool_};
+    reader->begin();
+    while (!over() && reader->usable() && (!deadline || Clock::now() < *deadline)) {
+      Condition::Unlocking unlocked(lock);
+      reader->read(deadline);
+    }
+  }
+  if (offered_ && pool_.reading_ == nullptr) {
+    pool_.offerTurn();
+  }
+}
+
+bool ReplyPool::Waiter::lost() const {
+  const Lock lock(pool_.mutex_);
+  return end_ == End::Lost;
+}
+
+bool ReplyPool::Waiter::ended() const {
+  const Lock lock(pool_.mutex_);
+  return end_ == End::Ended;
+}
+
+bool ReplyPool::Waiter::lateForTheFirstTime() {
+  const Lock lock(pool_.mutex_);
+  return late_ && !std::exchange(pool_.late_told_, true);
+}
+
+bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
+  const Lock lock(pool_.mutex_);
+  return asked_ && line_->passed != passed_ && Clock::now() - line_->came >= quiet;
+}
+
+bool ReplyPool::Waiter::forgetLost() {
+  const Lock lock(pool_.mutex_);
+  const auto quiet = Clock::now() - std::max(line_->sent, line_->came);
+  const bool lost = asked_ && line_->passed != passed_ && line_->waiters.size() <= 1 && quiet > kGap &&
+                    quiet > 4 * pool_.slowest_;
+  if (lost) {
+    line_->copies.clear();
+  }
+  return lost;
+}
+
+void ReplyPool::setLateReplies(bool kept) {
+  const Lock lock(mutex_);
+  late_replies_ = kept;
+}
+
+bool ReplyPool::lateReplies() const {
+  const Lock lock(mutex_);
+  return late_replies_;
+}
+
+void ReplyPool::wake(Waiter& waiter) {
+  if (reading_ != &waiter) {
+    waiter.changed_.notifyHeld();
+  } else if (reading_thread_ != std::this_thread::get_id()) {
+    reader_->wake();
+  }
+}
+
+void ReplyPool::offerTurn() {
+  if (!following_.empty()) {
+    Waiter& next = *following_.front();
+    next.offered_ = true;
+    next.changed_.notifyHeld();
+  }
+}
+
+void ReplyPool::serve(Waiter& waiter, Bytes reply) {
+  waiter.line_->kept.reset();  // an older one
+  waiter.reply_ = std::move(reply);
+  waiter.part();
+  if (waiter.asked_) {
+    waiter.asked_->waiter = nullptr;
+    waiter.asked_->answered = true;
+  }
+  wake(waiter);
+}
+
+void ReplyPool::fileLate(Line& line, Bytes reply) {
+  if (!late_replies_) {
+    return;
+  }
+  if (line.waiters.empty()) {
+    line.kept = Kept{std::move(reply), Source::Late};
+  } else {
+    Waiter& next = *line.waiters.front();
+    next.late_ = true;
+    serve(next, std::move(reply));
+  }
+}
+
+void ReplyPool::arrive(int key, Bytes reply) {
+  const Lock lock(mutex_);
+  Line& line = lineOf(key);
+  line.came = Clock::now();
+  if (line.copies.empty()) {
+    if (line.waiters.empty()) {
+      line.kept = Kept{std::move(reply), Source::Device};
+    } else {
+      serve(*line.waiters.front(), std::move(reply));
+    }
+    return;
+  }
+  const auto copy = std::move(line.copies.front());
+  line.copies.pop_front();
+  slowest_ = std::max(slowest_, line.came - copy->sent);
+  if (copy->waiter != nullptr) {
+    serve(*copy->waiter, std::move(reply));
+    return;
+  }
+  ++line.passed;
+  if (!std::exchange(copy->answered, true)) {
+    fileLate(line, std::move(reply));
+  }
+}
+
+void ReplyPool::put(int key, Bytes reply) {
+  const Lock lock(mutex_);
+  Line& line = lineOf(key);
+  if (line.waiters.empty()) {
+    line.kept = Kept{std::move(reply), Source::Application};
+    return;
+  }
+  Waiter& waiter = *line.waiters.front();
+  // Who answers in the device's place has taken the request.
+  if (const auto copy = std::ranges::find(line.copies, waiter.asked_); waiter.asked_ && copy != line.copies.end()) {
+    line.copies.erase(copy);
+  }
+  serve(waiter, std::move(reply));
+}
+
+std::optional<Bytes> ReplyPool::take(int key) {
+  const Lock lock(mutex_);
+  const auto line = lines_.find(key);
+  if (line == lines_.end() || !line->second.kept) {
+    return std::nullopt;
+  }
+  return std::move(std::exchange(line->second.kept, std::nullopt)->reply);
+}
+
+std::optional<Bytes> ReplyPool::peek(int key) const {
+  const Lock lock(mutex_);
+  const auto line = lines_.find(key);
+  return line == lines_.end() || !line->second.kept ? std::nullopt : std::optional(line->second.kept->reply);
+}
+
+void ReplyPool::waitInVain(const Deadline& deadline) {
+  Lock lock(mutex_);
+  idle_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) { return closed_ || loss_; });
+}
+
+std::vector<int> ReplyPool::keys() const {
+  const Lock lock(mutex_);
+  std::vector<int> keys;
+  for (const auto& [key, line] : lines_) {
+    if (line.kept) {
+      keys.push_back(key);
+    }
+  }
+  return keys;
+}
+
+std::size_t ReplyPool::size() const {
+  return keys().size();
+}
+
+void ReplyPool::clear() {
+  const Lock lock(mutex_);
+  for (auto& [key, line] : lines_) {
+    line.kept.reset();
+  }
+}
+
+template <class Visit>
+void ReplyPool::eachWaiter(Visit visit) {
+  for (auto& [key, line] : lines_) {
+    for (Waiter* waiter : line.waiters) {
+      visit(*waiter);
+    }
+  }
+}
+
+void ReplyPool::begin(Clock::duration silence) {
+  const Lock lock(mutex_);
+  for (auto& [key, line] : lines_) {
+    line.copies.clear();
+    if (line.kept && line.kept->source != Source::Application) {
+      line.kept.reset();
+    }
+  }
+  silence_ = silence;
+  slowest_ = {};
+  late_told_ = false;
+  loss_.reset();
+}
+
+void ReplyPool::end(const std::optional<Failure>& loss) {
+  const Lock lock(mutex_);
+  loss_ = loss;
+  eachWaiter([&](Waiter& waiter) QVX_REQUIRES(mutex_) {
+    if (loss || waiter.asked_) {
+      waiter.end_ = loss ? Waiter::End::Lost : Waiter::End::Ended;
+      wake(waiter);
+    }
+  });
+  idle_.notifyHeld();
+}
+
+std::optional<Failure> ReplyPool::loss() const {
+  const Lock lock(mutex_);
+  return loss_;
+}
+
+void ReplyPool::close() {
+  const Lock lock(mutex_);
+  closed_ = true;
+  eachWaiter([this](Waiter& waiter) QVX_REQUIRES(mutex_) { wake(waiter); });
+  idle_.notifyHeld();
+}
+
+bool ReplyPool::closed() const {
+  const Lock lock(mutex_);
+  return closed_;
+}
+
+}  // namespace qvx

@@ -1,0 +1,176 @@
+// Replies to commands, and to whom each belongs.
+//
+// Nothing in a reply but its key tells which request it answers. So the pool keeps, for each key, the copies that have
+// been sent and are unanswered, in the order of sending: a reply that arrives answers the oldest of them.
+//   - Its asker waits: the reply is handed over, and the asker's other copies are from now on owed to nobody.
+//   - Its asker has been served: the reply is dropped.
+//   - Its asker has given up (timed out, cancelled): a late reply. It answers who asks next, once for each asker that
+//     has given up, or is dropped where late replies are not wanted.
+//   - There is no such copy: nobody asked. The reply waits in the pool, where a newer one overwrites it.
+// A medium that loses nothing keeps this count exact for ever. Where a copy or its reply is lost, the replies that
+// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten: when
+// nothing has been sent or has come for as long as nothing takes on that medium.
+#pragma once
+
+#include "core/bytes.h"
+#include "core/errors.h"
+#include "runtime/wait.h"
+
+#include <cstdint>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace qvx {
+
+// Reads the connection for a thread that waits for a reply. Any thread, one at a time.
+class Reader {
+ public:
+  virtual ~Reader() = default;
+  // False when nothing more comes on this connection, as far as this reader can tell.
+  virtual bool usable() const = 0;
+  // Waits until something has come, until wake() or `deadline`; reads and files it. Passes on what Ctrl-C raises.
+  virtual void read(const Deadline& deadline) = 0;
+  // Ends the read in progress, or else the next one. Never waits.
+  virtual void wake() = 0;
+  // Before the first read and after the last one of a thread's turn. Neither waits.
+  virtual void begin() = 0;
+  virtual void end() = 0;
+};
+
+// Any thread may call anything.
+class ReplyPool {
+  struct Copy;
+  struct Line;
+
+ public:
+  // One who waits for a reply with `key`, or is going to. Of one thread, or one fiber.
+  class Waiter {
+   public:
+    Waiter(ReplyPool& pool, int key);
+    // Gives up; a reply that has come and was not taken is a late one.
+    ~Waiter();
+    Waiter(const Waiter&) = delete;
+    Waiter& operator=(const Waiter&) = delete;
+
+    // A copy of the request goes out now. From the first one on the waiter has its place behind the others.
+    void sending();
+    // The copy announced last did not go out.
+    void unsent();
+    // Takes the reply as soon as it is there; nothing when `deadline` passes first, when the pool is closed, when the
+    // connection has ended. On a thread, `reader` reads the connection meanwhile.
+    std::optional<Bytes> wait(const Deadline& deadline, const std::shared_ptr<Reader>& reader = nullptr);
+    // Why no reply will come any more: the connection on which the request was sent is lost, or was ended.
+    bool lost() const;
+    bool ended() const;
+    // Whether the reply that was taken answers an earlier request whose asker had given up; true once for each
+    // connection.
+    bool lateForTheFirstTime();
+    // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
+    // nothing has come for `quiet` now.
+    bool passedOver(Clock::duration quiet) const;
+    // After a wait in vain: replies have come, but not to this request, and none for a while. So copies or replies have
+    // been lost, and what is unanswered is forgotten. True when that was so.
+    bool forgetLost();
+
+   private:
+    friend class ReplyPool;
+    enum class End : std::uint8_t { None, Ended, Lost };
+    bool over() const QVX_REQUIRES(pool_.mutex_);
+    bool takeKept() QVX_REQUIRES(pool_.mutex_);
+    void join() QVX_REQUIRES(pool_.mutex_);
+    void part() QVX_REQUIRES(pool_.mutex_);
+    void waitReading(Lock& lock, const Deadline& deadline, const std::shared_ptr<Reader>& reader);
+
+    ReplyPool& pool_;
+    Line* line_;
+    std::shared_ptr<Copy> asked_;  // shared by all copies; null before the first
+    std::list<Waiter*>::iterator place_;
+    bool joined_ = false;
+    End end_ = End::None;
+    bool late_ = false;
+    bool offered_ = false;  // the turn at reading
+    std::uint64_t passed_ = 0;  // how many replies of the line had passed everybody by before the first copy
+    std::optional<Bytes> reply_;
+    Condition changed_;
+  };
+
+  // What the pool does with late replies: keeps them for who asks next, or drops them.
+  void setLateReplies(bool kept);
+  bool lateReplies() const;
+
+  // Files a reply that has come.
+  void arrive(int key, Bytes reply);
+  // Files a reply that the application has made: for the first who waits, else it is kept.
+  void put(int key, Bytes reply);
+  // Removes and returns the reply that is kept.
+  std::optional<Bytes> take(int key);
+  std::optional<Bytes> peek(int key) const;
+  std::optional<Bytes> waitFor(int key, const Deadline& deadline) { return Waiter(*this, key).wait(deadline); }
+  // Waits without taking anything, until `deadline`, or until the pool is closed or the connection lost.
+  void waitInVain(const Deadline& deadline);
+  std::vector<int> keys() const;
+  std::size_t size() const;
+  void clear();
+
+  // A connection begins: what came on an earlier one is gone, except what the application has put here itself. A copy
+  // that is owed to nobody is forgotten after `silence`.
+  void begin(Clock::duration silence);
+  // The connection is over. Whoever has sent a request on it waits no longer; after a loss nobody does.
+  void end(const std::optional<Failure>& loss);
+  // Why the connection was lost, until the next one.
+  std::optional<Failure> loss() const;
+  // Ends every wait, now and later.
+  void close();
+  bool closed() const;
+
+ private:
+  enum class Source : std::uint8_t { Device, Late, Application };
+  struct Kept {
+    Bytes reply;
+    Source source;
+  };
+  struct Copy {
+    Waiter* waiter;         // nullptr: it was served, or has given up
+    bool answered = false;  // a late reply has been filed for it, or it was served
+    Clock::time_point sent;
+  };
+  // What goes on under one key.
+  struct Line {
+    std::deque<std::shared_ptr<Copy>> copies;
+    std::list<Waiter*> waiters;  // who has no reply yet, in the order of coming
+    std::optional<Kept> kept;
+    std::uint64_t passed = 0;  // replies that were not for who waited
+    Clock::time_point sent;    // when the latest copy was
+    Clock::time_point came;    // and the latest reply
+  };
+
+  Line& lineOf(int key) QVX_REQUIRES(mutex_) { return lines_[key]; }
+  void serve(Waiter& waiter, Bytes reply) QVX_REQUIRES(mutex_);
+  void fileLate(Line& line, Bytes reply) QVX_REQUIRES(mutex_);
+  void wake(Waiter& waiter) QVX_REQUIRES(mutex_);
+  void offerTurn() QVX_REQUIRES(mutex_);
+  template <class Visit>
+  void eachWaiter(Visit visit) QVX_REQUIRES(mutex_);
+
+  mutable Mutex mutex_;
+  std::map<int, Line> lines_ QVX_GUARDED_BY(mutex_);  // lines stay where they are once made
+  Condition idle_;                                    // of those who wait in vain
+  bool late_replies_ QVX_GUARDED_BY(mutex_) = true;
+  bool late_told_ QVX_GUARDED_BY(mutex_) = false;
+  Clock::duration silence_ QVX_GUARDED_BY(mutex_){};
+  Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that have come on this connection
+  std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);
+  bool closed_ QVX_GUARDED_BY(mutex_) = false;
+  // Whose turn it is to read the connection, on which thread; and who would take it over.
+  Waiter* reading_ QVX_GUARDED_BY(mutex_) = nullptr;
+  std::shared_ptr<Reader> reader_ QVX_GUARDED_BY(mutex_);
+  std::thread::id reading_thread_ QVX_GUARDED_BY(mutex_);
+  std::list<Waiter*> following_ QVX_GUARDED_BY(mutex_);
+};
+
+}  // namespace qvx
