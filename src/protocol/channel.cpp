@@ -68,6 +68,10 @@ Channel::Channel(Connection& connection, Setup setup, bool owner)
                     : Work{.step = [this, kept = connection.shared_from_this()] { read(); },
                            .wake = [this, kept = connection.shared_from_this()] { wake(); }}) {}
 
+Channel::State Channel::state() const {
+  return connection_.state();
+}
+
 bool Channel::connected() const {
   return connection_.connected();
 }

@@ -6,6 +6,7 @@
 #include "protocol/worker.h"
 #include "transport/transport.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,6 +15,9 @@ namespace qvx {
 
 class Connection;
 class ConnectionReader;
+
+// Of a connection, and of each channel that belongs to it; connection.h says how one follows the other.
+enum class ConnectionState : std::uint8_t { Disconnected, Connecting, Connected, Lost, Disconnecting };
 
 // Where a transport is kept that may be replaced at any time. Any thread.
 class TransportSlot {
@@ -53,6 +57,8 @@ class Channel {
   Channel(Connection& connection, Setup setup, bool owner);
 
   // As the connection's, of which this is a part.
+  using State = ConnectionState;
+  State state() const;
   bool connected() const;
   std::string identifier() const;
 

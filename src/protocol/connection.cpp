@@ -25,6 +25,7 @@ constexpr const char* kClosed = "This device is closed; construct a new one to c
 struct Connection::Request {
   std::optional<Opening> opening;  // of a connect; nothing: disconnect
   std::optional<bool> verbose;     // of a disconnect
+  bool begun = false;              // the owner is at it
   bool given_up = false;           // a connect: it is to come to nothing
   bool unattended = false;         // nobody waits for it
   bool served = false;
@@ -91,6 +92,13 @@ void Connection::connect(Opening opening) {
   callOwner();
   {
     Lock lock(mutex_);
+    if (!changed_.wait(lock, deadlineAfter(kPatience),
+                       [&]() QVX_REQUIRES(mutex_) { return request->begun || request->served; })) {
+      request->given_up = true;
+      request->unattended = true;
+      undoing.release();
+      fail(connection_error_, "The transport of this device has not come back from its last read.");
+    }
     changed_.wait(lock, std::nullopt, [&]() QVX_REQUIRES(mutex_) { return request->served; });
   }
   undoing.release();
@@ -255,6 +263,10 @@ void Connection::step() {
     }
     serving_ = request;
     pending_ = !requests_.empty();
+    if (request) {
+      request->begun = true;
+      changed_.notifyHeld();
+    }
   }
   if (!request) {
     // A gate that the application has closed keeps the owner from reading only.

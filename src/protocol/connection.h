@@ -35,7 +35,7 @@ namespace qvx {
 // transport outlives the handle. Any thread may call anything; a forked child nothing.
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
-  enum class State : std::uint8_t { Disconnected, Connecting, Connected, Lost, Disconnecting };
+  using State = ConnectionState;
 
   // What the handle does when the connection's state has changed. On the owner, under a mutex; may not wait.
   struct Events {
@@ -63,6 +63,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   // Adds a transport and starts its receive thread; the first one's is the owner. For the handle's constructor.
   Channel& add(Channel::Setup setup);
 
+  const std::vector<std::unique_ptr<Channel>>& channels() const { return channels_; }
   State state() const { return state_; }
   bool connected() const {
     const State now = state_;
@@ -72,8 +73,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::string identifier() const;
 
   // Opens the media and prints "Connected to ..."; puts a lost connection away first. Blocks, or suspends a coroutine.
-  // Raises the connection's class when there is a connection already, when one is being made, and when disconnect came
-  // first. Ctrl-C or a cancellation ends it, and what it has opened.
+  // Raises the connection's class when there is a connection already, when one is being made, when disconnect came first,
+  // and when the owner has not come back from a transport within 1 s. Ctrl-C or a cancellation ends it, and what it has
+  // opened.
   void connect(Opening opening);
   // Closes the media and prints "Disconnected from ..."; `verbose`, where given, overrules connect's. Ends a connect in
   // progress. Waits at most 1 s. Safe to repeat.

@@ -66,11 +66,11 @@ std::shared_ptr<Reader> Device::expectReply() {
 void Device::begun(std::uint64_t number) {
   const auto client = clientCmd();
   data_pool_echo.begin(client ? client->longestSilence() : Clock::duration::zero());
-  for (const auto& [key, queue] : data_pool_strm.entries()) {
-    queue->begin(number);
-  }
   for (const Listener& listener : listeners_) {
     listener.begun(number);
+  }
+  for (const auto& [key, queue] : data_pool_strm.entries()) {
+    queue->begin(number);  // those that no decoder serves, too
   }
 }
 
@@ -90,12 +90,6 @@ void Device::ended(const std::optional<Failure>& loss) {
 void Device::open(Connection::Opening opening) const {
   refuseForked(identity_.connection_error);
   connection_->connect(std::move(opening));
-}
-
-void Device::refuseLost() const {
-  if (const auto loss = data_pool_echo.loss()) {
-    fail(lostError(), loss->givenMessage().value_or(errorKind(lostError()).message));
-  }
 }
 
 void Device::failUnanswered() const {

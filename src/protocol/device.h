@@ -45,6 +45,8 @@ class Device : public Packet, public Packet_async {
   void close();
   bool closed() const { return closed_; }
 
+  // Command channel first.
+  const std::vector<std::unique_ptr<Channel>>& channels() const { return connection_->channels(); }
   Connection::State state() const { return connection_->state(); }
   // What is connected to, or was last.
   std::string identifier() const { return connection_->identifier(); }
@@ -56,8 +58,6 @@ class Device : public Packet, public Packet_async {
 
   // Raises what an unanswered request means: ReceivePacketTimeoutError, or the lost connection when that is why.
   [[noreturn]] void failUnanswered() const;
-  // Raises the medium's class when the connection is lost.
-  void refuseLost() const;
 
   // Of a module: what it does when a connection begins, and when one is lost. On any thread; may not wait.
   struct Listener {

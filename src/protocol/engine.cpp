@@ -101,10 +101,19 @@ std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeo
   if (reply && waiter.lateForTheFirstTime()) {
     host().warn(ErrorId::LateReplyWarning);
   }
-  if (waiter.ended()) {
+  if (waiter.lost()) {
+    refuseLost();
+  }
+  if (waiter.lost() || waiter.ended()) {  // it may be another one by now
     fail(lostError(), "The connection was ended while a reply was awaited.");
   }
   return reply;
+}
+
+void Packet_based::refuseLost() const {
+  if (const auto loss = data_pool_echo.loss()) {
+    fail(lostError(), loss->givenMessage().value_or(errorKind(lostError()).message));
+  }
 }
 
 std::optional<Bytes> Packet_based::echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout) {
@@ -135,36 +144,38 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
   ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));  // keeps its place through all attempts
   // Waits `time` seconds; less where replies come, but are taken for earlier ones because some were lost: another copy
   // gets its own.
+  bool again = false;
   const auto wait = [&](double time) -> std::optional<Bytes> {
-    while (time > 0) {
+    again = false;
+    while (time > 0 && !again && !data_pool_echo.closed()) {
       const double slice = std::min(time, pause);
-      auto reply = await(waiter, slice, expectReply());
-      elapsed += slice;
-      time -= slice;
-      const auto quiet = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice));
-      if (reply || waiter.lost() || data_pool_echo.closed() || (slice == pause && waiter.passedOver(quiet))) {
+      if (auto reply = await(waiter, slice, expectReply())) {
         return reply;
       }
-      pause *= slice == pause ? 2 : 1;
+      elapsed += slice;
+      time -= slice;
+      if (slice == pause) {
+        again = waiter.passedOver(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice)));
+        pause *= 2;
+      }
     }
     return std::nullopt;
   };
-  for (int sent = 0; sent == 0 || elapsed < timeout; ++sent) {
-    if (sent != 0 && (waiter.lost() || data_pool_echo.closed())) {
-      return std::nullopt;
-    }
+  for (int sent = 0; sent < most && elapsed < timeout; ++sent) {
     send(cmd, data_out, &waiter);
     // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
-    const bool last = sent + 1 >= most;
     if (auto reply = wait(coroutine ? std::min(attempt, timeout - elapsed) : attempt)) {
       return reply;
     }
-    if (last) {
-      if (auto reply = wait(timeout - elapsed)) {
-        return reply;
-      }
-    }
   }
+  do {
+    if (again && elapsed < timeout) {
+      send(cmd, data_out, &waiter);
+    }
+    if (auto reply = wait(timeout - elapsed)) {
+      return reply;
+    }
+  } while (again);
   if (waiter.forgetLost()) {
     host().warn(ErrorId::LateReplyWarning, kForgotten);
   }
@@ -172,8 +183,9 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
 }
 
 std::vector<Bytes> Packet_based::getStreamingFromPool(RawQueue& queue, std::int64_t num_samples) {
-  if (num_samples > -1) {
-    queue.waitForSize(static_cast<std::size_t>(num_samples), std::nullopt);
+  if (num_samples > -1 && !queue.waitForSize(static_cast<std::size_t>(num_samples), std::nullopt) &&
+      queue.size() == 0) {
+    refuseLost();
   }
   std::size_t count = queue.size();
   if (num_samples > -1) {

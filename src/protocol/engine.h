@@ -37,6 +37,8 @@ class Packet_based {
   bool forked() const { return origin_.isLeft(); }
   // Raises `id` there. Comes before every mutex, which the parent may have held at the fork.
   void refuseForked(ErrorId id) const;
+  // Raises the medium's class when the connection is lost.
+  void refuseLost() const;
 
   // Where commands go; nullptr until there is a transport.
   std::shared_ptr<Transport> clientCmd() const { return client_cmd_->get(); }
@@ -62,7 +64,8 @@ class Packet_based {
   // What operations do: the same, but sends only as often as `resend` allows for such a command.
   std::optional<Bytes> request(int cmd, ByteView data_out, double timeout, Repeat repeat);
   std::optional<Bytes> getReplyFromPool(int key, double timeout);
-  // Waits for `num_samples` items, however long that takes, and takes them; -1 takes what is there.
+  // Waits for `num_samples` items, however long that takes, and takes them; -1 takes what is there. Raises the medium's
+  // class when the connection is lost and there is none.
   std::vector<Bytes> getStreamingFromPool(RawQueue& queue, std::int64_t num_samples);
   // Sends NUM_BCST_RETRIES times; the answers arrive in the queue, each as often as a device gives it, until the queue
   // is let go.

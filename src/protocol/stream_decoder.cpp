@@ -116,12 +116,15 @@ void StreamDecoder::free() {
   worker_.join(deadlineAfter(kPatience));
 }
 
+// In this order: an item that the thread has taken before is refused by who has begun.
 void StreamDecoder::begin(std::uint64_t connection) {
+  {
+    const Lock lock(shared_->mutex);
+    shared_->functions.begin(connection);
+  }
   for (const auto& queue : shared_->raw) {
     queue->begin(connection);
   }
-  const Lock lock(shared_->mutex);
-  shared_->functions.begin(connection);
 }
 
 // Behind a closed gate nobody decodes, and nothing more is to be waited for.

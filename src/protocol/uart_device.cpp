@@ -29,8 +29,8 @@ UARTDevice::~UARTDevice() {
 
 bool UARTDevice::connect(const Argument& port) {
   const std::string name = checkedText(port, "port");
-  open({.identifier = name, .open = [name, baudrate = baudrate_, slot = commandSlot()] {
-          if (const auto place = tcpPlace(name)) {
+  open({.identifier = name, .open = [name, place = tcpPlace(name), baudrate = baudrate_, slot = commandSlot()] {
+          if (place) {
             const auto client = std::make_shared<TCPClient>();
             slot->set(client);
             client->connect(place->ip, place->port);

@@ -26,10 +26,12 @@ USBDevice::~USBDevice() {
 bool USBDevice::connect(const Argument& serial_num) {
   const std::string serial = checkedText(serial_num, "serial_num");
   refuseForked(ErrorId::USBConnectionError);
-  // Its warning is the caller's.
-  Fiber::outside([] { getLibUSB1(); });
-  open({.identifier = serial, .open = [serial, slot = commandSlot()] {
-          if (const auto place = tcpPlace(serial)) {
+  const auto place = tcpPlace(serial);
+  if (!place) {
+    Fiber::outside([] { getLibUSB1(); });  // its warning is the caller's
+  }
+  open({.identifier = serial, .open = [serial, place, slot = commandSlot()] {
+          if (place) {
             const auto client = std::make_shared<TCPClient>();
             slot->set(client);
             client->connect(place->ip, place->port);

@@ -119,22 +119,27 @@ def test_pin_tables(cls):
         assert device._getPinIndexInList(5) == [5] and device._getPinIndexInList([5, 0]) == [5, 0]
 
 
-@pytest.mark.parametrize(("resend", "times"), [(True, 3), (False, 1)])
-def test_a_slow_link_toggles_again_unless_told_otherwise(bench, resend, times):
+# A line that toggles and a level that is asked for.
+@pytest.mark.parametrize(
+    ("resend", "toggles", "queries"), [("safe", 1, 3), (True, 3, 3), (False, 1, 1)]
+)
+def test_a_slow_link_repeats_what_it_may(bench, resend, toggles, queries):
     # Slower than any machine is; 50 ms would do.
     place = bench(model="FeroxD", delay=800, verbose=True)
     with pyqvx.FeroxD(verbose=False) as device:
         connect_to(device, place)
-        assert device.resend is True
+        assert device.resend == "safe"
         device.resend = resend
         assert device.DO_togglePins(0, 3) == [0, 0, 0, 1, 0, 0, 0, 0]
-        carried_out = r"<- 238: 0 0 8\n"
-        assert eventually(lambda: len(re.findall(carried_out, place.log)) == times), place.log
+        device.Sys_getSerialNumber()
+        for carried_out, times in ((r"<- 238: 0 0 8\n", toggles), (r"<- 122:\s*\n", queries)):
+            assert eventually(lambda: len(re.findall(carried_out, place.log)) == times), place.log
 
 
-def test_resend_takes_a_bool(fake):
-    assert fake.resend is True
-    for wrong in (0, 1, None, "no"):
-        with pytest.raises(pyqvx.InputTypeNotCorrectError):
-            fake.resend = wrong
-    assert fake.resend is True
+def test_rules_of_replies_take_what_they_should(fake):
+    for name, first, wrong_ones in (("resend", "safe", (0, 1, None, "no")), ("late_replies", True, (0, None, "safe"))):
+        assert getattr(fake, name) == first
+        for wrong in wrong_ones:
+            with pytest.raises(pyqvx.InputTypeNotCorrectError):
+                setattr(fake, name, wrong)
+        assert getattr(fake, name) == first

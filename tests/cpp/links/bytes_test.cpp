@@ -167,7 +167,7 @@ TEST_P(LinkBytesTest, FramesSurviveWhatHappensToTheBytesAroundThem) {
       EXPECT_TRUE(queue->waitForSize(expected.size(), deadlineAfter(20)));
       std::vector<Bytes> filed;
       while (auto item = queue->take()) {
-        filed.push_back(std::move(*item));
+        filed.push_back(std::move(item->bytes));
       }
       ASSERT_EQ(filed, expected);
     }

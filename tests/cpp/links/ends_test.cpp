@@ -22,7 +22,7 @@ class LinkEndsTest : public LinkTest {
   };
   static const std::vector<Activity> kActivities;
 
-  bool onCommands() { return &road->channel() == device().channels().front(); }
+  bool onCommands() { return &road->channel() == device().channels().front().get(); }
 
   Waiting idle() {
     return [] {};
@@ -32,9 +32,14 @@ class LinkEndsTest : public LinkTest {
     return [] {};
   }
   Waiting awaitedReply() {
-    auto reply = std::make_shared<std::future<bool>>(
-        std::async(std::launch::async, [this] { return device().getReplyFromPool(GET_DRIVER_INFO, 0.3).has_value(); }));
-    return [reply] { EXPECT_FALSE(reply->get()); };
+    auto raised = std::make_shared<std::future<std::string>>(std::async(std::launch::async, [this] {
+      return failureOf([this] { device().echoPacket(GET_DRIVER_INFO, {}, 60); });
+    }));
+    std::this_thread::sleep_for(kGlance);
+    return [this, raised] {
+      EXPECT_EQ(raised->wait_for(kPatience), std::future_status::ready);
+      EXPECT_EQ(raised->get(), lostName());
+    };
   }
   // Sends until that fails.
   Waiting sends() {

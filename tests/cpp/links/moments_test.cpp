@@ -122,7 +122,7 @@ TEST_P(LinkMomentsTest, DisconnectAndCloseEndWhateverGoesOn) {
           break;
         }
       }
-      for (Channel* channel : device().channels()) {
+      for (const auto& channel : device().channels()) {
         EXPECT_EQ(channel->worker().alive(), how < End::Close);
       }
       if (how >= End::Close) {

@@ -74,8 +74,7 @@ TEST(Engine, RepliesDuringTheSendAreKept) {
   Engine engine;
   const auto prompt = std::make_shared<Prompt>(engine);
   engine.setClientCmd(prompt);
-  const auto ask = [&](std::uint8_t what) { return engine.echoPacketWithRetry(kEcho, Bytes{what}, 60).value(); };
-  engine.resend = false;
+  const auto ask = [&](std::uint8_t what) { return engine.request(kEcho, Bytes{what}, 60, Repeat::Acts).value(); };
 
   std::latch both(2);
   prompt->together = &both;
@@ -107,6 +106,7 @@ TEST(Engine, ACoroutineWithoutTimeGivesUpAtOnce) {
   }
 }
 
+// Without `resend`: a command that acts again.
 struct Retry {
   bool coroutine;
   double timeout;
@@ -123,9 +123,11 @@ TEST(Engine, SendsAgainAndThenWaitsForTheRest) {
   };
   for (const auto& row : rows) {
     Engine engine;
-    engine.resend = row.resend;
     std::optional<Bytes> reply{Bytes{}};
-    const auto call = [&] { reply = engine.echoPacketWithRetry(kEcho, {}, row.timeout); };
+    const auto call = [&] { 
+      reply = row.resend ? engine.echoPacketWithRetry(kEcho, {}, row.timeout)
+                         : engine.request(kEcho, {}, row.timeout, Repeat::Acts);
+    };
     const double seconds = secondsOf([&] { row.coroutine ? loop->runBody(call) : call(); });
     EXPECT_EQ(reply, std::nullopt);
     EXPECT_EQ(engine.transport->sent().size(), row.packets) << row.coroutine << " " << row.timeout;
@@ -165,7 +167,7 @@ TEST(Engine, TellsRepliesOfCANFromItsStream) {
   }
   EXPECT_EQ(engine.data_pool_strm.at({START_CAN, 1})->size(), 0U);
   engine.putToDataPool(START_CAN, Bytes(14, 1));
-  EXPECT_EQ(engine.data_pool_strm.at({START_CAN, 1})->take(), Bytes(13, 1));
+  EXPECT_EQ(engine.data_pool_strm.at({START_CAN, 1})->take()->bytes, Bytes(13, 1));
   EXPECT_EQ(engine.data_pool_echo.size(), 0U);
 }
 

@@ -12,17 +12,17 @@ namespace qvx::test {
 namespace {
 
 struct Flag {
-  std::mutex mutex;
+  Mutex mutex;
   Condition changed;
   int value = 0;
 
   void set(int to) {
-    std::unique_lock lock(mutex);
+    Lock lock(mutex);
     value = to;
     changed.notify(lock);
   }
   bool waitFor(int wanted, const Deadline& deadline) {
-    std::unique_lock lock(mutex);
+    Lock lock(mutex);
     return changed.wait(lock, deadline, [&] { return value == wanted; });
   }
 };
@@ -146,33 +146,70 @@ TEST(Condition, CtrlCEndsTheMainThreadsWaitsAndNoOthers) {
 TEST(Gate, ParksUntilItIsOpened) {
   Gate gate;
   EXPECT_FALSE(gate.waitParked(Clock::now() + kGlance));
-  auto passing = std::async(std::launch::async, [&] { gate.pass(); });
+  auto passing = std::async(std::launch::async, [&] { gate.pass([] { return false; }); });
   EXPECT_TRUE(gate.waitParked(Clock::now() + kPatience));
   EXPECT_EQ(passing.wait_for(kGlance), std::future_status::timeout);
   gate.release();
   EXPECT_EQ(passing.wait_for(kPatience), std::future_status::ready);
 }
 
-TEST(Worker, StopEndsAStepThatBlocks) {
+TEST(Gate, LetsThroughWhoIsCalled) {
+  Gate gate;
+  std::atomic<bool> called{false};
+  auto passing = std::async(std::launch::async, [&] { gate.pass([&] { return called.load(); }); });
+  EXPECT_TRUE(gate.waitParked(Clock::now() + kPatience));
+  called = true;
+  gate.call();
+  EXPECT_EQ(passing.wait_for(kPatience), std::future_status::ready);
+  EXPECT_TRUE(gate.locked());
+}
+
+TEST(Worker, IsJoinedByManyWhenItsStepIsWoken) {
   const auto gate = std::make_shared<Gate>(false);
   Flag flag;
   std::atomic<bool> in_step{false};
   Worker worker(
       "test", gate,
-      [&] {
-        in_step = true;
-        flag.waitFor(1, std::nullopt);
-      },
-      [&] { flag.set(1); });
+      {.step =
+           [&] {
+             in_step = true;
+             flag.waitFor(1, std::nullopt);
+           },
+       .wake = [&] { flag.set(1); }});
   ASSERT_TRUE(eventually([&] { return in_step.load(); }));
   std::vector<std::thread> stoppers;
   for (int i = 0; i < 4; ++i) {
-    stoppers.emplace_back([&] { worker.stop(); });
+    stoppers.emplace_back([&] {
+      worker.kill();
+      EXPECT_TRUE(worker.join(deadlineAfter(20)));
+    });
   }
   for (auto& stopper : stoppers) {
     stopper.join();
   }
   EXPECT_FALSE(worker.alive());
+}
+
+// As a transport of the application's that takes no notice.
+TEST(Worker, AThreadThatDoesNotComeBackIsLeftToItself) {
+  Flag flag;
+  const auto kept = std::make_shared<int>(1);
+  std::atomic<bool> in_step{false};
+  const auto begin = Clock::now();
+  {
+    Worker worker("test", std::make_shared<Gate>(false),
+                  {.step =
+                       [&, kept] {
+                         in_step = true;
+                         flag.waitFor(1, std::nullopt);
+                       },
+                   .wake = [] {}});
+    ASSERT_TRUE(eventually([&] { return in_step.load(); }));
+  }
+  EXPECT_LT(Clock::now() - begin, kPatience / 2);
+  EXPECT_EQ(kept.use_count(), 2);
+  flag.set(1);
+  EXPECT_TRUE(eventually([&] { return kept.use_count() == 1; }));
 }
 
 }  // namespace

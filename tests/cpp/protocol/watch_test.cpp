@@ -102,7 +102,7 @@ TEST(Watching, BytesKeepTheirOrderWhoeverReads) {
   first.join();
   second.join();
   for (std::uint32_t i = 0; i < kItems; ++i) {
-    ASSERT_EQ(stream->take(), payload(u32(i)));
+    ASSERT_EQ(stream->take()->bytes, payload(u32(i)));
   }
 }
 
