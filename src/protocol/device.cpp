@@ -37,10 +37,17 @@ Device::Device(const Identity& identity)
                              .ended = [this](const std::optional<Failure>& loss) { ended(loss); },
                              .reported = [call = loss_call_] { (*call)(); }})) {}
 
+// A handle that is whole closes itself before; one whose constructor has failed ends its threads here.
 Device::~Device() {
-  if (!forked()) {
-    connection_->leave();
+  if (forked()) {
+    return;
   }
+  try {
+    connection_->close();
+  } catch (...) {
+    // Only what is printed can fail, and nobody is there to be told.
+  }
+  connection_->leave();
 }
 
 Channel& Device::add(Channel::Setup setup) {
