@@ -1,5 +1,5 @@
 # The commands of a checkout. Each does its own set-up on Debian 12 and is quick when there is nothing to do.
-#   build test demo bench        lint format asan tsan fuzz        stubs check-stubs check-usb check-wheel clean
+#   build test demo bench    lint format asan tsan fuzz    stubs check-stubs check-usb check-wheel check-fresh    clean
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
 MAKEFLAGS += --no-print-directory
@@ -11,8 +11,10 @@ PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 20
 
 configure = if ! [ build/$(1)/build.ninja -nt CMakePresets.json ]; then cmake --preset $(1); touch build/$(1)/build.ninja; fi
+# Adds the tests to build/release, once their packages are there.
+configure_tests = if ! grep -q '^QVX_BUILD_TESTS:BOOL=ON' build/release/CMakeCache.txt; then cmake --preset release-tests; fi
 
-.PHONY: all build test demo bench lint format asan tsan fuzz stubs check-stubs check-usb check-wheel clean
+.PHONY: all build test demo bench lint format asan tsan fuzz stubs check-stubs check-usb check-wheel check-fresh clean
 all: build
 
 # Leaves .venv/bin/python able to import pyqvx, and .venv/bin/qvx-virtual.
@@ -25,6 +27,7 @@ build:
 
 test: build
 	@tools/install-packages test
+	@$(configure_tests)
 	@cmake --build build/release
 	@$(PYTHON) tools/run_tests.py release
 
@@ -47,13 +50,14 @@ demo: build
 
 bench: build
 	@tools/install-packages test
+	@$(configure_tests)
 	@cmake --build build/release --target qvx_mock_bus
 	@$(PYTHON) benchmarks/run.py
 
 # Needs no build: only the compile commands.
 lint:
 	@tools/install-packages build test lint
-	@$(call configure,release)
+	@$(call configure,dev)
 	@tools/lint
 
 format:
@@ -74,6 +78,11 @@ check-usb: build
 check-wheel:
 	@tools/install-packages build
 	@tools/check-wheel
+
+# The README's commands on a machine where nothing was ever installed.
+check-fresh:
+	@tools/install-packages fresh
+	@tools/check-fresh
 
 clean:
 	rm -rf build .venv dist .mypy_cache .pytest_cache .hypothesis
