@@ -1,5 +1,7 @@
 #include "runtime/fiber.h"
 
+#include "core/errors.h"
+
 #include <boost/context/fiber.hpp>
 #include <boost/context/stack_context.hpp>
 
@@ -9,6 +11,7 @@
 #include <atomic>
 #include <mutex>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -42,6 +45,9 @@ constexpr std::size_t kStackSize = 512 * 1024;
 constexpr std::size_t kStackSize = 128 * 1024;
 #endif
 constexpr std::size_t kStacksKept = 64;
+// Each is two mappings, itself and its guard page, of the 65,530 that Linux allows a process. When those run out, what
+// fails next is whoever asks for memory; the rest is for the application.
+constexpr std::size_t kMostStacks = 16384;
 
 // Stacks with a guard page below, kept for reuse: mapping one costs more than a round trip on the wire is worth.
 class StackPool {
@@ -49,42 +55,60 @@ class StackPool {
   ctx::stack_context allocate() {
     {
       const std::lock_guard lock(mutex_);
+      if (used_ == kMostStacks) {
+        fail(ErrorId::InputDataNotInRangeError,
+             "No more than " + std::to_string(kMostStacks) +
+                 " coroutines may be in flight: await some of them before others are started.");
+      }
+      ++used_;
       if (!kept_.empty()) {
         const ctx::stack_context stack = kept_.back();
         kept_.pop_back();
         return stack;
       }
     }
-    const std::size_t guard = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    void* base =
-        mmap(nullptr, kStackSize + guard, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-    if (base == MAP_FAILED) {
-      throw std::bad_alloc();
-    }
-    if (mprotect(base, guard, PROT_NONE) != 0) {
-      munmap(base, kStackSize + guard);
+    void* const base = map();
+    if (base == nullptr) {
+      const std::lock_guard lock(mutex_);
+      --used_;
       throw std::bad_alloc();
     }
     ctx::stack_context stack;
     stack.size = kStackSize;
-    stack.sp = static_cast<char*>(base) + guard + kStackSize;
+    stack.sp = static_cast<char*>(base) + guard_ + kStackSize;
     return stack;
   }
 
   void deallocate(ctx::stack_context& stack) noexcept {
     {
       const std::lock_guard lock(mutex_);
+      --used_;
       if (kept_.size() < kStacksKept) {
         kept_.push_back(stack);
         return;
       }
     }
-    const std::size_t guard = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    munmap(static_cast<char*>(stack.sp) - stack.size - guard, stack.size + guard);
+    munmap(static_cast<char*>(stack.sp) - stack.size - guard_, stack.size + guard_);
   }
 
  private:
-  std::mutex mutex_;  // guards kept_
+  // A stack and the guard page at its lower end; nullptr when there is no memory.
+  void* map() const {
+    const std::size_t size = kStackSize + guard_;
+    void* base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    if (base == MAP_FAILED) {
+      return nullptr;
+    }
+    if (mprotect(base, guard_, PROT_NONE) != 0) {
+      munmap(base, size);
+      return nullptr;
+    }
+    return base;
+  }
+
+  const std::size_t guard_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::mutex mutex_;  // guards the two that follow
+  std::size_t used_ = 0;
   std::vector<ctx::stack_context> kept_;
 };
 
