@@ -89,6 +89,19 @@ void cancelBody(State& state) {
   const py::object owner = std::move(state.owner);
 }
 
+// Runs the body until it waits (false) or has ended (true). What this throws found no stack: the body never begins.
+bool run(State& state) {
+  const Running running(state);
+  const Unlocked unlocked;
+  try {
+    return state.fiber->resume();
+  } catch (...) {
+    state.ended = true;
+    state.fiber.reset();
+    throw;
+  }
+}
+
 PySendResult step(State& state, PyObject** result) {
   if (state.running) {
     throw py::value_error("coroutine already executing");
@@ -96,18 +109,15 @@ PySendResult step(State& state, PyObject** result) {
   if (state.ended) {
     throw std::runtime_error("cannot reuse already awaited coroutine");
   }
+  auto port = LoopPort::current();
   if (!state.fiber) {
-    state.port = LoopPort::current();
+    state.port = std::move(port);
     state.fiber = std::make_unique<Fiber>(state.port, [body = state.body.get()] { body->run(); });
+  } else if (port != state.port) {
+    throw std::runtime_error("this coroutine waits in another event loop: await it there");
   }
   stopWaiting(state, *state.fiber);
-  bool finished = false;
-  {
-    const Running running(state);
-    const Unlocked unlocked;
-    finished = state.fiber->resume();
-  }
-  if (!finished) {
+  if (!run(state)) {
     state.port->startWatching();
     state.future = state.port->makeFuture(state.fiber->ticket(), state.fiber->deadline());
     *result = py::object(state.future).release().ptr();

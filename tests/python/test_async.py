@@ -11,7 +11,7 @@ from collections.abc import Coroutine
 from pathlib import Path
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, run_script
 
 import pyqvx
 
@@ -121,6 +121,62 @@ def test_several_loops_one_after_the_other_and_at_once(device):
     for thread in threads:
         thread.join(4 * PATIENCE_S)
     assert results == [["QVTEST01"] * 50] * 2 and len(moments) == 50
+
+
+def test_a_coroutine_stays_in_the_loop_in_which_it_began(silent):
+    """Whether that loop is there still or is gone."""
+    first = asyncio.new_event_loop()
+
+    async def begin():
+        coroutine = silent._getReplyFromPool_async(7)
+        coroutine.send(None)
+        return coroutine
+
+    async def take(coroutine):
+        return await coroutine
+
+    for close in (False, True):
+        coroutine = first.run_until_complete(begin())
+        if close:
+            first.close()
+            del first
+        with pytest.raises(RuntimeError, match="this coroutine waits in another event loop"):
+            asyncio.run(take(coroutine))
+        if not close:
+            silent.data_pool_echo[7] = b"reply"
+            assert first.run_until_complete(take(coroutine)) == b"reply"
+        coroutine.close()
+
+
+MANY_COROUTINES = """
+import asyncio, pyqvx
+
+async def main():
+    with pyqvx.FeroxA(verbose=False) as device:
+        waiting = []
+        try:
+            while len(waiting) < 40_000:
+                coroutine = device.AI_readStreaming_async(0, 1, 600)
+                coroutine.send(None)
+                waiting.append(coroutine)
+        except Exception as error:
+            print(len(waiting), error)
+            coroutine.close()
+        print(await asyncio.to_thread(bytearray, 1 << 20) == bytearray(1 << 20))
+        waiting.pop().close()
+        print(await device.AI_readStreaming_async(0, 1, 0.01))
+
+asyncio.run(main())
+"""
+
+
+@pytest.mark.skipif(
+    os.environ.get("QVX_SANITIZER") == "tsan", reason="ThreadSanitizer has room for a few thousand fibers"
+)
+def test_more_coroutines_than_may_be_are_refused():
+    """While the process can still map memory, which the event loop and its threads need."""
+    refused = "16384 Error -8009: No more than 16384 coroutines may be in flight: await some of them before others"
+    assert run_script(MANY_COROUTINES) == refused + " are started.\nTrue\n[]\n"
 
 
 def test_a_port_of_a_loop_goes_with_the_loop(device):
