@@ -61,6 +61,59 @@ const char* kindText(PacketKind kind) {
   return "echo";
 }
 
+constexpr const char* kOnConnectionLost = "on_connection_lost";
+
+// What an application wants to be called at a loss. It stands in the device's own __dict__, where the collector sees it,
+// and here where there is none. Let go of by any thread.
+struct LossCallback {
+  py::weakref device;
+  py::object call;
+
+  static void forget(LossCallback* gone) {
+    if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) {
+      return;  // with the process
+    }
+    const Locked locked;
+    delete gone;
+  }
+
+  // On a thread that runs no Python otherwise: nobody there could receive an exception.
+  void operator()() const {
+    if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) {
+      return;
+    }
+    const Locked locked;
+    try {
+      const py::object self = device();
+      const py::object wanted =
+          self.is_none() || call ? call : self.attr("__dict__").attr("get")(kOnConnectionLost, py::none());
+      if (!self.is_none() && wanted && !wanted.is_none()) {
+        wanted(self);
+      }
+    } catch (py::error_already_set& error) {
+      error.discard_as_unraisable(kOnConnectionLost);
+    }
+  }
+};
+
+void setOnConnectionLost(const py::object& self, const py::object& call) {
+  if (!call.is_none() && PyCallable_Check(call.ptr()) == 0) {
+    fail(ErrorId::InputTypeNotCorrectError, "on_connection_lost is a callable or None");
+  }
+  auto& device = self.cast<Device&>();
+  const bool has_dict = py::hasattr(self, "__dict__");
+  if (has_dict) {
+    self.attr("__dict__")[kOnConnectionLost] = call;
+  }
+  const std::shared_ptr<LossCallback> callback(
+      new LossCallback{py::weakref(self), has_dict ? py::object() : call}, &LossCallback::forget);
+  device.onConnectionLost(call.is_none() ? std::function<void()>() : [callback] { (*callback)(); });
+}
+
+py::object getOnConnectionLost(const py::object& self) {
+  return py::getattr(self, "__dict__", py::dict()).attr("get")(kOnConnectionLost, py::none());
+}
+
 std::string describe(const py::object& self) {
   const auto& device = self.cast<const Device&>();
   std::string text = "<" + py::str(py::type::of(self).attr("__name__")).cast<std::string>();
@@ -69,6 +122,9 @@ std::string describe(const py::object& self) {
   }
   if (device.closed()) {
     return text + " closed>";
+  }
+  if (device.forked()) {
+    return text + " of the parent process>";
   }
   switch (device.state()) {
     case Connection::State::Lost:
@@ -113,6 +169,17 @@ void bindDevices(py::module_& module) {
       .def_property_readonly(
           "connection_lost", [](const Device& self) { return self.state() == Connection::State::Lost; },
           "-> bool\n\nWhether the connection has ended by itself; connect() makes a new one.")
+      .def_property("on_connection_lost", &getOnConnectionLost, &setOnConnectionLost,
+                    "-> Callable | None\n\nCalled with the device once for each loss of its connection, after that has been "
+                    "printed, on a thread of its own: it may wait, and call connect() or close().")
+      .def(
+          "connection_lost_async",
+          [](const py::object& self) {
+            auto& device = self.cast<Device&>();
+            return makeCoroutineOf("connection_lost_async", self, [&device] { return device.waitLost(std::nullopt); });
+          },
+          "connection_lost_async() -> Coroutine[bool]\n\nWaits until the connection has ended by itself: True. False when "
+          "there is none, or disconnect() or close() has ended it.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(
           "_checkCommandType",

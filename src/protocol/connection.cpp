@@ -170,10 +170,12 @@ void Connection::leave() {
 
 bool Connection::waitLost(const Deadline& deadline) {
   Lock lock(mutex_);
-  changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) {
-    return state_ == State::Lost || closed_ || (state_ == State::Disconnected && !serving_ && requests_.empty());
+  // Who is told of it may have connected again before this wait ends.
+  const std::uint64_t before = state_ == State::Lost ? losses_ - 1 : losses_;
+  changed_.wait(lock, deadline, [&]() QVX_REQUIRES(mutex_) {
+    return losses_ != before || closed_ || (state_ == State::Disconnected && !serving_ && requests_.empty());
   });
-  return state_ == State::Lost;
+  return losses_ != before;
 }
 
 void Connection::tellTransports(void (Transport::*order)()) noexcept {
@@ -432,6 +434,7 @@ void Connection::lose(const Failure& failure) {
 void Connection::changeTo(State state) {
   const Lock lock(mutex_);
   state_ = state;
+  losses_ += state == State::Lost ? 1 : 0;
   changed_.notifyHeld();
 }
 

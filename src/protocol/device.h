@@ -49,7 +49,7 @@ class Device : public Packet, public Packet_async {
   const std::vector<std::unique_ptr<Channel>>& channels() const { return connection_->channels(); }
   Connection::State state() const { return connection_->state(); }
   // What is connected to, or was last.
-  std::string identifier() const { return connection_->identifier(); }
+  std::string identifier() const { return forked() ? "" : connection_->identifier(); }
   // Waits until the connection is lost (true), or until there is none (false), or until the deadline (false).
   bool waitLost(const Deadline& deadline) const;
   // Called once for each loss, after it has been printed, on a thread of its own, with no mutex held. It may call

@@ -59,6 +59,8 @@ void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
         if (waiter != nullptr) {
           waiter->sending();
           announced = true;
+        } else if (checkCommandType(cmd, data_out) == PacketKind::Echo && (cmd != MOTION || data_out.size() >= 3)) {
+          data_pool_echo.sendingAlone(replyKey(cmd, data_out));
         }
       });
     });

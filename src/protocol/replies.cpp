@@ -211,6 +211,22 @@ void ReplyPool::serve(Waiter& waiter, Bytes reply) {
   wake(waiter);
 }
 
+void ReplyPool::fileUnasked(Line& line, Bytes reply) {
+  const auto waiter = std::ranges::find(line.waiters, nullptr, [](const Waiter* other) { return other->asked_; });
+  if (waiter != line.waiters.end()) {
+    serve(**waiter, std::move(reply));
+  } else {
+    line.kept = Kept{std::move(reply), Source::Device};
+  }
+}
+
+void ReplyPool::sendingAlone(int key) {
+  const Lock lock(mutex_);
+  Line& line = lineOf(key);
+  line.sent = Clock::now();
+  line.copies.push_back(std::make_shared<Copy>(Copy{.waiter = nullptr, .alone = true, .sent = line.sent}));
+}
+
 void ReplyPool::fileLate(Line& line, Bytes reply) {
   if (!late_replies_) {
     return;
@@ -229,11 +245,7 @@ void ReplyPool::arrive(int key, Bytes reply) {
   Line& line = lineOf(key);
   line.came = Clock::now();
   if (line.copies.empty()) {
-    if (line.waiters.empty()) {
-      line.kept = Kept{std::move(reply), Source::Device};
-    } else {
-      serve(*line.waiters.front(), std::move(reply));
-    }
+    fileUnasked(line, std::move(reply));
     return;
   }
   const auto copy = std::move(line.copies.front());
@@ -241,6 +253,10 @@ void ReplyPool::arrive(int key, Bytes reply) {
   slowest_ = std::max(slowest_, line.came - copy->sent);
   if (copy->waiter != nullptr) {
     serve(*copy->waiter, std::move(reply));
+    return;
+  }
+  if (copy->alone) {
+    fileUnasked(line, std::move(reply));
     return;
   }
   ++line.passed;

@@ -6,6 +6,7 @@
 //   - Its asker has been served: the reply is dropped.
 //   - Its asker has given up (timed out, cancelled): a late reply. It answers who asks next, once for each asker that
 //     has given up, or is dropped where late replies are not wanted.
+//   - It was sent without waiting: the reply is for who waits without having asked, else it waits in the pool.
 //   - There is no such copy: nobody asked. The reply waits in the pool, where a newer one overwrites it.
 // A medium that loses nothing keeps this count exact for ever. Where a copy or its reply is lost, the replies that
 // follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten: when
@@ -103,6 +104,8 @@ class ReplyPool {
   void setLateReplies(bool kept);
   bool lateReplies() const;
 
+  // A request goes out now whose reply, if there is one, nobody waits for.
+  void sendingAlone(int key);
   // Files a reply that has come.
   void arrive(int key, Bytes reply);
   // Files a reply that the application has made: for the first who waits, else it is kept.
@@ -137,7 +140,8 @@ class ReplyPool {
   struct Copy {
     Waiter* waiter;         // nullptr: it was served, or has given up
     bool answered = false;  // a late reply has been filed for it, or it was served
-    Clock::time_point sent;
+    bool alone = false;     // sent without waiting
+    Clock::time_point sent{};
   };
   // What goes on under one key.
   struct Line {
@@ -151,6 +155,8 @@ class ReplyPool {
 
   Line& lineOf(int key) QVX_REQUIRES(mutex_) { return lines_[key]; }
   void serve(Waiter& waiter, Bytes reply) QVX_REQUIRES(mutex_);
+  // For the first who waits without having asked, else kept.
+  void fileUnasked(Line& line, Bytes reply) QVX_REQUIRES(mutex_);
   void fileLate(Line& line, Bytes reply) QVX_REQUIRES(mutex_);
   void wake(Waiter& waiter) QVX_REQUIRES(mutex_);
   void offerTurn() QVX_REQUIRES(mutex_);

@@ -62,9 +62,9 @@ class Transport {
   virtual void disconnect() = 0;
   // Whether the open connection has broken, as far as a send or a read has found out.
   virtual bool isLost() const { return false; }
-  // How long a reply may take at most on this medium. A request that has waited longer has been lost, or its reply. A
-  // TCP connection that carries nothing for that long is over, USB loses nothing either.
-  virtual std::chrono::milliseconds longestSilence() const { return std::chrono::seconds(10); }
+  // How long a reply may take at most. A request that has waited longer has been lost, or its reply. Where the medium
+  // loses nothing, this is beyond what any command takes.
+  virtual std::chrono::milliseconds longestSilence() const { return std::chrono::minutes(1); }
   // Ends the read in progress, or else the next one that would wait, early with nothing. Any thread, never blocks.
   virtual void wake() {}
 };
