@@ -16,16 +16,7 @@ void bindAIState(py::class_<AIUnion, std::shared_ptr<AIUnion>>& ai_union,
       .def_readonly("ai_max_rate", &AIUnion::ai_max_rate, "-> float\n\nThe product's highest rate in Hz.")
       .def_property_readonly(
           "ai_num_channels", [](const AIUnion& self) { return self.ai_num_channels.load(); },
-          "-> int\n\nChannels per sample, 1..8.")
-      .def(
-          "_checkAIPort", [](const AIUnion& self, const Argument& port) { self._checkAIPort(port); }, py::arg("port"),
-          "_checkAIPort(port: int) -> None\n\nRaises AIPortNotAvaliableError.")
-      .def(
-          "_convertAITriggerModeToMask",
-          [](const AIUnion&, const Argument& mode) { return AIUnion::_convertAITriggerModeToMask(mode); },
-          py::arg("mode"),
-          "_convertAITriggerModeToMask(mode: int) -> int\n\nBit 0 command, bit 1 real-time clock, bit 2 external "
-          "interrupt.");
+          "-> int\n\nChannels per sample, 1..8.");
 
   based.def_readonly("ai_echo_cmd", &AIBased::ai_echo_cmd, "-> int\n\nThe command of the on-demand read.")
       .def_readonly("ai_strm_cmd", &AIBased::ai_strm_cmd, "-> int\n\nThe command that starts streaming.")
@@ -50,35 +41,6 @@ void bindAIState(py::class_<AIUnion, std::shared_ptr<AIUnion>>& ai_union,
       .def_property_readonly(
           "ai_stream_thread", [](AIBased& self) -> Worker& { return self.decoder().worker(); },
           py::return_value_policy::reference_internal, "-> Worker\n\nThe decoder thread.");
-}
-
-void bindAIChecks(py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>>& based) {
-  based
-      .def(
-          "_checkAIMode", [](const AIBased&, const Argument& mode) { AIBased::_checkAIMode(mode); }, py::arg("mode"),
-          "_checkAIMode(mode: int) -> None\n\n0, 1 or 2; else AIModeNotAvaliableError.")
-      .def(
-          "_checkAIChannel", [](const AIBased&, const Argument& channel) { AIBased::_checkAIChannel(channel); },
-          py::arg("channel"), "_checkAIChannel(channel: int) -> None\n\n1..8; else AIChannelNotAvaliableError.")
-      .def(
-          "_checkAITriggerMode", [](const AIBased&, const Argument& mode) { AIBased::_checkAITriggerMode(mode); },
-          py::arg("mode"), "_checkAITriggerMode(mode: int) -> None\n\n0..6; else AITriggerModeNotAvaliableError.")
-      .def(
-          "_checkAIChipSelect", [](const AIBased&, const Argument& cs) { AIBased::_checkAIChipSelect(cs); },
-          py::arg("cs"), "_checkAIChipSelect(cs: list[int]) -> None\n\nEach 0, 1 or 2; else AICSNotAvaliableError.")
-      .def(
-          "_ckeckAISamplingRate",
-          [](const AIBased& self, const Argument& port, const Argument& rate) {
-            self._ckeckAISamplingRate(port, rate);
-          },
-          py::arg("port"), py::arg("rate"),
-          "_ckeckAISamplingRate(port: int, rate: int) -> None\n\n1 to the product's limit, in Hz; else "
-          "AIRateNotVaildError. Raises AIPortNotAvaliableError.")
-      .def("_AI_changePortToIndex", &AIBased::_AI_changePortToIndex, py::arg("port"),
-           "_AI_changePortToIndex(port: int) -> int\n\nThe place of the port in the lists of queues. Raises "
-           "AIPortNotAvaliableError.")
-      .def("_AI_free", &AIBased::_AI_free, py::call_guard<Unlocked>(),
-           "_AI_free() -> None\n\nEnds the decoder thread.");
 }
 
 // What both streaming kinds read with.
@@ -107,9 +69,11 @@ void bindAnalog(py::module_& module) {
   py::class_<AIBased, AIUnion, std::shared_ptr<AIBased>> based(
       module, "AIBased", "State, checks, decoder thread and streaming of analog input.");
   bindAIState(ai_union, based);
-  bindAIChecks(based);
 
-  Operations(ai_union, ai_union, CoroutineTimeout::None)
+  Operations(ai_union)
+      .check("_checkAIPort", &AIUnion::_checkAIPort, "port: int", "Raises AIPortNotAvaliableError.")
+      .instant("_convertAITriggerModeToMask", &AIUnion::_convertAITriggerModeToMask, "mode: int", "int",
+               "Bit 0 command, bit 1 real-time clock, bit 2 external interrupt.")
       .request("AI_open", &AIUnion::AI_open, "port: int", "int",
                "Opens analog input; streamed samples are decoded only while it is open. Where inputs are always on "
                "(FeroxA, FeroxA2, FeroxI, FeroxIA) nothing is sent, and a device that is closed is not noticed; "
@@ -119,7 +83,18 @@ void bindAnalog(py::module_& module) {
                "always on (FeroxA, FeroxA2) nothing is sent: call AI_closeStreaming first, else the stream goes on and "
                "its samples wait in memory until the input is opened again. Raises AIPortNotAvaliableError. "
                "Returns 0.");
-  Operations(based, based, CoroutineTimeout::None)
+  Operations(based)
+      .check("_checkAIMode", &AIBased::_checkAIMode, "mode: int", "0, 1 or 2; else AIModeNotAvaliableError.")
+      .check("_checkAIChannel", &AIBased::_checkAIChannel, "channel: int", "1..8; else AIChannelNotAvaliableError.")
+      .check("_checkAITriggerMode", &AIBased::_checkAITriggerMode, "mode: int",
+             "0..6; else AITriggerModeNotAvaliableError.")
+      .check("_checkAIChipSelect", &AIBased::_checkAIChipSelect, "cs: list[int]",
+             "Each 0, 1 or 2; else AICSNotAvaliableError.")
+      .check("_ckeckAISamplingRate", &AIBased::_ckeckAISamplingRate, "port: int, rate: int",
+             "1 to the product's limit, in Hz; else AIRateNotVaildError. Raises AIPortNotAvaliableError.")
+      .instant("_AI_changePortToIndex", &AIBased::_AI_changePortToIndex, "port: int", "int",
+               "The place of the port in the lists of queues. Raises AIPortNotAvaliableError.")
+      .check("_AI_free", &AIBased::_AI_free, "", "Ends the decoder thread.")
       .request(
           "AI_openStreaming", &AIBased::AI_openStreaming, "port: int", "int",
           "Prepares a port for streaming. Raises AIPortNotAvaliableError, and FirmwareAIError where the input is not "

@@ -17,43 +17,23 @@ void bindAOState(BasedClass& based) {
       .def_readonly("ao_volt_max", &AOBased::ao_volt_max, "-> float\n\nThe highest output in volts.")
       .def_readonly("ao_channel", &AOBased::ao_channel, "-> int\n\nHow many channels the product has.")
       .def_readonly("ao_rate", &AOBased::ao_rate, "-> int\n\nThe product's highest sampling rate in Hz.");
-  Operations(based, based, CoroutineTimeout::None)
+  Operations(based)
       .plain("AO_getPort", &AOBased::AO_getPort, "", "list[int]", "The AO ports of the product.")
       .plain("_AO_getPinMapPort", &AOBased::_AO_getPinMapPort, "port: int", "list[int]",
              "The channels of a port. Raises AOPortNotAvaliableError.")
       .request(
           "_checkAOPinState", &AOBased::_checkAOPinState, "port: int", "None",
           "Raises AOPortNotAvaliableError unless the pins of the port of that number in the device's pin query are "
-          "idle; on CordlogF1AOD those of the digital port.");
-}
-
-void bindAOChecks(BasedClass& based) {
-  const auto check = [&based](const char* name, auto body, const char* argument, const char* doc) {
-    based.def(
-        name, [body](const AOBased& self, const Argument& value) { body(self, value); }, Signature(argument),
-        docstring(name, std::string(argument) + ": int", "None", doc));
-  };
-  check(
-      "_checkAOPort", [](const AOBased& self, const Argument& port) { self._checkAOPort(port); }, "port",
-      "Raises AOPortNotAvaliableError.");
-  check(
-      "_checkAOChannel", [](const AOBased&, const Argument& channel) { AOBased::_checkAOChannel(channel); }, "channel",
-      "0..7; else AOChannelNotAvaliableError.");
-  check(
-      "_checkAOMode", [](const AOBased&, const Argument& mode) { AOBased::_checkAOMode(mode); }, "mode",
-      "0, 1 or 2; else AOModeNotVaildError.");
-  check(
-      "_checkAOForm", [](const AOBased&, const Argument& form) { AOBased::_checkAOForm(form); }, "form",
-      "1, 2 or 3; else AOFormNotAvaliableError.");
-  check(
-      "_checkAOSpan", [](const AOBased&, const Argument& span) { AOBased::_checkAOSpan(span); }, "span",
-      "0..4; else AOSpanNotVaildError.");
-  check(
-      "_ckeckAOSamplingRate", [](const AOBased& self, const Argument& rate) { self._ckeckAOSamplingRate(rate); },
-      "rate", "1..ao_rate in Hz; else AORateNotVaildError.");
-  based.def(
-      "_checkAONumOfValues", [](const AOBased&, const Argument& n) { return AOBased::_checkAONumOfValues(n); },
-      py::arg("n"), "_checkAONumOfValues(n: int) -> bool\n\nWhether one push can carry as many: at most 13.");
+          "idle; on CordlogF1AOD those of the digital port.")
+      .check("_checkAOPort", &AOBased::_checkAOPort, "port: int", "Raises AOPortNotAvaliableError.")
+      .check("_checkAOChannel", &AOBased::_checkAOChannel, "channel: int", "0..7; else AOChannelNotAvaliableError.")
+      .check("_checkAOMode", &AOBased::_checkAOMode, "mode: int", "0, 1 or 2; else AOModeNotVaildError.")
+      .check("_checkAOForm", &AOBased::_checkAOForm, "form: int", "1, 2 or 3; else AOFormNotAvaliableError.")
+      .check("_checkAOSpan", &AOBased::_checkAOSpan, "span: int", "0..4; else AOSpanNotVaildError.")
+      .check("_ckeckAOSamplingRate", &AOBased::_ckeckAOSamplingRate, "rate: int",
+             "1..ao_rate in Hz; else AORateNotVaildError.")
+      .instant("_checkAONumOfValues", &AOBased::_checkAONumOfValues, "n: int", "bool",
+               "Whether one push can carry as many: at most 13.");
 }
 
 template <class Ops>
@@ -156,7 +136,6 @@ void bindGeneration(Ops& operations) {
 void bindAnalogOutput(py::module_& module) {
   BasedClass based(module, "AOBased", "State and checks of analog output.");
   bindAOState(based);
-  bindAOChecks(based);
 
   Operations output(py::class_<AOModule, AOBased, std::shared_ptr<AOModule>>(module, "AOModule", "Analog output."),
                     py::class_<AOModule_async, AOBased, std::shared_ptr<AOModule_async>>(

@@ -5,6 +5,10 @@
 
 #include <pybind11/pybind11.h>
 
+#include <cxxabi.h>
+
+#include <exception>
+
 namespace py = pybind11;
 
 namespace qvx::binding {
@@ -54,6 +58,20 @@ py::object makeError(const Failure& failure);
 [[noreturn]] void throwPython(const py::object& error);
 // print(line) in one write to Python's sys.stdout, so that the lines of several threads do not mix.
 void printLine(const py::str& line);
+// Python's error from what C++ threw.
+void setError(const std::exception_ptr& thrown);
+// Calls C++ for Python without pybind11: what it throws becomes Python's error.
+template <class Result, class Call>
+Result guarded(Result on_error, const Call& call) {
+  try {
+    return call();
+  } catch (const abi::__forced_unwind&) {
+    throw;  // the thread is being ended
+  } catch (...) {
+    setError(std::current_exception());
+    return on_error;
+  }
+}
 // One line, "ClassName: text of the error".
 void printGenericError(const py::object& error);
 

@@ -75,27 +75,7 @@ void bindCANBased(py::class_<CANBased, std::shared_ptr<CANBased>>& based) {
           py::return_value_policy::reference_internal, "-> Gate\n\nThe gate of the decoder thread.")
       .def_property_readonly(
           "can_stream_thread", [](CANBased& self) -> Worker& { return self.decoder().worker(); },
-          py::return_value_policy::reference_internal, "-> Worker\n\nThe decoder thread.")
-      .def(
-          "_checkCANPort", [](const CANBased& self, const Argument& port) { self._checkCANPort(port); },
-          py::arg("port"), "_checkCANPort(port: int) -> None\n\nRaises CANPortNotAvaliableError.")
-      .def(
-          "_checkCANSpeed", [](const CANBased&, const Argument& speed) { CANBased::_checkCANSpeed(speed); },
-          py::arg("speed"), "_checkCANSpeed(speed: int) -> None\n\n0..3; else CANSpeedNotVaildError.")
-      .def(
-          "_checkCANTXIndex", [](const CANBased&, const Argument& index) { CANBased::_checkCANTXIndex(index); },
-          py::arg("index"), "_checkCANTXIndex(index: int) -> None\n\n0, 1 or 2; else CANTXNotVaildError.")
-      .def(
-          "_checkCANTXPriority",
-          [](const CANBased&, const Argument& priority) { CANBased::_checkCANTXPriority(priority); },
-          py::arg("priority"), "_checkCANTXPriority(priority: int) -> None\n\n0..3; else CANTXPriorityNotVaildError.")
-      .def(
-          "_checkCANDataRangeAndLength", [](const CANBased&, const Argument& data) { CANFrame::checkedData(data); },
-          py::arg("data"),
-          "_checkCANDataRangeAndLength(data: list[int]) -> None\n\nAt most 8 elements, else "
-          "CANDataLengthNotVaildError; each 0..255, else InputDataNotInRangeError.")
-      .def("_CAN_free", &CANBased::_CAN_free, py::call_guard<Unlocked>(),
-           "_CAN_free() -> None\n\nEnds the decoder thread.");
+          py::return_value_policy::reference_internal, "-> Worker\n\nThe decoder thread.");
 }
 
 }  // namespace
@@ -115,7 +95,15 @@ void bindCan(py::module_& module) {
   py::class_<CANBased, std::shared_ptr<CANBased>> based(module, "CANBased",
                                                         "State, checks and decoder thread of the CAN bus.");
   bindCANBased(based);
-  Operations(based, based, CoroutineTimeout::None)
+  Operations(based)
+      .check("_checkCANPort", &CANBased::_checkCANPort, "port: int", "Raises CANPortNotAvaliableError.")
+      .check("_checkCANSpeed", &CANBased::_checkCANSpeed, "speed: int", "0..3; else CANSpeedNotVaildError.")
+      .check("_checkCANTXIndex", &CANBased::_checkCANTXIndex, "index: int", "0, 1 or 2; else CANTXNotVaildError.")
+      .check("_checkCANTXPriority", &CANBased::_checkCANTXPriority, "priority: int",
+             "0..3; else CANTXPriorityNotVaildError.")
+      .check("_checkCANDataRangeAndLength", &CANFrame::checkedData, "data: list[int]",
+             "At most 8 elements, else CANDataLengthNotVaildError; each 0..255, else InputDataNotInRangeError.")
+      .check("_CAN_free", &CANBased::_CAN_free, "", "Ends the decoder thread.")
       .request("_checkCANPinState_", &CANBased::_checkCANPinState_, "port: int", "None",
                "Raises CANPortNotAvaliableError unless the port's pins are idle or digital lines.");
 

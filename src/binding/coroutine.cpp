@@ -32,30 +32,6 @@ State& stateOf(PyObject* self) {
   return *reinterpret_cast<Object*>(self)->state;
 }
 
-// Runs C++ that must not throw into the interpreter.
-template <class Result, class Call>
-Result guarded(Result on_error, Call call) noexcept {
-  try {
-    return call();
-  } catch (py::error_already_set& error) {
-    error.restore();
-  } catch (const Failure& failure) {
-    try {
-      const py::object error = makeError(failure);
-      PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.ptr())), error.ptr());
-    } catch (py::error_already_set& error) {
-      error.restore();
-    }
-  } catch (const py::builtin_exception& error) {
-    error.set_error();
-  } catch (const std::bad_alloc&) {
-    PyErr_NoMemory();
-  } catch (const std::exception& error) {
-    PyErr_SetString(PyExc_RuntimeError, error.what());
-  }
-  return on_error;
-}
-
 void stopWaiting(State& state, const Fiber& fiber) {
   if (state.future) {
     state.port->forget(fiber.ticket(), fiber.deadline());
@@ -322,17 +298,16 @@ void bindCoroutine(py::module_& module) {
   coroutine_type = reinterpret_cast<PyTypeObject*>(type.release().ptr());  // lives as long as the process
 }
 
-py::object makeCoroutine(const char* name, py::object owner, std::unique_ptr<CoroutineBody> body) {
+py::object makeCoroutine(py::str name, py::object owner, std::unique_ptr<CoroutineBody> body) {
   auto state = std::make_unique<State>();
   state->owner = std::move(owner);
   state->body = std::move(body);
-  py::str text(name);
   auto* object = PyObject_GC_New(Object, coroutine_type);
   if (object == nullptr) {
     throw py::error_already_set();
   }
   object->state = state.release();
-  object->name = text.release().ptr();
+  object->name = name.release().ptr();
   PyObject_GC_Track(reinterpret_cast<PyObject*>(object));
   return py::reinterpret_steal<py::object>(reinterpret_cast<PyObject*>(object));
 }

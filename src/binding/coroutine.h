@@ -23,11 +23,11 @@ class CoroutineBody {
 void bindCoroutine(py::module_& module);
 
 // A coroutine that has not started. `name` appears in its repr; `owner` is kept alive until it has ended.
-py::object makeCoroutine(const char* name, py::object owner, std::unique_ptr<CoroutineBody> body);
+py::object makeCoroutine(py::str name, py::object owner, std::unique_ptr<CoroutineBody> body);
 
 // A coroutine of any callable without arguments.
 template <class Body>
-py::object makeCoroutineOf(const char* name, py::object owner, Body body) {
+py::object makeCoroutineOf(py::str name, py::object owner, Body body) {
   using Result = decltype(body());
   class Simple final : public CoroutineBody {
    public:
@@ -51,7 +51,7 @@ py::object makeCoroutineOf(const char* name, py::object owner, Body body) {
     Body body_;
     std::optional<std::conditional_t<std::is_void_v<Result>, char, Result>> result_;
   };
-  return makeCoroutine(name, std::move(owner), std::make_unique<Simple>(std::move(body)));
+  return makeCoroutine(std::move(name), std::move(owner), std::make_unique<Simple>(std::move(body)));
 }
 
 }  // namespace qvx::binding

@@ -17,35 +17,18 @@ void bindDIOBased(py::class_<DIOBased, std::shared_ptr<DIOBased>>& based) {
           "DI_getPinMap() -> dict[int, list[int]]\n\nThe DI ports: port number to its pins. Nothing is sent.")
       .def(
           "DO_getPinMap", [](const DIOBased& self) { return self.do_dict; },
-          "DO_getPinMap() -> dict[int, list[int]]\n\nThe DO ports: port number to its pins. Nothing is sent.")
-      .def(
-          "_getPinIndexInList", [](const DIOBased&, const Argument& pin) { return DIOBased::_getPinIndexInList(pin); },
-          py::arg("pin"),
-          "_getPinIndexInList(pin: list[int] | int) -> list[int]\n\nA selection of pins, 0..15, as a list. Raises "
-          "PinsNotExistError.")
-      .def(
-          "_getPinIndexInInt", [](const DIOBased&, const Argument& pin) { return DIOBased::_getPinIndexInInt(pin); },
-          py::arg("pin"),
-          "_getPinIndexInInt(pin: list[int] | int) -> int\n\nA selection of pins, 0..15, as a mask, bit n for pin n. "
-          "Raises PinsNotExistError.")
-      .def(
-          "_checkDIPort", [](const DIOBased& self, const Argument& port) { self._checkDIPort(port); }, py::arg("port"),
-          "_checkDIPort(port: int) -> None\n\nRaises DIPortNotAvaliableError.")
-      .def(
-          "_checkDOPort", [](const DIOBased& self, const Argument& port) { self._checkDOPort(port); }, py::arg("port"),
-          "_checkDOPort(port: int) -> None\n\nRaises DOPortNotAvaliableError.")
-      .def(
-          "_checkDIPortAndPin",
-          [](const DIOBased& self, const Argument& port, const Argument& pin) { self._checkDIPortAndPin(port, pin); },
-          py::arg("port"), py::arg("pin"),
-          "_checkDIPortAndPin(port: int, pin: list[int] | int) -> None\n\nRaises DIPortNotAvaliableError, "
-          "PinsNotExistError.")
-      .def(
-          "_checkDOPortAndPin",
-          [](const DIOBased& self, const Argument& port, const Argument& pin) { self._checkDOPortAndPin(port, pin); },
-          py::arg("port"), py::arg("pin"),
-          "_checkDOPortAndPin(port: int, pin: list[int] | int) -> None\n\nRaises DOPortNotAvaliableError, "
-          "PinsNotExistError.");
+          "DO_getPinMap() -> dict[int, list[int]]\n\nThe DO ports: port number to its pins. Nothing is sent.");
+  Operations(based)
+      .instant("_getPinIndexInList", &DIOBased::_getPinIndexInList, "pin: list[int] | int", "list[int]",
+               "A selection of pins, 0..15, as a list. Raises PinsNotExistError.")
+      .instant("_getPinIndexInInt", &DIOBased::_getPinIndexInInt, "pin: list[int] | int", "int",
+               "A selection of pins, 0..15, as a mask, bit n for pin n. Raises PinsNotExistError.")
+      .check("_checkDIPort", &DIOBased::_checkDIPort, "port: int", "Raises DIPortNotAvaliableError.")
+      .check("_checkDOPort", &DIOBased::_checkDOPort, "port: int", "Raises DOPortNotAvaliableError.")
+      .check("_checkDIPortAndPin", &DIOBased::_checkDIPortAndPin, "port: int, pin: list[int] | int",
+             "Raises DIPortNotAvaliableError, PinsNotExistError.")
+      .check("_checkDOPortAndPin", &DIOBased::_checkDOPortAndPin, "port: int, pin: list[int] | int",
+             "Raises DOPortNotAvaliableError, PinsNotExistError.");
 }
 
 using DIO = Operations<py::class_<DIOModule, DIOBased, std::shared_ptr<DIOModule>>,

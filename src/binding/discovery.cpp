@@ -1,5 +1,6 @@
 // Discovery: the UDP client, the handle that listens for answers, and what is asked with them.
 #include "models/discovery.h"
+#include "binding/coroutine.h"
 #include "binding/devices.h"
 #include "binding/modules.h"
 #include "binding/operations.h"

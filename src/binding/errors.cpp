@@ -171,6 +171,20 @@ py::object makeError(const Failure& failure) {
   return failure.givenMessage() ? error_class(*failure.givenMessage()) : error_class();
 }
 
+void setError(const std::exception_ptr& thrown) {
+  try {
+    translate(thrown);
+  } catch (py::error_already_set& error) {
+    error.restore();
+  } catch (const py::builtin_exception& error) {
+    error.set_error();
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+  } catch (const std::exception& error) {
+    PyErr_SetString(PyExc_RuntimeError, error.what());
+  }
+}
+
 void throwPython(const py::object& error) {
   PyErr_SetObject(py::type::of(error).ptr(), error.ptr());
   throw py::error_already_set();

@@ -15,17 +15,12 @@ void bindI2CBased(py::class_<I2CBased, std::shared_ptr<I2CBased>>& based) {
       .def(
           "I2C_getPinMap", [](const I2CBased& self) { return self.I2C_dict; },
           "I2C_getPinMap() -> dict[int, list[tuple[int, int]]]\n\nThe I2C ports: port number to its pins (clock, "
-          "data), each a digital port and a pin of it. Nothing is sent.")
-      .def(
-          "_checkI2CPort", [](const I2CBased& self, const Argument& port) { self._checkI2CPort(port); },
-          py::arg("port"), "_checkI2CPort(port: int) -> None\n\nRaises I2CPortNotAvaliableError.")
-      .def(
-          "_checkI2CClockRate", [](const I2CBased&, const Argument& mode) { I2CBased::_checkI2CClockRate(mode); },
-          py::arg("mode"), "_checkI2CClockRate(mode: int) -> None\n\n0..3; else I2CClockNotSupportError.")
-      .def(
-          "_checkI2CAddressSize", [](const I2CBased&, const Argument& mode) { I2CBased::_checkI2CAddressSize(mode); },
-          py::arg("mode"), "_checkI2CAddressSize(mode: int) -> None\n\n0 or 1; else I2CAddressSizeNotVaildError.");
-  Operations(based, based, CoroutineTimeout::None)
+          "data), each a digital port and a pin of it. Nothing is sent.");
+  Operations(based)
+      .check("_checkI2CPort", &I2CBased::_checkI2CPort, "port: int", "Raises I2CPortNotAvaliableError.")
+      .check("_checkI2CClockRate", &I2CBased::_checkI2CClockRate, "mode: int", "0..3; else I2CClockNotSupportError.")
+      .check("_checkI2CAddressSize", &I2CBased::_checkI2CAddressSize, "mode: int",
+             "0 or 1; else I2CAddressSizeNotVaildError.")
       .request("_checkI2CPinState", &I2CBased::_checkI2CPinState, "port: int, allow_state: list[str]", "None",
                "Raises I2CPortNotAvaliableError unless each pin of the port is in one of these modes, such as "
                "[\"Idle\", \"DI\", \"DO\"].");

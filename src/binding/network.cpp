@@ -11,20 +11,15 @@ namespace {
 
 void bindNetworkModule(py::module_& module) {
   using B = NetworkBased;
-  py::class_<B, std::shared_ptr<B>>(module, "NetworkBased", "Checks shared by both forms of the network module.")
-      .def(
-          "_checkIPAddr", [](const B&, const Argument& ip_addr) { B::_checkIPAddr(ip_addr); }, py::arg("ip_addr"),
-          "_checkIPAddr(ip_addr: str) -> None\n\nRaises InputDataNotInRangeError unless it is the address of a host in "
-          "dotted form.")
-      .def(
-          "_checkSubnetMask", [](const B&, const Argument& subnet_mask) { B::_checkSubnetMask(subnet_mask); },
-          py::arg("subnet_mask"),
-          "_checkSubnetMask(subnet_mask: str) -> None\n\nRaises InputDataNotInRangeError unless it is 255.0.0.0 to "
-          "255.255.255.252, ones before zeros.")
-      .def(
-          "_checkMACAddr", [](const B&, const Argument& mac_addr) { B::_checkMACAddr(mac_addr); }, py::arg("mac_addr"),
-          "_checkMACAddr(mac_addr: str) -> None\n\nRaises InputDataNotInRangeError unless it is the address of one "
-          "device: six pairs of hexadecimal digits between colons.");
+  Operations(
+      py::class_<B, std::shared_ptr<B>>(module, "NetworkBased", "Checks shared by both forms of the network module."))
+      .check("_checkIPAddr", &B::_checkIPAddr, "ip_addr: str",
+             "Raises InputDataNotInRangeError unless it is the address of a host in dotted form.")
+      .check("_checkSubnetMask", &B::_checkSubnetMask, "subnet_mask: str",
+             "Raises InputDataNotInRangeError unless it is 255.0.0.0 to 255.255.255.252, ones before zeros.")
+      .check("_checkMACAddr", &B::_checkMACAddr, "mac_addr: str",
+             "Raises InputDataNotInRangeError unless it is the address of one device: six pairs of hexadecimal digits "
+             "between colons.");
 
   using M = NetworkOperations;
   Operations ops(py::class_<NetworkModule, B, std::shared_ptr<NetworkModule>>(module, "NetworkModule",
@@ -50,26 +45,15 @@ void bindNetworkModule(py::module_& module) {
 
 void bindWifiModule(py::module_& module) {
   using B = WifiBased;
-  py::class_<B, std::shared_ptr<B>>(module, "WifiBased", "Checks shared by both forms of the Wi-Fi module.")
-      .def(
-          "_checkWifiSSID", [](const B&, const Argument& ssid) { B::_checkWifiSSID(ssid); }, py::arg("ssid"),
-          "_checkWifiSSID(ssid: str) -> None\n\nRaises InputDataNotInRangeError unless it is 1 to 32 bytes of UTF-8 "
-          "without control characters.")
-      .def(
-          "_checkWifiSecurity", [](const B&, const Argument& security) { B::_checkWifiSecurity(security); },
-          py::arg("security"), "_checkWifiSecurity(security: int) -> None\n\n0, 1 or 2; else InputDataNotInRangeError.")
-      .def(
-          "_checkWifiPassword",
-          [](const B&, const Argument& password, const Argument& security) {
-            B::_checkWifiPassword(password, security);
-          },
-          py::arg("password"), py::arg("security"),
-          "_checkWifiPassword(password: str, security: int) -> None\n\nRaises InputDataNotInRangeError unless it is 8 "
-          "to 63 printable ASCII characters, or empty for an open network.")
-      .def(
-          "_checkWifiBandwidth", [](const B&, const Argument& bandwidth) { B::_checkWifiBandwidth(bandwidth); },
-          py::arg("bandwidth"),
-          "_checkWifiBandwidth(bandwidth: int) -> None\n\n20 or 40; else InputDataNotInRangeError.");
+  Operations(py::class_<B, std::shared_ptr<B>>(module, "WifiBased", "Checks shared by both forms of the Wi-Fi module."))
+      .check("_checkWifiSSID", &B::_checkWifiSSID, "ssid: str",
+             "Raises InputDataNotInRangeError unless it is 1 to 32 bytes of UTF-8 without control characters.")
+      .check("_checkWifiSecurity", &B::_checkWifiSecurity, "security: int", "0, 1 or 2; else InputDataNotInRangeError.")
+      .check("_checkWifiPassword", &B::_checkWifiPassword, "password: str, security: int",
+             "Raises InputDataNotInRangeError unless it is 8 to 63 printable ASCII characters, or empty for an open "
+             "network.")
+      .check("_checkWifiBandwidth", &B::_checkWifiBandwidth, "bandwidth: int",
+             "20 or 40; else InputDataNotInRangeError.");
 
   using M = WifiOperations;
   Operations ops(

@@ -1,173 +1,254 @@
 #include "binding/operations.h"
 
-#include <pybind11/eval.h>
+#include "binding/argument_caster.h"
+#include "binding/coroutine.h"
+#include "binding/numbers.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
+#include <structmember.h>
+
+#include <memory>
 #include <optional>
-#include <unordered_map>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qvx::binding {
 namespace {
 
-std::string_view trim(std::string_view text) {
-  const auto first = text.find_first_not_of(" \n");
-  return first == std::string_view::npos ? "" : text.substr(first, text.find_last_not_of(" \n") - first + 1);
-}
-
-struct ParameterText {
-  std::string_view name;
-  std::string_view fallback;  // empty: none
+struct Parameter {
+  PyObject* name;  // interned
+  std::optional<Argument> fallback;
 };
 
-std::size_t endOfItem(std::string_view text, char terminator) {
-  std::size_t end = 0;
-  for (int depth = 0; end < text.size() && (depth != 0 || text[end] != terminator); ++end) {
-    depth += text[end] == '[' || text[end] == '(' ? 1 : 0;
-    depth -= text[end] == ']' || text[end] == ')' ? 1 : 0;
-  }
-  return end;
+std::string timedSignature(const std::string& signature) {
+  return signature + (signature.empty() ? "" : ", ") + "timeout: float = 3";
 }
 
-// Splits at commas outside brackets: "data: list[int], remote: bool = False".
-std::vector<ParameterText> splitParameters(std::string_view text) {
-  std::vector<ParameterText> parameters;
-  while (!trim(text).empty()) {
-    const std::size_t end = endOfItem(text, ',');
-    const std::string_view item = trim(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-    const auto equals = item.find('=');
-    const std::string_view named = item.substr(0, equals);
-    parameters.push_back({trim(named.substr(0, named.find(':'))),
-                          equals == std::string_view::npos ? "" : trim(item.substr(equals + 1))});
-  }
-  return parameters;
-}
-
-// pybind11's answer to a call whose arguments do not fit lists C++ types and repeats the call. inspect says which
-// argument it is. Here: pybind11's function, one for all, and what it is called for by its first argument.
-PyCFunctionWithKeywords dispatch = nullptr;
-std::unordered_map<PyObject*, py::handle>& published() {
-  static auto& functions = *new std::unordered_map<PyObject*, py::handle>();
-  return functions;
-}
-
-// Between the types of functions that a PyMethodDef's flags tell apart.
-template <class To, class From>
-To cast(From function) {
-  return reinterpret_cast<To>(reinterpret_cast<void (*)()>(function));
-}
-
-// Nothing when the arguments fit and the error has another reason.
-std::optional<std::string> misfit(const py::handle& function, const py::args& arguments, const py::kwargs& keywords) {
-  const py::object signature = py::module_::import("inspect").attr("signature")(function);
-  try {
-    signature.attr("bind")(*arguments, **keywords);
-    return std::nullopt;
-  } catch (const py::error_already_set& error) {
-    std::string name = py::str(function.attr("__name__"));
-    std::string taken = py::str(signature);
-    if (name == "__init__") {
-      name = py::str(py::type::of(arguments[0]).attr("__name__"));
+// One form of an operation, on one class. Lives as long as the process.
+struct Method {
+  Method(py::handle published, Operation row, Form its_form, Receiver& its_receiver)
+      : operation(std::move(row)),
+        form(its_form),
+        receiver(its_receiver),
+        class_name(py::str(published.attr("__name__"))),
+        name(std::string(operation.name) + (form == Form::Blocking ? "" : "_async")) {
+    for (auto& [text, fallback] :
+         Signature(operation.timed ? timedSignature(operation.signature) : operation.signature).parameters) {
+      parameters.push_back(
+          {PyUnicode_InternFromString(text.c_str()), fallback ? std::optional(makeArgument(fallback)) : std::nullopt});
     }
-    if (taken.starts_with("(self")) {
-      taken.replace(1, taken.starts_with("(self, ") ? 6 : 4, "");
-    }
-    return name + "(): " + std::string(py::str(error.value())) + "; it takes " + taken;
+    taken = parameters.size() - (operation.timed && form == Form::CoroutineWithoutTimeout ? 1 : 0);
   }
+
+  std::string signature() const {
+    return taken == parameters.size() && operation.timed ? timedSignature(operation.signature) : operation.signature;
+  }
+
+  const Operation operation;
+  const Form form;
+  Receiver& receiver;
+  const std::string class_name;
+  const py::str name;
+  std::vector<Parameter> parameters;  // of the body
+  std::size_t taken;                  // how many of them the form takes; the others have defaults
+};
+
+// The object in the class's dictionary. A type of its own, not pybind11's: as a method descriptor the interpreter calls
+// it with its object as the first argument, without one to bind the two.
+struct Object {
+  PyObject_HEAD vectorcallfunc vectorcall;
+  const Method* method;
+};
+
+const Method& methodOf(PyObject* self) {
+  return *reinterpret_cast<Object*>(self)->method;
 }
 
-PyObject* call(PyObject* record, PyObject* arguments, PyObject* keywords) {
-  PyObject* result = dispatch(record, arguments, keywords);
-  if (result != nullptr || PyErr_ExceptionMatches(PyExc_TypeError) == 0) {
-    return result;
-  }
-  try {
-    py::error_already_set error;
-    const py::handle function = published().at(record);
-    const std::string start = std::string(py::str(function.attr("__name__"))) + "(): incompatible ";
-    if (std::string(py::str(error.value())).starts_with(start)) {
-      if (const auto text = misfit(function, py::reinterpret_borrow<py::args>(arguments),
-                                   keywords == nullptr ? py::kwargs() : py::reinterpret_borrow<py::kwargs>(keywords))) {
-        PyErr_SetString(PyExc_TypeError, text->c_str());
-        return nullptr;
-      }
+// The value of a name among the keywords of a call; nullptr when it is not there.
+PyObject* keyword(PyObject* name, PyObject* const* values, PyObject* names) {
+  const Py_ssize_t count = PyTuple_GET_SIZE(names);
+  for (Py_ssize_t i = 0; i < count; ++i) {
+    if (PyTuple_GET_ITEM(names, i) == name) {  // both are interned
+      return values[i];
     }
-    error.restore();
-  } catch (py::error_already_set& error) {
-    error.restore();
+  }
+  for (Py_ssize_t i = 0; i < count; ++i) {
+    if (PyUnicode_Compare(PyTuple_GET_ITEM(names, i), name) == 0) {
+      return values[i];
+    }
   }
   return nullptr;
 }
 
-// A docstring that begins with "name(self, port, timeout=3)\n--\n\n" gives a builtin function its __text_signature__;
-// __doc__ is what follows. Types have no place there. That of a constructor may begin with the name of its class.
-void publishSignature(py::handle function, std::string_view receiver, const std::string& class_name = "") {
-  PyMethodDef* definition = reinterpret_cast<PyCFunctionObject*>(function.ptr())->m_ml;
-  const std::string_view doc = definition->ml_doc == nullptr ? "" : definition->ml_doc;
-  const std::string name = definition->ml_name;
-  if (!doc.starts_with(name + "(") && !(name == "__init__" && doc.starts_with(class_name + "("))) {
-    return;
+// An Argument for each parameter of the body; nothing when what is given does not fit. `given` counts the values that
+// have no name and come first.
+std::optional<std::vector<Argument>> collect(const Method& method, PyObject* const* values, std::size_t given,
+                                             PyObject* names) {
+  if (given > method.taken) {
+    return std::nullopt;
   }
-  if (!published().emplace(PyCFunction_GET_SELF(function.ptr()), function).second) {
-    return;  // known by another name
+  std::size_t named = names == nullptr ? 0 : static_cast<std::size_t>(PyTuple_GET_SIZE(names));
+  std::vector<Argument> arguments;
+  arguments.reserve(method.parameters.size());
+  for (std::size_t i = 0; i < method.parameters.size(); ++i) {
+    const auto& [name, fallback] = method.parameters[i];
+    PyObject* value = i < given ? values[i] : nullptr;
+    if (value == nullptr && named != 0 && i < method.taken) {
+      value = keyword(name, values + given, names);
+      named -= value != nullptr ? 1 : 0;
+    }
+    if (value != nullptr) {
+      arguments.push_back(makeArgument(value));
+    } else if (fallback) {
+      arguments.push_back(*fallback);
+    } else {
+      return std::nullopt;
+    }
   }
-  const std::string_view described = doc.substr(doc.find('(') + 1);
-  std::string arguments(receiver);
-  for (const auto& [parameter, fallback] : splitParameters(described.substr(0, endOfItem(described, ')')))) {
-    arguments.append(arguments.empty() ? "" : ", ").append(parameter);
-    arguments.append(fallback.empty() ? "" : "=").append(fallback);
+  return named == 0 ? std::optional(std::move(arguments)) : std::nullopt;
+}
+
+[[noreturn]] void failMisfit(PyObject* callable, PyObject* const* values, std::size_t given, PyObject* names) {
+  py::tuple arguments(given);
+  for (std::size_t i = 0; i < given; ++i) {
+    arguments[i] = py::handle(values[i]);
   }
-  const std::string text = name + "(" + arguments + ")\n--\n\n" + std::string(doc);
-  std::free(const_cast<char*>(definition->ml_doc));  // pybind11 made it with strdup, and frees it so
-  definition->ml_doc = strdup(text.c_str());
-  const PyCFunction replaced = std::exchange(definition->ml_meth, cast<PyCFunction>(&call));
-  dispatch = cast<PyCFunctionWithKeywords>(replaced);
+  py::dict keywords;
+  for (Py_ssize_t i = 0; names != nullptr && i < PyTuple_GET_SIZE(names); ++i) {
+    keywords[py::handle(PyTuple_GET_ITEM(names, i))] = py::handle(values[given + static_cast<std::size_t>(i)]);
+  }
+  throw py::type_error(misfit(callable, py::args(arguments), py::kwargs(keywords)).value());
+}
+
+class OperationBody final : public CoroutineBody {
+ public:
+  OperationBody(const AnyMethod& body, void* owner, std::vector<Argument> arguments)
+      : body_(body), owner_(owner), arguments_(std::move(arguments)) {}
+  void run() override { value_ = body_(owner_, arguments_.data()); }
+  py::object result() override { return toPython(std::move(value_)); }
+
+ private:
+  const AnyMethod& body_;
+  void* const owner_;
+  const std::vector<Argument> arguments_;
+  Value value_;
+};
+
+py::object callMethod(PyObject* callable, PyObject* const* values, std::size_t given, PyObject* names) {
+  const Method& method = methodOf(callable);
+  auto arguments = given == 0 ? std::nullopt : collect(method, values + 1, given - 1, names);
+  if (!arguments) {
+    failMisfit(callable, values, given, names);
+  }
+  const AnyMethod& body = method.operation.body;
+  void* const owner = method.receiver.find(values[0], method.operation.name);
+  if (body.givesArray()) {
+    prepareSampleArray();
+  }
+  if (method.form != Form::Blocking) {
+    return makeCoroutine(method.name, py::reinterpret_borrow<py::object>(values[0]),
+                         std::make_unique<OperationBody>(body, owner, *std::move(arguments)));
+  }
+  Value value;
+  {
+    const Unlocked unlocked;
+    value = body(owner, arguments->data());
+  }
+  return toPython(std::move(value));
+}
+
+PyObject* call(PyObject* callable, PyObject* const* values, std::size_t flagged, PyObject* names) {
+  return guarded(static_cast<PyObject*>(nullptr), [&] {
+    const auto given = static_cast<std::size_t>(PyVectorcall_NARGS(flagged));
+    return callMethod(callable, values, given, names).release().ptr();
+  });
+}
+
+PyObject* bind(PyObject* self, PyObject* object, PyObject* /*type*/) {
+  if (object != nullptr && object != Py_None) {
+    return PyMethod_New(self, object);
+  }
+  Py_INCREF(self);
+  return self;
+}
+
+PyObject* repr(PyObject* self) {
+  const Method& method = methodOf(self);
+  return PyUnicode_FromFormat("<method '%U' of 'pyqvx.%s' objects>", method.name.ptr(), method.class_name.c_str());
+}
+
+PyObject* name(PyObject* self, void* /*unused*/) {
+  return py::str(methodOf(self).name).release().ptr();
+}
+
+PyObject* qualifiedName(PyObject* self, void* /*unused*/) {
+  return PyUnicode_FromFormat("%s.%U", methodOf(self).class_name.c_str(), methodOf(self).name.ptr());
+}
+
+PyObject* text(const std::string& text) {
+  return PyUnicode_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(text.size()));
+}
+
+PyObject* signatureOf(PyObject* self, void* /*unused*/) {
+  return text(textSignature("self", methodOf(self).signature()));
+}
+
+PyObject* docOf(PyObject* self, void* /*unused*/) {
+  const Method& method = methodOf(self);
+  const std::string result = method.operation.result;
+  return text(docText(std::string(method.name), method.signature(),
+                      method.form == Form::Blocking ? result : "Coroutine[" + result + "]", method.operation.doc));
+}
+
+void deallocate(PyObject* self) {
+  PyTypeObject* type = Py_TYPE(self);
+  type->tp_free(self);
+  Py_DECREF(type);
+}
+
+PyMemberDef members[] = {
+    {"__vectorcalloffset__", T_PYSSIZET, offsetof(Object, vectorcall), READONLY, nullptr},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
+PyGetSetDef getters[] = {
+    {"__name__", name, nullptr, nullptr, nullptr}, {"__qualname__", qualifiedName, nullptr, nullptr, nullptr},
+    {"__doc__", docOf, nullptr, nullptr, nullptr}, {"__text_signature__", signatureOf, nullptr, nullptr, nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
+
+template <class Function>
+void* slot(Function* function) {
+  return reinterpret_cast<void*>(function);
+}
+
+PyTypeObject* makeType() {
+  PyType_Slot slots[] = {
+      {Py_tp_call, slot(PyVectorcall_Call)},
+      {Py_tp_descr_get, slot(bind)},
+      {Py_tp_repr, slot(repr)},
+      {Py_tp_members, members},
+      {Py_tp_getset, getters},
+      {Py_tp_dealloc, slot(deallocate)},
+      {0, nullptr},
+  };
+  PyType_Spec spec{"pyqvx.Operation", sizeof(Object), 0,
+                   Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_VECTORCALL | Py_TPFLAGS_METHOD_DESCRIPTOR |
+                       Py_TPFLAGS_DISALLOW_INSTANTIATION | Py_TPFLAGS_IMMUTABLETYPE,
+                   slots};
+  return reinterpret_cast<PyTypeObject*>(owned(PyType_FromSpec(&spec)).release().ptr());
 }
 
 }  // namespace
 
-Signature::Signature(std::string_view text) {
-  for (const auto& [name, fallback] : splitParameters(text)) {
-    parameters.push_back(
-        {std::string(name), fallback.empty() ? py::object() : py::eval(py::str(std::string(fallback)))});
-  }
-}
-
-void publishSignatures(const py::module_& module) {
-  for (const auto& [name, value] : module.attr("__dict__").cast<py::dict>()) {
-    if (PyCFunction_Check(value.ptr()) != 0) {
-      publishSignature(value, "");
-    }
-    if (PyType_Check(value.ptr()) == 0 ||
-        py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(value.ptr())) == nullptr) {
-      continue;
-    }
-    for (const auto& [member_name, member] : value.attr("__dict__").cast<py::dict>()) {
-      if (PyInstanceMethod_Check(member.ptr()) != 0) {
-        publishSignature(PyInstanceMethod_GET_FUNCTION(member.ptr()), "self", py::str(name));
-      } else if (Py_IS_TYPE(member.ptr(), &PyStaticMethod_Type)) {
-        publishSignature(member.attr("__func__"), "");
-      }
-    }
-  }
-}
-
-const char* keep(std::string text) {
-  return (new std::string(std::move(text)))->c_str();
-}
-
-const char* docstring(std::string_view name, std::string_view signature, std::string_view result,
-                      std::string_view doc) {
-  std::string text;
-  text.append(name).append("(").append(signature).append(") -> ").append(result).append("\n\n").append(doc);
-  return keep(std::move(text));
+void define(py::handle published, const Operation& operation, Form form, Receiver& receiver) {
+  static PyTypeObject* const type = makeType();  // lives as long as the process
+  const py::object object = owned(type->tp_alloc(type, 0));
+  const auto* method = new Method(published, operation, form, receiver);
+  auto* self = reinterpret_cast<Object*>(object.ptr());
+  self->vectorcall = &call;
+  self->method = method;
+  published.attr(method->name) = object;
 }
 
 }  // namespace qvx::binding
-
-const char* pybind11::detail::process_attribute<qvx::binding::Signature>::internName(const std::string& name) {
-  return qvx::binding::keep(name);
-}

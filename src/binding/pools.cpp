@@ -2,8 +2,8 @@
 #include "binding/pools.h"
 
 #include "binding/argument_caster.h"
-#include "binding/results.h"
 #include "core/argument.h"
+#include "modules/analog/ai.h"
 #include "protocol/engine.h"
 #include "protocol/worker.h"
 

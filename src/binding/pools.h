@@ -5,6 +5,8 @@
 #include "core/bytes.h"
 #include "protocol/signal_queue.h"
 
+#include <pybind11/stl.h>
+
 #include <memory>
 #include <optional>
 #include <string>

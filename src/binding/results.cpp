@@ -1,6 +1,7 @@
 #include "binding/results.h"
 
 #include <pybind11/numpy.h>
+#include <pybind11/stl.h>
 
 #include <memory>
 #include <utility>
@@ -32,7 +33,28 @@ class CollectorPause {
   bool was_enabled_;
 };
 
+struct ToPython {
+  py::object operator()(std::monostate /*unused*/) const { return py::none(); }
+  py::object operator()(Samples&& samples) const { return makeSampleLists(samples); }
+  py::object operator()(SampleArray&& samples) const { return makeSampleArray(std::move(samples)); }
+  // [mode, rate]
+  py::object operator()(AOSettings&& settings) const {
+    py::list values;
+    values.append(settings.mode);
+    values.append(settings.sampling_rate);
+    return values;
+  }
+  template <class Result>
+  py::object operator()(Result&& result) const {
+    return py::cast(std::forward<Result>(result));
+  }
+};
+
 }  // namespace
+
+py::object toPython(Value&& value) {
+  return std::visit(ToPython(), std::move(value));
+}
 
 py::object makeSampleLists(const Samples& samples) {
   const CollectorPause pause;
@@ -56,7 +78,7 @@ py::object makeSampleLists(const Samples& samples) {
   return list;
 }
 
-void prepareResult(SampleArray* /*unused*/) {
+void prepareSampleArray() {
   py::module_::import("numpy");
 }
 

@@ -3,21 +3,35 @@
 
 #include "modules/analog/ai.h"
 #include "modules/analog/ao.h"
+#include "modules/bus/can.h"
+#include "modules/digital/dio.h"
+#include "modules/system/system.h"
+#include "modules/system/wifi.h"
 
 #include <pybind11/pybind11.h>
-#include <pybind11/stl.h>
+
+#include <variant>
 
 namespace qvx::binding {
+
+// Whatever an operation gives. A type of its own, for the sake of what compilers print.
+struct Value
+    : std::variant<std::monostate, bool, int, std::uint16_t, std::uint32_t, double, std::string, Bytes,
+                   std::vector<int>, std::vector<double>, std::vector<std::string>, std::vector<std::uint32_t>,
+                   std::vector<PinStates>, std::pair<std::string, std::string>, PinModes, WifiSettings,
+                   std::map<int, std::vector<int>>, BusPorts, AOSettings, Samples, SampleArray, std::vector<CANFrame>> {
+  using variant::variant;
+};
+
+pybind11::object toPython(Value&& value);
 
 // A list of samples, each a list of floats.
 pybind11::object makeSampleLists(const Samples& samples);
 // A numpy array of float64, samples x channels. Raises ImportError without numpy.
 pybind11::object makeSampleArray(SampleArray&& samples);
 
-// What the conversion of a result needs, before the operation takes anything away: nothing, as a rule.
-inline void prepareResult(void* /*unused*/) {}
-// Numpy.
-void prepareResult(SampleArray* /*unused*/);
+// Imports what makeSampleArray needs: to be called before the samples are taken away.
+void prepareSampleArray();
 
 }  // namespace qvx::binding
 
@@ -28,26 +42,6 @@ struct type_caster<qvx::Samples> {
   PYBIND11_TYPE_CASTER(qvx::Samples, const_name("list"));
   static handle cast(const qvx::Samples& samples, return_value_policy /*policy*/, handle /*parent*/) {
     return qvx::binding::makeSampleLists(samples).release();
-  }
-};
-
-template <>
-struct type_caster<qvx::SampleArray> {
-  PYBIND11_TYPE_CASTER(qvx::SampleArray, const_name("numpy.ndarray"));
-  static handle cast(qvx::SampleArray samples, return_value_policy /*policy*/, handle /*parent*/) {
-    return qvx::binding::makeSampleArray(std::move(samples)).release();
-  }
-};
-
-// [mode, rate]
-template <>
-struct type_caster<qvx::AOSettings> {
-  PYBIND11_TYPE_CASTER(qvx::AOSettings, const_name("list"));
-  static handle cast(const qvx::AOSettings& settings, return_value_policy /*policy*/, handle /*parent*/) {
-    list values;
-    values.append(settings.mode);
-    values.append(settings.sampling_rate);
-    return values.release();
   }
 };
 

@@ -3,39 +3,40 @@
 
 #include "binding/bindings.h"
 
+#include <vector>
+
 namespace qvx::binding {
 
-// Takes the place of `T&` as the first argument of a method. A product has its modules as bases beside each other; to
-// convert to one, pybind11 tries every product that has such a base, and each that it is not costs a Python exception.
-template <class T>
-struct Self {
-  T& object;
-};
+// Raises TypeError: an object's __init__ has not run.
+[[noreturn]] void failUninitialised();
 
-// The address of the `base` in a C++ object that `self` holds as one of its direct bases, nullptr if it has none.
-void* directBase(py::handle self, const std::type_info& base);
-
-}  // namespace qvx::binding
-
-template <class T>
-class pybind11::detail::type_caster<qvx::binding::Self<T>> {
+// Finds, in the Python object of any product, the C++ object of one class. A product has its modules as bases beside
+// each other, some several steps away; which steps these are is found out once for each product. Needs the
+// interpreter's lock.
+class Receiver {
  public:
-  static constexpr auto name = make_caster<T>::name;
-  template <class>
-  using cast_op_type = qvx::binding::Self<T>;
+  using Step = void* (*)(void*);
 
-  bool load(handle source, bool convert) {
-    object_ = static_cast<T*>(qvx::binding::directBase(source, typeid(T)));
-    if (object_ == nullptr) {
-      make_caster<T> any;
-      if (any.load(source, convert)) {
-        object_ = cast_op<T*>(any);
-      }
-    }
-    return object_ != nullptr;
-  }
-  explicit operator qvx::binding::Self<T>() { return {*object_}; }
+  // `published` is the class that has the method; `last` leads from its C++ object to that of the method's own class.
+  Receiver(py::handle published, Step last);
+  // Raises TypeError for what is no such object, and for one whose __init__ has not run.
+  void* find(PyObject* self, const char* method);
 
  private:
-  T* object_ = nullptr;
+  using Steps = std::vector<Step>;
+  // From an object of the class `held`; nullptr when there is no way.
+  const Steps* stepsFrom(const py::detail::type_info* held);
+
+  const py::detail::type_info* published_;
+  Step last_;
+  struct Known {
+    const py::detail::type_info* held;
+    Steps steps;  // none: no way
+  };
+  std::vector<Known> known_;
 };
+
+// The receiver of these two, one for all methods.
+Receiver& receiver(py::handle published, Receiver::Step last);
+
+}  // namespace qvx::binding

@@ -15,25 +15,14 @@ void bindSPIBased(py::class_<SPIBased, std::shared_ptr<SPIBased>>& based) {
       .def(
           "SPI_getPinMap", [](const SPIBased& self) { return self.SPI_dict; },
           "SPI_getPinMap() -> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data "
-          "in, data out, select), each a digital port and a pin of it. Nothing is sent.")
-      .def(
-          "_checkSPIPort", [](const SPIBased& self, const Argument& port) { self._checkSPIPort(port); },
-          py::arg("port"), "_checkSPIPort(port: int) -> None\n\nRaises SPIPortNotAvaliableError.")
-      .def(
-          "_checkSPIDataSize", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIDataSize(mode); },
-          py::arg("mode"), "_checkSPIDataSize(mode: int) -> None\n\n0 or 1; else SPIDataSizeNotVaildError.")
-      .def(
-          "_checkSPIFirstBit", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIFirstBit(mode); },
-          py::arg("mode"), "_checkSPIFirstBit(mode: int) -> None\n\n0 or 1; else SPIFirstBitNotVaildError.")
-      .def(
-          "_checkSPIMode", [](const SPIBased&, const Argument& mode) { SPIBased::_checkSPIMode(mode); },
-          py::arg("mode"), "_checkSPIMode(mode: int) -> None\n\n0..3; else SPIModeNotVaildError.")
-      .def(
-          "_checkSPIPrescaler",
-          [](const SPIBased&, const Argument& prescaler) { SPIBased::_checkSPIPrescaler(prescaler); },
-          py::arg("prescaler"),
-          "_checkSPIPrescaler(prescaler: int) -> None\n\nA power of two, 2..256; else SPIPrescalerNotVaildError.");
-  Operations(based, based, CoroutineTimeout::None)
+          "in, data out, select), each a digital port and a pin of it. Nothing is sent.");
+  Operations(based)
+      .check("_checkSPIPort", &SPIBased::_checkSPIPort, "port: int", "Raises SPIPortNotAvaliableError.")
+      .check("_checkSPIDataSize", &SPIBased::_checkSPIDataSize, "mode: int", "0 or 1; else SPIDataSizeNotVaildError.")
+      .check("_checkSPIFirstBit", &SPIBased::_checkSPIFirstBit, "mode: int", "0 or 1; else SPIFirstBitNotVaildError.")
+      .check("_checkSPIMode", &SPIBased::_checkSPIMode, "mode: int", "0..3; else SPIModeNotVaildError.")
+      .check("_checkSPIPrescaler", &SPIBased::_checkSPIPrescaler, "prescaler: int",
+             "A power of two, 2..256; else SPIPrescalerNotVaildError.")
       .request("_checkSPIPinState", &SPIBased::_checkSPIPinState, "port: int, allow_state: list[str]", "None",
                "Raises SPIPortNotAvaliableError unless each pin of the port is in one of these modes, such as "
                "[\"Idle\", \"DI\", \"DO\"].");

@@ -7,12 +7,10 @@
 namespace qvx::binding {
 
 void bindSystem(py::module_& module) {
-  py::class_<SystemBased, std::shared_ptr<SystemBased>>(module, "SystemBased",
-                                                        "Checks shared by both forms of the system module.")
-      .def(
-          "_checkLUMASlot", [](const SystemBased&, const Argument& slot) { SystemBased::_checkLUMASlot(slot); },
-          py::arg("slot"),
-          "_checkLUMASlot(slot: int) -> None\n\nRaises LUMAPortNotAvaliableError unless the slot is 1, 2 or 4.");
+  Operations(py::class_<SystemBased, std::shared_ptr<SystemBased>>(module, "SystemBased",
+                                                                   "Checks shared by both forms of the system module."))
+      .check("_checkLUMASlot", &SystemBased::_checkLUMASlot, "slot: int",
+             "Raises LUMAPortNotAvaliableError unless the slot is 1, 2 or 4.");
 
   using M = SystemOperations;
   Operations ops(py::class_<SystemModule, SystemBased, std::shared_ptr<SystemModule>>(

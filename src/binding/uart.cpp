@@ -34,30 +34,7 @@ void bindUARTBased(py::class_<UARTBased, std::shared_ptr<UARTBased>>& based) {
                     "receiving pin, each (digital port, pin).")
       .def_property_readonly("uart_open_flag", &UARTBased::uartOpenFlag, "-> bool\n\nWhether any port is open.")
       .def_property_readonly(
-          "uart_killed", [](const UARTBased& self) { return self.uart_killed.load(); }, "-> bool")
-      .def(
-          "_checkUARTPort", [](const UARTBased& self, const Argument& port) { self._checkUARTPort(port); },
-          py::arg("port"), "_checkUARTPort(port: int) -> None\n\nRaises UARTPortNotAvaliableError.")
-      .def(
-          "_checkUARTBaudRate", [](const UARTBased&, const Argument& rate) { UARTBased::_checkUARTBaudRate(rate); },
-          py::arg("rate"), "_checkUARTBaudRate(rate: int) -> None\n\n0..400000; else UARTBaudRateNotSupportError.")
-      .def(
-          "_checkUARTDataBit", [](const UARTBased&, const Argument& mode) { UARTBased::_checkUARTDataBit(mode); },
-          py::arg("mode"), "_checkUARTDataBit(mode: int) -> None\n\n0 or 1; else UARTDataBitNotSupportError.")
-      .def(
-          "_checkUARTParityMode", [](const UARTBased&, const Argument& mode) { UARTBased::_checkUARTParityMode(mode); },
-          py::arg("mode"), "_checkUARTParityMode(mode: int) -> None\n\n0..3; else UARTParityNotSupportError.")
-      .def(
-          "_checkUARTNumStopBitMode",
-          [](const UARTBased&, const Argument& mode) { UARTBased::_checkUARTNumStopBitMode(mode); }, py::arg("mode"),
-          "_checkUARTNumStopBitMode(mode: int) -> None\n\n0..3; else UARTStopBitNotSupportError.")
-      .def(
-          "_checkUARTDataLength", [](const UARTBased&, const Argument& data) { UARTBased::_checkUARTDataLength(data); },
-          py::arg("data"),
-          "_checkUARTDataLength(data: str | list | bytes) -> None\n\nAt most 50 elements; else "
-          "UARTExceedMaxLengthError.")
-      .def("_UART_free", &UARTBased::_UART_free, py::call_guard<Unlocked>(),
-           "_UART_free() -> None\n\nEnds the decoder threads.");
+          "uart_killed", [](const UARTBased& self) { return self.uart_killed.load(); }, "-> bool");
   for (std::size_t line = 0; line < UARTBased::kLines; ++line) {
     bindUARTLine(based, line);
   }
@@ -73,7 +50,19 @@ void bindUart(py::module_& module) {
   py::class_<UARTBased, std::shared_ptr<UARTBased>> based(module, "UARTBased",
                                                           "State, checks and decoder threads of the serial ports.");
   bindUARTBased(based);
-  Operations(based, based, CoroutineTimeout::None)
+  Operations(based)
+      .check("_checkUARTPort", &UARTBased::_checkUARTPort, "port: int", "Raises UARTPortNotAvaliableError.")
+      .check("_checkUARTBaudRate", &UARTBased::_checkUARTBaudRate, "rate: int",
+             "0..400000; else UARTBaudRateNotSupportError.")
+      .check("_checkUARTDataBit", &UARTBased::_checkUARTDataBit, "mode: int",
+             "0 or 1; else UARTDataBitNotSupportError.")
+      .check("_checkUARTParityMode", &UARTBased::_checkUARTParityMode, "mode: int",
+             "0..3; else UARTParityNotSupportError.")
+      .check("_checkUARTNumStopBitMode", &UARTBased::_checkUARTNumStopBitMode, "mode: int",
+             "0..3; else UARTStopBitNotSupportError.")
+      .check("_checkUARTDataLength", &UARTBased::_checkUARTDataLength, "data: str | list | bytes",
+             "At most 50 elements; else UARTExceedMaxLengthError.")
+      .check("_UART_free", &UARTBased::_UART_free, "", "Ends the decoder threads.")
       .request("_checkUARTPinState", &UARTBased::_checkUARTPinState, "port: int", "None",
                "Raises UARTPortNotAvaliableError unless the port's pins are idle or digital lines.");
 

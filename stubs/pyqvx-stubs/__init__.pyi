@@ -2550,20 +2550,6 @@ class UARTBased:
         """Whether any port is open."""
     @property
     def uart_killed(self) -> bool: ...
-    def _checkUARTPort(self, port: int) -> None:
-        """Raises UARTPortNotAvaliableError."""
-    def _checkUARTBaudRate(self, rate: int) -> None:
-        """0..400000; else UARTBaudRateNotSupportError."""
-    def _checkUARTDataBit(self, mode: int) -> None:
-        """0 or 1; else UARTDataBitNotSupportError."""
-    def _checkUARTParityMode(self, mode: int) -> None:
-        """0..3; else UARTParityNotSupportError."""
-    def _checkUARTNumStopBitMode(self, mode: int) -> None:
-        """0..3; else UARTStopBitNotSupportError."""
-    def _checkUARTDataLength(self, data: str | list | bytes) -> None:
-        """At most 50 elements; else UARTExceedMaxLengthError."""
-    def _UART_free(self) -> None:
-        """Ends the decoder threads."""
     @property
     def uart_p1_data_queue(self) -> RawQueue:
         """Raw blocks of port 1."""
@@ -2588,6 +2574,20 @@ class UARTBased:
     @property
     def uart_p2_stream_thread(self) -> Worker:
         """The decoder thread of port 2."""
+    def _checkUARTPort(self, port: int) -> None:
+        """Raises UARTPortNotAvaliableError."""
+    def _checkUARTBaudRate(self, rate: int) -> None:
+        """0..400000; else UARTBaudRateNotSupportError."""
+    def _checkUARTDataBit(self, mode: int) -> None:
+        """0 or 1; else UARTDataBitNotSupportError."""
+    def _checkUARTParityMode(self, mode: int) -> None:
+        """0..3; else UARTParityNotSupportError."""
+    def _checkUARTNumStopBitMode(self, mode: int) -> None:
+        """0..3; else UARTStopBitNotSupportError."""
+    def _checkUARTDataLength(self, data: str | list | bytes) -> None:
+        """At most 50 elements; else UARTExceedMaxLengthError."""
+    def _UART_free(self) -> None:
+        """Ends the decoder threads."""
     def _checkUARTPinState(self, port: int, timeout: float = 3) -> None:
         """Raises UARTPortNotAvaliableError unless the port's pins are idle or digital lines."""
     async def _checkUARTPinState_async(self, port: int) -> None:
