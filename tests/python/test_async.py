@@ -175,7 +175,9 @@ asyncio.run(main())
 )
 def test_more_coroutines_than_may_be_are_refused():
     """While the process can still map memory, which the event loop and its threads need."""
-    refused = "16384 Error -8009: No more than 16384 coroutines may be in flight: await some of them before others"
+    refused = (
+        "16384 Error -8009: No more than 16384 coroutines may be in flight: await some of them before others"
+    )
     assert run_script(MANY_COROUTINES) == refused + " are started.\nTrue\n[]\n"
 
 

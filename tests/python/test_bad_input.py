@@ -378,8 +378,14 @@ def test_pythons_own_rules_of_calls(fake):
             r"CANFrame\(\): missing a required argument: 'data'; it takes \(id, data, ",
         ),
         (lambda: pyqvx.coerce(), r"coerce\(\): .* 'list_'; it takes \(list_, lower=0, upper=1\)$"),
-        (pyqvx.FeroxA.AI_open, r"AI_open\(\): missing a required argument: 'self'; it takes \(port, timeout=3\)"),
-        (lambda: pyqvx.FeroxA.AI_open(3, 4), r"'AI_open' .* 'pyqvx.AIUnion' objects doesn't apply to a 'int' object"),
+        (
+            pyqvx.FeroxA.AI_open,
+            r"AI_open\(\): missing a required argument: 'self'; it takes \(port, timeout=3\)",
+        ),
+        (
+            lambda: pyqvx.FeroxA.AI_open(3, 4),
+            r"'AI_open' .* 'pyqvx.AIUnion' objects doesn't apply to a 'int' object",
+        ),
     ):
         with pytest.raises(TypeError, match=said):
             call()
