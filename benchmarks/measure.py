@@ -74,6 +74,20 @@ def connected(source: str = "sine", model: str = "FeroxA") -> Iterator[tuple[Any
         yield device, bench
 
 
+@contextmanager
+def echoing(payload: str) -> Iterator[tuple[str, int]]:
+    """The address of a server that answers every request at once, always with the same payload."""
+    source = Path(__file__).parent
+    build = source.parent / "build" / "benchmarks"
+    configure = ["cmake", "-S", str(source), "-B", str(build), "-DCMAKE_BUILD_TYPE=Release"]
+    for command in (configure, ["cmake", "--build", str(build)]):
+        subprocess.run(command, stdout=subprocess.DEVNULL, check=True)
+    command = [str(build / "echo_server"), payload]
+    with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as server:
+        assert server.stdout is not None
+        yield "127.0.0.1", int(server.stdout.readline())
+
+
 def in_new_process(script: str, *arguments: object, environ: dict[str, str] | None = None) -> Any:
     """Runs a script of this directory and returns what it prints last, as JSON."""
     command = [sys.executable, str(Path(__file__).parent / script), *map(str, arguments)]
