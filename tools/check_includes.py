@@ -1,7 +1,7 @@
 """Fails on an include that points up: check_includes.py [ROOT]
 
 Each room may include itself and the rooms before it. The virtual bench stands beside them and shares core/
-only. What the system or a third party offers may be reserved to some rooms too.
+only. What the system, the language or a third party offers may be reserved to some rooms too.
 """
 
 import re
@@ -9,7 +9,7 @@ import sys
 from pathlib import Path
 from typing import Iterator, NamedTuple
 
-ORDER = ("core", "transport", "protocol", "modules", "models", "binding")
+ORDER = ("core", "runtime", "transport", "protocol", "modules", "models", "binding")
 MAY_INCLUDE = {room: set(ORDER[: place + 1]) for place, room in enumerate(ORDER)} | {
     "virtual": {"virtual", "core"}
 }
@@ -17,9 +17,17 @@ MAY_INCLUDE = {room: set(ORDER[: place + 1]) for place, room in enumerate(ORDER)
 # (what an include begins with, the rooms that may have it)
 RESERVED = (
     (re.compile(r"pybind11/|Python\.h$"), {"binding"}),
-    (re.compile(r"boost/context/"), {"protocol"}),
+    (re.compile(r"boost/context/"), {"runtime"}),
     (re.compile(r"sys/socket\.h$|netinet/|libusb|termios\.h$"), {"transport", "virtual"}),
-    (re.compile(r"thread$|pthread\.h$"), {"transport", "protocol", "binding"}),
+    (re.compile(r"condition_variable$|shared_mutex$|semaphore$|pthread\.h$"), {"runtime"}),
+    (re.compile(r"thread$"), {"runtime", "transport", "protocol", "binding"}),
+)
+
+# (a name of the language or the system, what stands for it, the rooms that may use it)
+NAMES = (
+    (re.compile(r"\bstd::(\w*mutex|condition_variable\w*|lock_guard|unique_lock|scoped_lock)\b"), "Mutex", {"runtime"}),
+    # Started, not held: `std::thread(`, `std::thread name(` and so on.
+    (re.compile(r"\bstd::(j?thread(\s+\w+)?\s*[({]|async\b)|\bpthread_\w+"), "startThread", {"runtime"}),
 )
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*([<"])([^>"]+)[>"]', re.MULTILINE)
@@ -56,7 +64,7 @@ def room_of(root: Path, path: Path) -> str:
 
 
 def violations(root: Path) -> Iterator[str]:
-    """One line per arrow that must not be there."""
+    """One line per arrow, and per name, that must not be there."""
     root = root.resolve()
     for source in source_files(root):
         room = room_of(root, source)
@@ -74,6 +82,10 @@ def violations(root: Path) -> Iterator[str]:
             for begins, rooms in RESERVED:
                 if room not in rooms and begins.match(include.name):
                     yield f"{where}: only {', '.join(sorted(rooms))} may include this"
+        for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+            for name, instead, rooms in NAMES:
+                if room not in rooms and (found := name.search(line.partition("//")[0])):
+                    yield f"{place}:{number}: {found[0]}: outside {', '.join(sorted(rooms))} this is {instead}"
 
 
 def main() -> int:

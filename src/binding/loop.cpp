@@ -128,7 +128,7 @@ void LoopPort::attach(const py::object& loop) {
 void LoopPort::post(std::uint64_t ticket) {
   bool first = false;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     first = posted_.empty();
     posted_.push_back(ticket);
   }
@@ -151,7 +151,7 @@ void LoopPort::drain() {
 void LoopPort::fireAll() {
   std::vector<std::uint64_t> tickets;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     tickets.swap(posted_);
   }
   auto next = tickets.begin();
@@ -179,7 +179,7 @@ void LoopPort::fire(std::uint64_t ticket) {
 }
 
 void LoopPort::watch(const std::shared_ptr<Source>& source) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   bool known = false;
   std::erase_if(watched_, [&](const auto& entry) {
     const auto watched = entry.lock();
@@ -195,7 +195,7 @@ void LoopPort::watch(const std::shared_ptr<Source>& source) {
 void LoopPort::startWatching() {
   std::vector<std::shared_ptr<Source>> sources;
   {
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     sources.swap(unwatched_);
   }
   for (auto& source : sources) {
@@ -217,7 +217,7 @@ void LoopPort::read(const std::shared_ptr<Source>& source) {
   fireAll();
   if (!more) {
     {
-      const std::lock_guard lock(mutex_);
+      const Lock lock(mutex_);
       std::erase_if(watched_, [&](const auto& entry) { return entry.lock() == source; });
     }
     loop().attr("remove_reader")(source->fd());

@@ -3,9 +3,9 @@
 
 #include "binding/bindings.h"
 #include "runtime/fiber.h"
+#include "runtime/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <set>
 #include <unordered_map>
 #include <utility>
@@ -49,10 +49,11 @@ class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort>
   void read(const std::shared_ptr<Source>& source);
 
   int event_fd_;
-  std::mutex mutex_;  // guards the three that follow
-  std::vector<std::uint64_t> posted_;
-  std::vector<std::weak_ptr<Source>> watched_;  // weak: a loop that is closed lets go of them, and the port lives on
-  std::vector<std::shared_ptr<Source>> unwatched_;        // which the loop has yet to be told of
+  Mutex mutex_;
+  std::vector<std::uint64_t> posted_ QVX_GUARDED_BY(mutex_);
+  // Weak: a loop that is closed lets go of them, and the port lives on.
+  std::vector<std::weak_ptr<Source>> watched_ QVX_GUARDED_BY(mutex_);
+  std::vector<std::shared_ptr<Source>> unwatched_ QVX_GUARDED_BY(mutex_);  // which the loop has yet to be told of
   std::unordered_map<std::uint64_t, PyObject*> futures_;  // borrowed: the coroutine holds it and forgets the ticket
   // One timer serves all waits, most of which end long before their deadline.
   std::set<std::pair<Clock::time_point, std::uint64_t>> deadlines_;

@@ -105,8 +105,8 @@ std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline, const std
 
 // One of the threads that wait reads for all. It goes on until its own reply is there, and then offers its turn to
 // another that waits; who has none of that reads at once.
-void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline, const std::shared_ptr<Reader>& reader)
-    QVX_UNCHECKED {
+void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline,
+                                    const std::shared_ptr<Reader>& reader) QVX_UNCHECKED {
   struct Turn {
     ReplyPool& pool;
     ~Turn() {
@@ -120,7 +120,7 @@ void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline, const 
     if (pool_.reading_ != nullptr || !reader->usable()) {
       offered_ = false;
       const auto place = pool_.following_.insert(pool_.following_.end(), this);
-      const auto leave = [&](Waiter*) { pool_.following_.erase(place); };
+      const auto leave = [&](Waiter*) QVX_REQUIRES(pool_.mutex_) { pool_.following_.erase(place); };
       const std::unique_ptr<Waiter, decltype(leave)> following(this, leave);
       if (!changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over() || offered_; })) {
         break;
@@ -166,8 +166,8 @@ bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
 bool ReplyPool::Waiter::forgetLost() {
   const Lock lock(pool_.mutex_);
   const auto quiet = Clock::now() - std::max(line_->sent, line_->came);
-  const bool lost = asked_ && line_->passed != passed_ && line_->waiters.size() <= 1 && quiet > kGap &&
-                    quiet > 4 * pool_.slowest_;
+  const bool lost =
+      asked_ && line_->passed != passed_ && line_->waiters.size() <= 1 && quiet > kGap && quiet > 4 * pool_.slowest_;
   if (lost) {
     line_->copies.clear();
   }
@@ -201,7 +201,8 @@ void ReplyPool::offerTurn() {
 }
 
 void ReplyPool::serve(Waiter& waiter, Bytes reply) {
-  waiter.line_->kept.reset();  // an older one
+  waiter.pool_.mutex_.assertHeld();  // it is this pool's
+  waiter.line_->kept.reset();        // an older one
   waiter.reply_ = std::move(reply);
   waiter.part();
   if (waiter.asked_) {

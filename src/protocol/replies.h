@@ -9,8 +9,8 @@
 //   - It was sent without waiting: the reply is for who waits without having asked, else it waits in the pool.
 //   - There is no such copy: nobody asked. The reply waits in the pool, where a newer one overwrites it.
 // A medium that loses nothing keeps this count exact for ever. Where a copy or its reply is lost, the replies that
-// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten: when
-// nothing has been sent or has come for as long as nothing takes on that medium.
+// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten:
+// when nothing has been sent or has come for as long as nothing takes on that medium.
 #pragma once
 
 #include "core/bytes.h"
@@ -94,7 +94,7 @@ class ReplyPool {
     bool joined_ = false;
     End end_ = End::None;
     bool late_ = false;
-    bool offered_ = false;  // the turn at reading
+    bool offered_ = false;      // the turn at reading
     std::uint64_t passed_ = 0;  // how many replies of the line had passed everybody by before the first copy
     std::optional<Bytes> reply_;
     Condition changed_;

@@ -1,5 +1,7 @@
 #include "runtime/fiber.h"
 
+#include "runtime/mutex.h"
+
 #include "core/errors.h"
 
 #include <boost/context/fiber.hpp>
@@ -9,7 +11,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
@@ -54,7 +55,7 @@ class StackPool {
  public:
   ctx::stack_context allocate() {
     {
-      const std::lock_guard lock(mutex_);
+      const Lock lock(mutex_);
       if (used_ == kMostStacks) {
         fail(ErrorId::InputDataNotInRangeError,
              "No more than " + std::to_string(kMostStacks) +
@@ -69,7 +70,7 @@ class StackPool {
     }
     void* const base = map();
     if (base == nullptr) {
-      const std::lock_guard lock(mutex_);
+      const Lock lock(mutex_);
       --used_;
       throw std::bad_alloc();
     }
@@ -81,7 +82,7 @@ class StackPool {
 
   void deallocate(ctx::stack_context& stack) noexcept {
     {
-      const std::lock_guard lock(mutex_);
+      const Lock lock(mutex_);
       --used_;
       if (kept_.size() < kStacksKept) {
         kept_.push_back(stack);
@@ -107,9 +108,9 @@ class StackPool {
   }
 
   const std::size_t guard_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  std::mutex mutex_;  // guards the two that follow
-  std::size_t used_ = 0;
-  std::vector<ctx::stack_context> kept_;
+  Mutex mutex_;
+  std::size_t used_ QVX_GUARDED_BY(mutex_) = 0;
+  std::vector<ctx::stack_context> kept_ QVX_GUARDED_BY(mutex_);
 };
 
 // Never destroyed: a fiber may outlive static destruction.

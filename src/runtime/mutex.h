@@ -37,6 +37,8 @@ class QVX_THREAD_SAFETY(capability("mutex")) Mutex {
 class QVX_THREAD_SAFETY(scoped_lockable) Lock {
  public:
   explicit Lock(Mutex& mutex) QVX_THREAD_SAFETY(acquire_capability(mutex)) : lock_(mutex.mutex_) {}
+  // Takes over a mutex that the caller holds.
+  Lock(Mutex& mutex, std::adopt_lock_t adopt) QVX_REQUIRES(mutex) : lock_(mutex.mutex_, adopt) {}
   ~Lock() QVX_THREAD_SAFETY(release_capability()) {}
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;

@@ -106,9 +106,7 @@ class Condition {
     template <class Ready>
     QVX_UNCHECKED Registration(Condition& condition, Lock& lock, Fiber& fiber, Ready& ready)
         : condition_(condition), lock_(lock), ticket_(fiber.newTicket()) {
-      condition_.fibers_.push_back({fiber.scheduler().get(), ticket_,
-                                    [](void* condition_met) { return bool((*static_cast<Ready*>(condition_met))()); },
-                                    &ready});
+      condition_.fibers_.push_back({fiber.scheduler().get(), ticket_, &isReady<Ready>, &ready});
       lock_.unlock();
     }
     QVX_UNCHECKED ~Registration() {
@@ -119,6 +117,11 @@ class Condition {
     Registration& operator=(const Registration&) = delete;
 
    private:
+    template <class Ready>
+    static bool isReady(void* ready) QVX_UNCHECKED {
+      return (*static_cast<Ready*>(ready))();
+    }
+
     Condition& condition_;
     Lock& lock_;
     std::uint64_t ticket_;

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -37,9 +36,9 @@ class Intake {
   }
   // The same, unless a step is being taken.
   template <class Read>
-  void tryStep(Read read) QVX_UNCHECKED {
+  void tryStep(Read read) {
     if (mutex_.try_lock()) {
-      const std::lock_guard lock(mutex_, std::adopt_lock);
+      const Lock lock(mutex_, std::adopt_lock);
       file(read());
     }
   }

@@ -17,7 +17,6 @@
 #include <cstring>
 #include <memory>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace qvx {

@@ -95,14 +95,15 @@ class USBClient::Link {
 
   void runEvents();
   static void LIBUSB_CALL finished(libusb_transfer* usb);
-  // Raises nothing: a transfer that cannot be submitted loses the connection. The mutex is held.
-  void submit(Transfer& transfer);
-  void submitRead(Transfer& read);
-  // Ends what is in flight; the reader still gets what came before. The mutex is held.
-  void lose(const std::string& reason);
+  // Raises nothing: a transfer that cannot be submitted loses the connection.
+  void submit(Transfer& transfer) QVX_REQUIRES(mutex_);
+  void submitRead(Transfer& read) QVX_REQUIRES(mutex_);
+  // Ends what is in flight; the reader still gets what came before.
+  void lose(const std::string& reason) QVX_REQUIRES(mutex_);
   void cancel(Transfer& transfer);
-  // Moves what has been read into `bytes`, up to `size` in all, and starts those reads anew. The mutex is held.
-  void collect(Bytes& bytes, std::size_t size);
+  // Moves what has been read into `bytes`, up to `size` in all, and starts those reads anew.
+  void collect(Bytes& bytes, std::size_t size) QVX_REQUIRES(mutex_);
+
   USBPort port_;
   mutable Mutex mutex_;
   Condition changed_;
@@ -224,7 +225,8 @@ void USBClient::Link::send(ByteView frame, Clock::time_point deadline, const std
     failUSB(lost_);
   }
   try {
-    changed_.wait(lock, deadline, [&]() QVX_REQUIRES(mutex_) { return out.state == State::Done || ended_ || !lost_.empty(); });
+    changed_.wait(lock, deadline,
+                  [&]() QVX_REQUIRES(mutex_) { return out.state == State::Done || ended_ || !lost_.empty(); });
   } catch (...) {
     interrupt = std::current_exception();
   }
@@ -249,8 +251,9 @@ Bytes USBClient::Link::receive(std::size_t size, const Deadline& deadline) {
   Bytes bytes;
   Lock lock(mutex_);
   while (bytes.empty() && size != 0) {
-    const bool due =
-        changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) { return woken_ || ended_ || reads_[next_read_]->state != State::InFlight; });
+    const bool due = changed_.wait(lock, deadline, [this]() QVX_REQUIRES(mutex_) {
+      return woken_ || ended_ || reads_[next_read_]->state != State::InFlight;
+    });
     if (!due || ended_) {
       break;
     }
@@ -300,7 +303,8 @@ void USBClient::Link::close() {
     for (const auto& read : reads_) {
       cancel(*read);
     }
-    changed_.waitUndisturbed(lock, std::nullopt, [this]() QVX_REQUIRES(mutex_) { return in_flight_ == 0 && senders_ == 0; });
+    changed_.waitUndisturbed(lock, std::nullopt,
+                             [this]() QVX_REQUIRES(mutex_) { return in_flight_ == 0 && senders_ == 0; });
     reads_.clear();
   }
   stopping_ = true;
