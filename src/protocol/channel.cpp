@@ -12,7 +12,7 @@ class ConnectionReader final : public Source, public Reader {
   ConnectionReader(std::shared_ptr<Transport> client, std::shared_ptr<const Descriptor> descriptor,
                    std::shared_ptr<Intake> intake)
       : client_(std::move(client)), descriptor_(std::move(descriptor)), intake_(std::move(intake)) {}
-  bool reads(const std::shared_ptr<const Descriptor>& descriptor) const { return descriptor_ == descriptor; }
+  bool reads(const std::shared_ptr<Transport>& client) const { return !over_ && client_ == client; }
   // The channel has another connection now. This one may still be open, in somebody else's hands.
   void retire() { over_ = true; }
 
@@ -29,6 +29,7 @@ class ConnectionReader final : public Source, public Reader {
     }
   }
   void wake() override { woken_.signal(); }
+  // Also where the connection was renewed without the channel's knowledge: the descriptor is then another one's.
   void read(const Deadline& deadline) override {
     std::array<pollfd, 2> fds{pollfd{descriptor_->get(), POLLIN, 0}, pollfd{woken_.fd(), POLLIN, 0}};
     if (!waitReady(fds, deadline)) {
@@ -89,21 +90,20 @@ void Channel::wake() {
 std::shared_ptr<Reader> Channel::expectReply() {
   const Fiber* const fiber = Fiber::current();
   const auto client = setup_.client->get();
-  auto descriptor = client ? client->watchable() : nullptr;
-  if (!descriptor) {
-    return nullptr;
-  }
   std::shared_ptr<ConnectionReader> reader;
   {
     const Lock lock(reader_mutex_);
-    reader = reader_;
-    if (!reader || !reader->reads(descriptor)) {
-      if (reader) {
-        reader->retire();
+    if (!reader_ || !reader_->reads(client)) {
+      if (reader_) {
+        reader_->retire();
       }
-      reader = std::make_shared<ConnectionReader>(client, std::move(descriptor), intake_);
-      reader_ = reader;
+      auto descriptor = client ? client->watchable() : nullptr;
+      reader_ = descriptor ? std::make_shared<ConnectionReader>(client, std::move(descriptor), intake_) : nullptr;
     }
+    reader = reader_;
+  }
+  if (!reader) {
+    return nullptr;
   }
   if (fiber != nullptr) {
     intake_->renewLease();

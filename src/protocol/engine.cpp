@@ -100,8 +100,11 @@ std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeo
     return std::nullopt;
   }
   auto reply = waiter.wait(deadlineAfter(timeout), reader);
-  if (reply && waiter.lateForTheFirstTime()) {
-    host().warn(ErrorId::LateReplyWarning);
+  if (reply) {
+    if (waiter.lateForTheFirstTime()) {
+      host().warn(ErrorId::LateReplyWarning);
+    }
+    return reply;
   }
   if (waiter.lost()) {
     refuseLost();

@@ -154,8 +154,11 @@ bool ReplyPool::Waiter::ended() const {
 }
 
 bool ReplyPool::Waiter::lateForTheFirstTime() {
+  if (!late_) {  // who has a reply is left alone
+    return false;
+  }
   const Lock lock(pool_.mutex_);
-  return late_ && !std::exchange(pool_.late_told_, true);
+  return !std::exchange(pool_.late_told_, true);
 }
 
 bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
@@ -370,9 +373,5 @@ void ReplyPool::close() {
   idle_.notifyHeld();
 }
 
-bool ReplyPool::closed() const {
-  const Lock lock(mutex_);
-  return closed_;
-}
 
 }  // namespace qvx

@@ -17,6 +17,7 @@
 #include "core/errors.h"
 #include "runtime/wait.h"
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <list>
@@ -65,11 +66,12 @@ class ReplyPool {
     // Takes the reply as soon as it is there; nothing when `deadline` passes first, when the pool is closed, when the
     // connection has ended. On a thread, `reader` reads the connection meanwhile.
     std::optional<Bytes> wait(const Deadline& deadline, const std::shared_ptr<Reader>& reader = nullptr);
-    // Why no reply will come any more: the connection on which the request was sent is lost, or was ended.
+    // After a wait in vain: why no reply will come any more, because the connection on which the request was sent is
+    // lost, or was ended.
     bool lost() const;
     bool ended() const;
-    // Whether the reply that was taken answers an earlier request whose asker had given up; true once for each
-    // connection.
+    // After a wait that was not: whether the reply answers an earlier request whose asker had given up; true once for
+    // each connection.
     bool lateForTheFirstTime();
     // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
     // nothing has come for `quiet` now.
@@ -129,7 +131,7 @@ class ReplyPool {
   std::optional<Failure> loss() const;
   // Ends every wait, now and later.
   void close();
-  bool closed() const;
+  bool closed() const { return closed_; }
 
  private:
   enum class Source : std::uint8_t { Device, Late, Application };
@@ -171,7 +173,7 @@ class ReplyPool {
   Clock::duration silence_ QVX_GUARDED_BY(mutex_){};
   Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that have come on this connection
   std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);
-  bool closed_ QVX_GUARDED_BY(mutex_) = false;
+  std::atomic<bool> closed_ = false;                  // set under the mutex
   // Whose turn it is to read the connection, on which thread; and who would take it over.
   Waiter* reading_ QVX_GUARDED_BY(mutex_) = nullptr;
   std::shared_ptr<Reader> reader_ QVX_GUARDED_BY(mutex_);

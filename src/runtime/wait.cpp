@@ -16,12 +16,12 @@ constexpr std::chrono::milliseconds kStretch{50};
 
 Stretches::Stretches(const Deadline& deadline) : deadline_(deadline), interruptible_(host().interruptible()) {}
 
-Deadline Stretches::next() {
+Deadline Stretches::next(Clock::time_point now) {
   if (!interruptible_) {
     last_ = true;
     return deadline_;
   }
-  const auto end = Clock::now() + kStretch;
+  const auto end = now + kStretch;
   last_ = deadline_ && *deadline_ <= end;
   return last_ ? deadline_ : end;
 }
@@ -41,10 +41,11 @@ void pauseUntil(const Deadline& deadline) {
 bool waitReady(std::span<pollfd> fds, const Deadline& deadline) {
   Stretches stretches(deadline);
   for (;;) {
-    const Deadline end = stretches.next();
+    const auto now = Clock::now();
+    const Deadline end = stretches.next(now);
     timespec limit{};
     if (end) {
-      const auto left = std::max(*end - Clock::now(), Clock::duration::zero());
+      const auto left = std::max(*end - now, Clock::duration::zero());
       const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
       limit = {static_cast<std::time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
     }

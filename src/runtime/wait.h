@@ -23,8 +23,8 @@ namespace qvx {
 class Stretches {
  public:
   explicit Stretches(const Deadline& deadline);
-  // When the stretch that begins now ends.
-  Deadline next();
+  // When the stretch that begins `now` ends.
+  Deadline next(Clock::time_point now = Clock::now());
   // Whether that was the last.
   bool over() const { return last_; }
   // Between two stretches: passes on what the host throws at Ctrl-C. With no mutex held.

@@ -57,10 +57,7 @@ class Intake {
   Clock::time_point leasedUntil() const { return Clock::time_point(Clock::duration(leased_until_.load())); }
 
   // Somebody waits at the connection, until leave(). One at a time.
-  void attend() {
-    attended_ = true;
-    renewLease();
-  }
+  void attend() { attended_ = true; }
   // True when the receive thread has to be woken: it sleeps without a limit.
   bool leave() {
     renewLease();
