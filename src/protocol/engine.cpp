@@ -166,8 +166,26 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
     }
     return std::nullopt;
   };
-  for (int sent = 0; sent < most && elapsed < timeout; ++sent) {
+  const auto sendAgain = [&] {
+    if (again && waiter.farBehind()) {
+      waiter.dryLine();
+      pause = kPauseForLost;
+    }
+    if (waiter.isHeldBack()) {
+      const auto began = Clock::now();
+      const bool wanted = waiter.holdBack(deadlineAfter(timeout - elapsed));
+      elapsed += std::chrono::duration<double>(Clock::now() - began).count();
+      if (waiter.hasForgotten()) {
+        host().warn(ErrorId::LateReplyWarning, kForgotten);
+      }
+      if (!wanted) {
+        return;
+      }
+    }
     send(cmd, data_out, &waiter);
+  };
+  for (int sent = 0; sent < most && elapsed < timeout; ++sent) {
+    sendAgain();
     // The last attempt of a coroutine keeps within the total; a blocking one always waits its 0.01 s.
     if (auto reply = wait(coroutine ? std::min(attempt, timeout - elapsed) : attempt)) {
       return reply;
@@ -175,14 +193,14 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
   }
   do {
     if (again && elapsed < timeout) {
-      send(cmd, data_out, &waiter);
+      sendAgain();
     }
     if (auto reply = wait(timeout - elapsed)) {
       return reply;
     }
   } while (again);
-  if (waiter.forgetLost()) {
-    host().warn(ErrorId::LateReplyWarning, kForgotten);
+  if (waiter.passedOver({})) {
+    waiter.dryLine();
   }
   return std::nullopt;
 }

@@ -8,6 +8,8 @@ namespace {
 
 // A medium that has carried replies and then none for so long has lost the others.
 constexpr std::chrono::seconds kGap{1};
+// Each of so many copies costs a repeat, and those come at growing intervals.
+constexpr std::ptrdiff_t kFarBehind = 3;
 
 }  // namespace
 
@@ -166,15 +168,39 @@ bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
   return asked_ && line_->passed != passed_ && Clock::now() - line_->came >= quiet;
 }
 
-bool ReplyPool::Waiter::forgetLost() {
+bool ReplyPool::Waiter::farBehind() const {
   const Lock lock(pool_.mutex_);
-  const auto quiet = Clock::now() - std::max(line_->sent, line_->came);
-  const bool lost =
-      asked_ && line_->passed != passed_ && line_->waiters.size() <= 1 && quiet > kGap && quiet > 4 * pool_.slowest_;
-  if (lost) {
-    line_->copies.clear();
+  const auto first = std::ranges::find(line_->copies, asked_);
+  const Clock::duration quiet =
+      pool_.slowest_ > Clock::duration::zero() ? 2 * pool_.slowest_ : Clock::duration(kGap);
+  return first != line_->copies.end() && first - line_->copies.begin() >= kFarBehind &&
+         Clock::now() - line_->came >= quiet;
+}
+
+void ReplyPool::Waiter::dryLine() {
+  const Lock lock(pool_.mutex_);
+  line_->drying = true;
+}
+
+bool ReplyPool::Waiter::holdBack(const Deadline& deadline) {
+  Lock lock(pool_.mutex_);
+  const auto useless = [this]() QVX_REQUIRES(pool_.mutex_) { return !line_->drying || over() || pool_.loss_; };
+  while (!useless()) {
+    const auto dry = std::max(line_->sent, line_->came) + std::max<Clock::duration>(kGap, 4 * pool_.slowest_);
+    if (Clock::now() >= dry) {
+      line_->drying = false;
+      forgotten_ = !line_->copies.empty();
+      line_->copies.clear();
+      break;
+    }
+    if (deadline && Clock::now() >= *deadline) {
+      return false;
+    }
+    // Only who has asked already can be served meanwhile.
+    Condition& changed = joined_ ? changed_ : pool_.idle_;
+    changed.wait(lock, deadline ? std::min(*deadline, dry) : dry, useless);
   }
-  return lost;
+  return !reply_;
 }
 
 void ReplyPool::setLateReplies(bool kept) {
@@ -254,7 +280,12 @@ void ReplyPool::arrive(int key, Bytes reply) {
   }
   const auto copy = std::move(line.copies.front());
   line.copies.pop_front();
-  slowest_ = std::max(slowest_, line.came - copy->sent);
+  if (line.copies.empty()) {  // else it may be the reply to a later one
+    slowest_ = std::max(slowest_, line.came - copy->sent);
+    if (line.drying.exchange(false)) {
+      idle_.notifyHeld();
+    }
+  }
   if (copy->waiter != nullptr) {
     serve(*copy->waiter, std::move(reply));
     return;
@@ -339,6 +370,7 @@ void ReplyPool::begin(Clock::duration silence) {
   const Lock lock(mutex_);
   for (auto& [key, line] : lines_) {
     line.copies.clear();
+    line.drying = false;
     if (line.kept && line.kept->source != Source::Application) {
       line.kept.reset();
     }

@@ -9,8 +9,10 @@
 //   - It was sent without waiting: the reply is for who waits without having asked, else it waits in the pool.
 //   - There is no such copy: nobody asked. The reply waits in the pool, where a newer one overwrites it.
 // A medium that loses nothing keeps this count exact for ever. Where a copy or its reply is lost, the replies that
-// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten:
-// when nothing has been sent or has come for as long as nothing takes on that medium.
+// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten: when
+// nothing has been sent or has come for as long as nothing takes on that medium. A line that has lost so many that
+// repeats no longer help makes that pause itself, a shorter one, and says so: nothing more is sent on it until nothing
+// has come for a while.
 #pragma once
 
 #include "core/bytes.h"
@@ -25,6 +27,7 @@
 #include <memory>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace qvx {
@@ -76,9 +79,18 @@ class ReplyPool {
     // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
     // nothing has come for `quiet` now.
     bool passedOver(Clock::duration quiet) const;
-    // After a wait in vain: replies have come, but not to this request, and none for a while. So copies or replies have
-    // been lost, and what is unanswered is forgotten. True when that was so.
-    bool forgetLost();
+    // Whether so many copies before the waiter's are unanswered that another one would not help, though nothing comes any
+    // more.
+    bool farBehind() const;
+    // Replies have come, but not to this request, so copies or replies have been lost: from now on nothing is sent with
+    // this key until the line is dry.
+    void dryLine();
+    // Before each copy: waits while the line is to run dry, and then forgets what is unanswered. False when nothing need
+    // or can be sent any more, or `deadline` has passed.
+    bool holdBack(const Deadline& deadline);
+    bool isHeldBack() const { return line_->drying; }
+    // Whether that has forgotten something; true once.
+    bool hasForgotten() { return std::exchange(forgotten_, false); }
 
    private:
     friend class ReplyPool;
@@ -96,7 +108,8 @@ class ReplyPool {
     bool joined_ = false;
     End end_ = End::None;
     bool late_ = false;
-    bool offered_ = false;      // the turn at reading
+    bool offered_ = false;  // the turn at reading
+    bool forgotten_ = false;
     std::uint64_t passed_ = 0;  // how many replies of the line had passed everybody by before the first copy
     std::optional<Bytes> reply_;
     Condition changed_;
@@ -150,6 +163,7 @@ class ReplyPool {
     std::deque<std::shared_ptr<Copy>> copies;
     std::list<Waiter*> waiters;  // who has no reply yet, in the order of coming
     std::optional<Kept> kept;
+    std::atomic<bool> drying = false;  // nothing is to be sent until all has come, or nothing for a while
     std::uint64_t passed = 0;  // replies that were not for who waited
     Clock::time_point sent;    // when the latest copy was
     Clock::time_point came;    // and the latest reply
@@ -167,11 +181,11 @@ class ReplyPool {
 
   mutable Mutex mutex_;
   std::map<int, Line> lines_ QVX_GUARDED_BY(mutex_);  // lines stay where they are once made
-  Condition idle_;                                    // of those who wait in vain
+  Condition idle_;                                    // of those who wait for no reply
   bool late_replies_ QVX_GUARDED_BY(mutex_) = true;
   bool late_told_ QVX_GUARDED_BY(mutex_) = false;
   Clock::duration silence_ QVX_GUARDED_BY(mutex_){};
-  Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that have come on this connection
+  Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that answered the only copy under way
   std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);
   std::atomic<bool> closed_ = false;                  // set under the mutex
   // Whose turn it is to read the connection, on which thread; and who would take it over.

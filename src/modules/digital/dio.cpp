@@ -37,9 +37,9 @@ Reply DIOOperations::request(int cmd, int port, std::initializer_list<std::uint1
   return link_.request(cmd, fields, checkedTimeout(timeout), repeat);
 }
 
-int DIOOperations::status(int cmd, int port, std::initializer_list<std::uint16_t> words,
-                          const Argument& timeout) const {
-  return request(cmd, port, words, timeout).status(1);
+int DIOOperations::status(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout,
+                          Repeat repeat) const {
+  return request(cmd, port, words, timeout, repeat).status(1);
 }
 
 // reply: port, status, words u16
@@ -213,7 +213,8 @@ PinStates DIOOperations::_getDIOState(const Argument& port, const Argument& mask
 
 int DIOOperations::_toggleDIODirection(const Argument& port, const Argument& mask, const Argument& state,
                                        const Argument& timeout) {
-  return status(TOGGLE_DIO_DIR, checkAnyPort(port), {checkedMask(mask), checkStates(state, "state")}, timeout);
+  return status(TOGGLE_DIO_DIR, checkAnyPort(port), {checkedMask(mask), checkStates(state, "state")}, timeout,
+                Repeat::Acts);
 }
 
 PinStates DIOOperations::_readAndGetDI(const Argument& port, const Argument& mask, const Argument& timeout) {

@@ -144,7 +144,8 @@ class DIOOperations : public DIOBased {
   // Every command is the port and some words, and every reply the port, a status and some words.
   Reply request(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout,
                 Repeat repeat = Repeat::Harmless) const;
-  int status(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout) const;
+  int status(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout,
+             Repeat repeat = Repeat::Harmless) const;
   // The `index`th word of a reply.
   PinStates states(const Reply& reply, std::size_t index = 0) const;
 
