@@ -7,6 +7,7 @@
 #include "binding/pools.h"
 #include "binding/transports.h"
 #include "core/constants.h"
+#include "core/host.h"
 
 #include <pybind11/stl.h>
 
@@ -80,9 +81,11 @@ class ForeignQueueBody final : public CoroutineBody {
   }
 
  private:
+  // A queue's methods may be native: then no Python runs here in which a signal would be handled.
   std::int64_t size() const {
     std::int64_t count = 0;
     Fiber::outside([&] {
+      host().checkInterrupt();
       const Locked locked;
       count = queue_.attr("qsize")().cast<std::int64_t>();
     });

@@ -7,7 +7,7 @@ import pytest
 from fakes import PATIENCE_S, forks, run_script, start_script
 
 START = """
-import asyncio, gc, os, signal, socket, sys, threading, time
+import asyncio, gc, os, signal, socket, sys, threading, time, types
 import pyqvx
 from qvx_virtual import VirtualDevice
 """
@@ -62,6 +62,7 @@ with VirtualDevice() as bench:
         "device._getReplyFromPool(5, 0)",
         "device.AI_readStreaming(0, 10, 600)",
         "device._getStreamingFromPool(device.data_pool_strm[49, 0], 10, 600)",
+        "device._getStreamingFromPool(types.SimpleNamespace(qsize=[].__len__, get_nowait=[].pop), 1, 0)",
         "device.data_pool_strm[49, 0].get()",
         "device.recv_cmd_thread.join()",
         "device.ai_lock.acquire()",
