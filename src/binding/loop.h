@@ -43,7 +43,7 @@ class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort>
   bool belongsTo(const py::object& loop) const;
   void drain();
   void fireAll();
-  void fire(std::uint64_t ticket);
+  void fire(std::uint64_t ticket, bool alone);
   void setTimer();
   void fireLate(Clock::rep timer);
   void read(const std::shared_ptr<Source>& source);

@@ -1,6 +1,7 @@
 """The coroutine forms in event loops: concurrency, cancelling, several loops, the coroutine protocol."""
 
 import asyncio
+import contextvars
 import gc
 import os
 import threading
@@ -218,6 +219,27 @@ def test_a_loop_lets_go_of_connections(bench):
         loop.close()
         device.disconnect()
         assert eventually(lambda: sockets() == before)
+
+
+def test_a_task_goes_on_as_itself(silent):
+    """In its own context, and as the current task, whether its reply comes alone or beside others."""
+    number = contextvars.ContextVar("number")
+
+    async def ask(code):
+        number.set(code)
+        reply = await silent._getReplyFromPool_async(code)
+        return reply, number.get(), asyncio.current_task().get_name()
+
+    async def main():
+        tasks = [asyncio.create_task(ask(code), name=f"task {code}") for code in (7, 8, 9)]
+        await asyncio.sleep(0)
+        for codes in ((8,), (7, 9)):
+            for code in codes:
+                silent.data_pool_echo[code] = b"reply"
+            await asyncio.sleep(0.01)
+        assert await asyncio.gather(*tasks) == [(b"reply", code, f"task {code}") for code in (7, 8, 9)]
+
+    asyncio.run(main())
 
 
 def test_waits_end_in_the_order_of_their_deadlines(silent):
