@@ -168,7 +168,7 @@ TEST(ReplyPool, ALineThatIsFarBehindRunsDryBeforeMoreIsSent) {
   pool.arrive(kKey, {3});
   EXPECT_EQ(asker.wait(Clock::now()), Bytes{3});
 
-  // A loss or a reply ends the pause.
+  // A loss ends the pause, and so does the last reply that is owed.
   const auto hold = [](ReplyPool::Waiter& waiter) {
     return std::async(std::launch::async, [&] { return waiter.holdBack(Clock::now() + kPatience); });
   };
@@ -180,6 +180,9 @@ TEST(ReplyPool, ALineThatIsFarBehindRunsDryBeforeMoreIsSent) {
   pool.arrive(kKey, {4});
   EXPECT_FALSE(late_held.get());
   EXPECT_EQ(late.wait(Clock::now()), Bytes{4});
+  EXPECT_FALSE(other.isHeldBack());  // all has come
+  other.sending();
+  other.dryLine();
   auto held = hold(other);
   EXPECT_EQ(held.wait_for(kGlance), std::future_status::timeout);
   pool.end(Failure(ErrorId::NetworkConnectionLostError));
