@@ -160,7 +160,8 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
       elapsed += slice;
       time -= slice;
       if (slice == pause) {
-        again = waiter.passedOver(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice)));
+        // The reply has taken a part of the slice.
+        again = waiter.passedOver(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice / 2)));
         pause *= 2;
       }
     }

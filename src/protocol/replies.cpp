@@ -6,10 +6,11 @@
 namespace qvx {
 namespace {
 
-// A medium that has carried replies and then none for so long has lost the others.
-constexpr std::chrono::seconds kGap{1};
-// Each of so many copies costs a repeat, and those come at growing intervals.
-constexpr std::ptrdiff_t kFarBehind = 3;
+// A device that has answered and then not for so long, nor for four times as long as it ever took, answers no more of
+// what it has been sent. One may pause between two replies: to write its flash memory, or for a slow command.
+constexpr std::chrono::seconds kGap{2};
+// When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
+constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
@@ -170,11 +171,8 @@ bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
 
 bool ReplyPool::Waiter::farBehind() const {
   const Lock lock(pool_.mutex_);
-  const auto first = std::ranges::find(line_->copies, asked_);
-  const Clock::duration quiet =
-      pool_.slowest_ > Clock::duration::zero() ? 2 * pool_.slowest_ : Clock::duration(kGap);
-  return first != line_->copies.end() && first - line_->copies.begin() >= kFarBehind &&
-         Clock::now() - line_->came >= quiet;
+  const Clock::duration quiet = pool_.slowest_ > Clock::duration::zero() ? 2 * pool_.slowest_ : kGap;
+  return line_->copies.size() >= kFarBehind && Clock::now() - line_->came >= quiet;
 }
 
 void ReplyPool::Waiter::dryLine() {

@@ -79,8 +79,7 @@ class ReplyPool {
     // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
     // nothing has come for `quiet` now.
     bool passedOver(Clock::duration quiet) const;
-    // Whether so many copies before the waiter's are unanswered that another one would not help, though nothing comes any
-    // more.
+    // Whether nothing comes any more, though so many copies are unanswered that another one would not help.
     bool farBehind() const;
     // Replies have come, but not to this request, so copies or replies have been lost: from now on nothing is sent with
     // this key until the line is dry.
