@@ -96,12 +96,12 @@ void Connection::connect(Opening opening) {
                        [&]() QVX_REQUIRES(mutex_) { return request->begun || request->served; })) {
       request->given_up = true;
       request->unattended = true;
-      undoing.release();
+      static_cast<void>(undoing.release());
       fail(connection_error_, "The transport of this device has not come back from its last read.");
     }
     changed_.wait(lock, std::nullopt, [&]() QVX_REQUIRES(mutex_) { return request->served; });
   }
-  undoing.release();
+  static_cast<void>(undoing.release());
   conclude(request);
 }
 
@@ -206,8 +206,7 @@ void Connection::press(const std::shared_ptr<Request>& request, const Deadline& 
     Lock lock(mutex_);
     const auto served = [&]() QVX_REQUIRES(mutex_) { return request->served; };
     const Deadline until = std::min(*deadline, Clock::now() + pause);
-    const bool done =
-        undisturbed ? changed_.waitUndisturbed(lock, until, served) : changed_.wait(lock, until, served);
+    const bool done = undisturbed ? changed_.waitUndisturbed(lock, until, served) : changed_.wait(lock, until, served);
     if (done || Clock::now() >= *deadline) {
       return;
     }
@@ -246,8 +245,9 @@ void Connection::conclude(const std::shared_ptr<Request>& request) {
   for (const std::string& line : request->lines) {
     host().print(line);
   }
+  // Taken out of the request, which the owner may be the last to let go of: the exception belongs to this thread now.
   if (request->failure) {
-    std::rethrow_exception(request->failure);
+    std::rethrow_exception(std::exchange(request->failure, nullptr));
   }
 }
 

@@ -14,10 +14,11 @@ constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key) : pool_(pool) {
-  const Lock lock(pool_.mutex_);
-  line_ = &pool_.lineOf(key);
-}
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key)
+    : pool_(pool), line_([&] {
+        const Lock lock(pool.mutex_);
+        return &pool.lineOf(key);
+      }()) {}
 
 ReplyPool::Waiter::~Waiter() {
   const Lock lock(pool_.mutex_);

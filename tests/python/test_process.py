@@ -2,6 +2,7 @@
 
 import signal
 import time
+from pathlib import Path
 
 import pytest
 from fakes import PATIENCE_S, forks, run_script, start_script
@@ -193,3 +194,126 @@ with VirtualDevice(stream_as_fast_as_possible=True) as bench, pyqvx.FeroxA(verbo
     device.AI_closeStreaming(0)
 """
     )
+
+
+# A transport written in Python that is deaf: it comes back from a read when `seconds` have passed, or not at all.
+DEAF = """
+sys.path.insert(0, {folder!r})
+from fakes import FakeTransport
+reading = threading.Event()
+class Deaf(FakeTransport):
+    seconds = 8
+    act = None
+    def recvAndSplitPacket(self, size):
+        reading.set()
+        if self.act:
+            self.act()
+        else:
+            time.sleep(self.seconds)
+        return []
+device = pyqvx.FeroxA(verbose=False)
+device.client_cmd = transport = Deaf()
+def took(call):
+    begin = time.monotonic()
+    call()
+    return time.monotonic() - begin
+def close_with_main():
+    closing.wait(5)
+    time.sleep(0.1)  # into the other close()
+    device.close()
+closing = threading.Event()
+def close():
+    closing.set()
+    device.close()
+"""
+
+
+@pytest.mark.parametrize(
+    "body",
+    [
+        pytest.param(
+            """
+transport.act = close_with_main
+device.connect("192.0.2.1")
+reading.wait()
+assert took(close) < 3
+""",
+            id="a transport closes too",
+        ),
+        pytest.param(
+            """
+class Hook:
+    def write(self, text):
+        if "Error" in text:
+            reading.set()
+            close_with_main()
+    def flush(self):
+        pass
+def fail():
+    raise pyqvx.NetworkConnectionLostError()
+transport.act = fail
+sys.stdout = Hook()
+device.connect("192.0.2.1")
+reading.wait()
+assert took(close) < 3
+""",
+            id="a print hook closes too",
+        ),
+        pytest.param(
+            """
+device.connect("192.0.2.1")
+reading.wait()
+assert took(device.close) < 2
+os._exit(0)  # not before 8 s otherwise
+""",
+            id="a read takes its time",
+        ),
+        pytest.param(
+            """
+device.connect("192.0.2.1")
+reading.wait()
+threading.Timer(0.2, os.kill, (os.getpid(), signal.SIGINT)).start()
+begin = time.monotonic()
+try:
+    device.close()
+    print("closed")
+except KeyboardInterrupt:
+    assert time.monotonic() - begin < 0.7, time.monotonic() - begin
+    os._exit(0)
+""",
+            id="a read takes its time, and Ctrl-C is pressed",
+        ),
+        pytest.param(
+            """
+device.close()
+device = pyqvx.BroadcastDevice(verbose=False)
+device.connect()
+time.sleep(0.1)  # into the read
+device.client_udp = FakeTransport()
+assert took(device.close) < 3
+""",
+            id="a broadcast transport was replaced",
+        ),
+        pytest.param(
+            """
+device.connect("192.0.2.1")
+reading.wait()
+closer = threading.Thread(target=device.close)
+closer.start()
+for _ in range(12):
+    time.sleep(0.05)
+    child = os.fork()
+    if child == 0:
+        signal.alarm(10)
+        device.close()
+        sys.exit(0)
+    assert os.waitpid(child, 0)[1] == 0, "hung"
+os._exit(0)
+""",
+            id="children are forked meanwhile",
+            marks=forks,
+        ),
+    ],
+)
+def test_close_waits_for_nobody_who_does_not_come_back(body):
+    run_script(START + DEAF.format(folder=str(Path(__file__).parent)) + body)
