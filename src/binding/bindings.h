@@ -72,6 +72,11 @@ Result guarded(Result on_error, const Call& call) {
     return on_error;
   }
 }
+// A function as a PyType_Slot takes it.
+template <class Function>
+void* slot(Function* function) {
+  return reinterpret_cast<void*>(function);
+}
 // One line, "ClassName: text of the error".
 void printGenericError(const py::object& error);
 

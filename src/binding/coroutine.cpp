@@ -263,11 +263,6 @@ PyGetSetDef getters[] = {
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 
-template <class Function>
-void* slot(Function* function) {
-  return reinterpret_cast<void*>(function);
-}
-
 }  // namespace
 
 void bindCoroutine(py::module_& module) {

@@ -55,13 +55,13 @@ struct Method {
 
 // The object in the class's dictionary. A type of its own, not pybind11's: as a method descriptor the interpreter calls
 // it with its object as the first argument, without one to bind the two.
-struct Object {
+struct MethodObject {
   PyObject_HEAD vectorcallfunc vectorcall;
   const Method* method;
 };
 
 const Method& methodOf(PyObject* self) {
-  return *reinterpret_cast<Object*>(self)->method;
+  return *reinterpret_cast<MethodObject*>(self)->method;
 }
 
 // The value of a name among the keywords of a call; nullptr when it is not there.
@@ -157,14 +157,14 @@ py::object callMethod(PyObject* callable, PyObject* const* values, std::size_t g
   return toPython(std::move(value));
 }
 
-PyObject* call(PyObject* callable, PyObject* const* values, std::size_t flagged, PyObject* names) {
+PyObject* callFromPython(PyObject* callable, PyObject* const* values, std::size_t flagged, PyObject* names) {
   return guarded(static_cast<PyObject*>(nullptr), [&] {
     const auto given = static_cast<std::size_t>(PyVectorcall_NARGS(flagged));
     return callMethod(callable, values, given, names).release().ptr();
   });
 }
 
-PyObject* bind(PyObject* self, PyObject* object, PyObject* /*type*/) {
+PyObject* bindMethod(PyObject* self, PyObject* object, PyObject* /*type*/) {
   if (object != nullptr && object != Py_None) {
     return PyMethod_New(self, object);
   }
@@ -172,67 +172,62 @@ PyObject* bind(PyObject* self, PyObject* object, PyObject* /*type*/) {
   return self;
 }
 
-PyObject* repr(PyObject* self) {
+PyObject* reprOf(PyObject* self) {
   const Method& method = methodOf(self);
   return PyUnicode_FromFormat("<method '%U' of 'pyqvx.%s' objects>", method.name.ptr(), method.class_name.c_str());
 }
 
-PyObject* name(PyObject* self, void* /*unused*/) {
+PyObject* nameOf(PyObject* self, void* /*unused*/) {
   return py::str(methodOf(self).name).release().ptr();
 }
 
-PyObject* qualifiedName(PyObject* self, void* /*unused*/) {
+PyObject* qualifiedNameOf(PyObject* self, void* /*unused*/) {
   return PyUnicode_FromFormat("%s.%U", methodOf(self).class_name.c_str(), methodOf(self).name.ptr());
 }
 
-PyObject* text(const std::string& text) {
+PyObject* toText(const std::string& text) {
   return PyUnicode_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(text.size()));
 }
 
 PyObject* signatureOf(PyObject* self, void* /*unused*/) {
-  return text(textSignature("self", methodOf(self).signature()));
+  return toText(textSignature("self", methodOf(self).signature()));
 }
 
 PyObject* docOf(PyObject* self, void* /*unused*/) {
   const Method& method = methodOf(self);
   const std::string result = method.operation.result;
-  return text(docText(std::string(method.name), method.signature(),
-                      method.form == Form::Blocking ? result : "Coroutine[" + result + "]", method.operation.doc));
+  return toText(docText(std::string(method.name), method.signature(),
+                        method.form == Form::Blocking ? result : "Coroutine[" + result + "]", method.operation.doc));
 }
 
-void deallocate(PyObject* self) {
+void deallocateMethod(PyObject* self) {
   PyTypeObject* type = Py_TYPE(self);
   type->tp_free(self);
   Py_DECREF(type);
 }
 
-PyMemberDef members[] = {
-    {"__vectorcalloffset__", T_PYSSIZET, offsetof(Object, vectorcall), READONLY, nullptr},
+PyMemberDef method_members[] = {
+    {"__vectorcalloffset__", T_PYSSIZET, offsetof(MethodObject, vectorcall), READONLY, nullptr},
     {nullptr, 0, 0, 0, nullptr},
 };
 
-PyGetSetDef getters[] = {
-    {"__name__", name, nullptr, nullptr, nullptr}, {"__qualname__", qualifiedName, nullptr, nullptr, nullptr},
-    {"__doc__", docOf, nullptr, nullptr, nullptr}, {"__text_signature__", signatureOf, nullptr, nullptr, nullptr},
+PyGetSetDef method_getters[] = {
+    {"__name__", nameOf, nullptr, nullptr, nullptr}, {"__qualname__", qualifiedNameOf, nullptr, nullptr, nullptr},
+    {"__doc__", docOf, nullptr, nullptr, nullptr},   {"__text_signature__", signatureOf, nullptr, nullptr, nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 
-template <class Function>
-void* slot(Function* function) {
-  return reinterpret_cast<void*>(function);
-}
-
-PyTypeObject* makeType() {
+PyTypeObject* makeMethodType() {
   PyType_Slot slots[] = {
       {Py_tp_call, slot(PyVectorcall_Call)},
-      {Py_tp_descr_get, slot(bind)},
-      {Py_tp_repr, slot(repr)},
-      {Py_tp_members, members},
-      {Py_tp_getset, getters},
-      {Py_tp_dealloc, slot(deallocate)},
+      {Py_tp_descr_get, slot(bindMethod)},
+      {Py_tp_repr, slot(reprOf)},
+      {Py_tp_members, method_members},
+      {Py_tp_getset, method_getters},
+      {Py_tp_dealloc, slot(deallocateMethod)},
       {0, nullptr},
   };
-  PyType_Spec spec{"pyqvx.Operation", sizeof(Object), 0,
+  PyType_Spec spec{"pyqvx.Operation", sizeof(MethodObject), 0,
                    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_VECTORCALL | Py_TPFLAGS_METHOD_DESCRIPTOR |
                        Py_TPFLAGS_DISALLOW_INSTANTIATION | Py_TPFLAGS_IMMUTABLETYPE,
                    slots};
@@ -242,11 +237,11 @@ PyTypeObject* makeType() {
 }  // namespace
 
 void define(py::handle published, const Operation& operation, Form form, Receiver& receiver) {
-  static PyTypeObject* const type = makeType();  // lives as long as the process
+  static PyTypeObject* const type = makeMethodType();  // lives as long as the process
   const py::object object = owned(type->tp_alloc(type, 0));
   const auto* method = new Method(published, operation, form, receiver);
-  auto* self = reinterpret_cast<Object*>(object.ptr());
-  self->vectorcall = &call;
+  auto* self = reinterpret_cast<MethodObject*>(object.ptr());
+  self->vectorcall = &callFromPython;
   self->method = method;
   published.attr(method->name) = object;
 }

@@ -2,6 +2,7 @@
 #include "binding/pools.h"
 
 #include "binding/argument_caster.h"
+#include "binding/numbers.h"
 #include "core/argument.h"
 #include "modules/analog/ai.h"
 #include "protocol/engine.h"
@@ -11,13 +12,6 @@
 
 namespace qvx::binding {
 namespace {
-
-py::object owned(PyObject* object) {
-  if (object == nullptr) {
-    throw py::error_already_set();
-  }
-  return py::reinterpret_steal<py::object>(object);
-}
 
 // Whether it offers memory in items of that size; others are sequences of numbers.
 bool isBuffer(const py::handle& value, py::ssize_t item_size) {
