@@ -9,8 +9,8 @@
 //   - It was sent without waiting: the reply is for who waits without having asked, else it waits in the pool.
 //   - There is no such copy: nobody asked. The reply waits in the pool, where a newer one overwrites it.
 // A medium that loses nothing keeps this count exact for ever. Where a copy or its reply is lost, the replies that
-// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten: when
-// nothing has been sent or has come for as long as nothing takes on that medium. A line that has lost so many that
+// follow are taken for earlier ones, which costs a repeat each, until copies that are owed to nobody are forgotten:
+// when nothing has been sent or has come for as long as nothing takes on that medium. A line that has lost so many that
 // repeats no longer help makes that pause itself, a shorter one, and says so: nothing more is sent on it until nothing
 // has come for a while.
 #pragma once
@@ -84,8 +84,8 @@ class ReplyPool {
     // Replies have come, but not to this request, so copies or replies have been lost: from now on nothing is sent with
     // this key until the line is dry.
     void dryLine();
-    // Before each copy: waits while the line is to run dry, and then forgets what is unanswered. False when nothing need
-    // or can be sent any more, or `deadline` has passed.
+    // Before each copy: waits while the line is to run dry, and then forgets what is unanswered. False when nothing
+    // need or can be sent any more, or `deadline` has passed.
     bool holdBack(const Deadline& deadline);
     bool isHeldBack() const { return line_->drying; }
     // Whether that has forgotten something; true once.
@@ -152,9 +152,9 @@ class ReplyPool {
     Source source;
   };
   struct Copy {
-    Waiter* waiter;         // nullptr: it was served, or has given up
-    bool answered = false;  // a late reply has been filed for it, or it was served
-    bool alone = false;     // sent without waiting
+    Waiter* waiter = nullptr;  // none: it was served, or has given up
+    bool answered = false;     // a late reply has been filed for it, or it was served
+    bool alone = false;        // sent without waiting
     Clock::time_point sent{};
   };
   // What goes on under one key.
@@ -163,9 +163,9 @@ class ReplyPool {
     std::list<Waiter*> waiters;  // who has no reply yet, in the order of coming
     std::optional<Kept> kept;
     std::atomic<bool> drying = false;  // nothing is to be sent until all has come, or nothing for a while
-    std::uint64_t passed = 0;  // replies that were not for who waited
-    Clock::time_point sent;    // when the latest copy was
-    Clock::time_point came;    // and the latest reply
+    std::uint64_t passed = 0;          // replies that were not for who waited
+    Clock::time_point sent;            // when the latest copy was
+    Clock::time_point came;            // and the latest reply
   };
 
   Line& lineOf(int key) QVX_REQUIRES(mutex_) { return lines_[key]; }
@@ -186,7 +186,7 @@ class ReplyPool {
   Clock::duration silence_ QVX_GUARDED_BY(mutex_){};
   Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that answered the only copy under way
   std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);
-  std::atomic<bool> closed_ = false;                  // set under the mutex
+  std::atomic<bool> closed_ = false;  // set under the mutex
   // Whose turn it is to read the connection, on which thread; and who would take it over.
   Waiter* reading_ QVX_GUARDED_BY(mutex_) = nullptr;
   std::shared_ptr<Reader> reader_ QVX_GUARDED_BY(mutex_);
