@@ -73,9 +73,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::string identifier() const;
 
   // Opens the media and prints "Connected to ..."; puts a lost connection away first. Blocks, or suspends a coroutine.
-  // Raises the connection's class when there is a connection already, when one is being made, when disconnect came first,
-  // and when the owner has not come back from a transport within 1 s. Ctrl-C or a cancellation ends it, and what it has
-  // opened.
+  // Raises the connection's class when there is a connection already, when one is being made, when disconnect came
+  // first, and when the owner has not come back from a transport within 1 s. Ctrl-C or a cancellation ends it, and what
+  // it has opened.
   void connect(Opening opening);
   // Closes the media and prints "Disconnected from ..."; `verbose`, where given, overrules connect's. Ends a connect in
   // progress. Waits at most 1 s. Safe to repeat.
@@ -101,7 +101,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void tellTransports(void (Transport::*order)()) noexcept;
   // Ends a connect that nobody waits for any more, and what it has opened.
   void undo(const std::shared_ptr<Request>& request) noexcept;
-  // Raises what the request ended with, and prints what it has to say; a request that is still not served says it later.
+  // Raises what the request ended with, and prints what it has to say; a request that is still not served says it
+  // later.
   void conclude(const std::shared_ptr<Request>& request);
 
   // The owner's side.
