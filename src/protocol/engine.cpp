@@ -57,7 +57,7 @@ void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
     Fiber::outside([&] {
       client->sendInTurn(frame, [&] {
         if (waiter != nullptr) {
-          waiter->sending();
+          waiter->sending(client->longestSilence());
           announced = true;
         } else if (checkCommandType(cmd, data_out) == PacketKind::Echo && (cmd != MOTION || data_out.size() >= 3)) {
           data_pool_echo.sendingAlone(replyKey(cmd, data_out));
@@ -200,7 +200,7 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
       return reply;
     }
   } while (again);
-  if (waiter.passedOver({})) {
+  if (waiter.owed()) {
     waiter.dryLine();
   }
   return std::nullopt;

@@ -9,8 +9,6 @@ namespace {
 // A device that has answered and then not for so long, nor for four times as long as it ever took, answers no more of
 // what it has been sent. One may pause between two replies: to write its flash memory, or for a slow command.
 constexpr std::chrono::seconds kGap{2};
-// When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
-constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
@@ -43,8 +41,9 @@ void ReplyPool::Waiter::part() {
   }
 }
 
-void ReplyPool::Waiter::sending() {
+void ReplyPool::Waiter::sending(std::optional<Clock::duration> silence) {
   const Lock lock(pool_.mutex_);
+  pool_.silence_ = silence.value_or(pool_.silence_);
   const auto now = Clock::now();
   if (!asked_) {
     const bool owed = std::ranges::any_of(line_->copies, [](const auto& copy) { return copy->waiter != nullptr; });
@@ -52,7 +51,7 @@ void ReplyPool::Waiter::sending() {
       line_->copies.clear();
     }
     passed_ = line_->passed;
-    asked_ = std::make_shared<Copy>(Copy{.waiter = reply_ ? nullptr : this, .answered = false, .sent = now});
+    asked_ = std::make_shared<Copy>(Copy{.waiter = reply_ ? nullptr : this});
     if (!reply_) {
       join();
     }
@@ -170,10 +169,10 @@ bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
   return asked_ && line_->passed != passed_ && Clock::now() - line_->came >= quiet;
 }
 
-bool ReplyPool::Waiter::farBehind() const {
+bool ReplyPool::Waiter::stalled(std::size_t unanswered) const {
   const Lock lock(pool_.mutex_);
   const Clock::duration quiet = pool_.slowest_ > Clock::duration::zero() ? 2 * pool_.slowest_ : kGap;
-  return line_->copies.size() >= kFarBehind && Clock::now() - line_->came >= quiet;
+  return line_->copies.size() >= unanswered && Clock::now() - line_->came >= quiet;
 }
 
 void ReplyPool::Waiter::dryLine() {
@@ -253,7 +252,7 @@ void ReplyPool::sendingAlone(int key) {
   const Lock lock(mutex_);
   Line& line = lineOf(key);
   line.sent = Clock::now();
-  line.copies.push_back(std::make_shared<Copy>(Copy{.waiter = nullptr, .alone = true, .sent = line.sent}));
+  line.copies.push_back(std::make_shared<Copy>(Copy{.waiter = nullptr, .alone = true}));
 }
 
 void ReplyPool::fileLate(Line& line, Bytes reply) {
@@ -279,8 +278,8 @@ void ReplyPool::arrive(int key, Bytes reply) {
   }
   const auto copy = std::move(line.copies.front());
   line.copies.pop_front();
-  if (line.copies.empty()) {  // else it may be the reply to a later one
-    slowest_ = std::max(slowest_, line.came - copy->sent);
+  if (line.copies.empty()) {  // it was the latest one; else this may be the reply to a later one
+    slowest_ = std::max(slowest_, line.came - line.sent);
     if (line.drying.exchange(false)) {
       idle_.notifyHeld();
     }

@@ -62,8 +62,9 @@ class ReplyPool {
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    // A copy of the request goes out now. From the first one on the waiter has its place behind the others.
-    void sending();
+    // A copy of the request goes out now, on a medium where no reply takes longer than `silence`, if that is known. From
+    // the first one on the waiter has its place behind the others.
+    void sending(std::optional<Clock::duration> silence = {});
     // The copy announced last did not go out.
     void unsent();
     // Takes the reply as soon as it is there; nothing when `deadline` passes first, when the pool is closed, when the
@@ -79,8 +80,10 @@ class ReplyPool {
     // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
     // nothing has come for `quiet` now.
     bool passedOver(Clock::duration quiet) const;
-    // Whether nothing comes any more, though so many copies are unanswered that another one would not help.
-    bool farBehind() const;
+    // Whether nothing comes any more, though so many copies are unanswered that another one would not help,
+    bool farBehind() const { return stalled(kFarBehind); }
+    // or though replies have come, but not to this request.
+    bool owed() const { return passedOver({}) && stalled(1); }
     // Replies have come, but not to this request, so copies or replies have been lost: from now on nothing is sent with
     // this key until the line is dry.
     void dryLine();
@@ -93,11 +96,14 @@ class ReplyPool {
 
    private:
     friend class ReplyPool;
+    // When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
+    static constexpr std::size_t kFarBehind = 5;
     enum class End : std::uint8_t { None, Ended, Lost };
     bool over() const QVX_REQUIRES(pool_.mutex_);
     bool takeKept() QVX_REQUIRES(pool_.mutex_);
     void join() QVX_REQUIRES(pool_.mutex_);
     void part() QVX_REQUIRES(pool_.mutex_);
+    bool stalled(std::size_t unanswered) const;
     void waitReading(Lock& lock, const Deadline& deadline, const std::shared_ptr<Reader>& reader);
 
     ReplyPool& pool_;
@@ -155,7 +161,6 @@ class ReplyPool {
     Waiter* waiter = nullptr;  // none: it was served, or has given up
     bool answered = false;     // a late reply has been filed for it, or it was served
     bool alone = false;        // sent without waiting
-    Clock::time_point sent{};
   };
   // What goes on under one key.
   struct Line {
@@ -184,7 +189,7 @@ class ReplyPool {
   bool late_replies_ QVX_GUARDED_BY(mutex_) = true;
   bool late_told_ QVX_GUARDED_BY(mutex_) = false;
   Clock::duration silence_ QVX_GUARDED_BY(mutex_){};
-  Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies that answered the only copy under way
+  Clock::duration slowest_ QVX_GUARDED_BY(mutex_){};  // of the replies after which nothing was owed any more
   std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);
   std::atomic<bool> closed_ = false;  // set under the mutex
   // Whose turn it is to read the connection, on which thread; and who would take it over.
