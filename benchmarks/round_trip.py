@@ -134,6 +134,21 @@ def awaited(rounds: int, repeats: int) -> list[Row]:
     ]
 
 
+def crowds(rounds: int, small: int = 100, large: int = 4000) -> Row:
+    """A request of many that are awaited at once, against one of few."""
+    with echoing(SERIAL_NUMBER) as address, pyqvx.FeroxA(verbose=False) as device:
+        device.connect(*address)
+        device.resend = False
+
+        async def at_once(count: int) -> float:
+            began = time.perf_counter()
+            await asyncio.gather(*(device.Sys_getSerialNumber_async(timeout=60) for _ in range(count)))
+            return (time.perf_counter() - began) / count
+
+        what = f"a request of {large:,} at once / of {small}"
+        return compare(what, lambda: asyncio.run(at_once(large)), lambda: asyncio.run(at_once(small)), rounds, 2.0)
+
+
 if __name__ == "__main__":
     with echoing(SERIAL_NUMBER) as place, pyqvx.FeroxA(verbose=False) as one:
         one.connect(*place)

@@ -73,6 +73,7 @@ def main() -> int:
         lambda: [round_trip.blocking(rounds, 100 if quick else 500)],
         lambda: round_trip.toggling(rounds, 100 if quick else 500),
         lambda: round_trip.awaited(rounds, 100 if quick else 500),
+        lambda: [round_trip.crowds(3 if quick else 11)],
         lambda: [roads.serial(rounds, 100 if quick else 500)],
         lambda: [roads.throughput(1 if quick else 5, model) for model in ("FeroxA", "SkylogE3A")],
         lambda: roads.usb(100 if quick else 1000, 1000 if quick else 10_000),
