@@ -25,7 +25,11 @@ RESERVED = (
 
 # (a name of the language or the system, what stands for it, the rooms that may use it)
 NAMES = (
-    (re.compile(r"\bstd::(\w*mutex|condition_variable\w*|lock_guard|unique_lock|scoped_lock)\b"), "Mutex", {"runtime"}),
+    (
+        re.compile(r"\bstd::(\w*mutex|condition_variable\w*|lock_guard|unique_lock|scoped_lock)\b"),
+        "Mutex",
+        {"runtime"},
+    ),
     # Started, not held: `std::thread(`, `std::thread name(` and so on.
     (re.compile(r"\bstd::(j?thread(\s+\w+)?\s*[({]|async\b)|\bpthread_\w+"), "startThread", {"runtime"}),
 )
@@ -85,7 +89,7 @@ def violations(root: Path) -> Iterator[str]:
         for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
             for name, instead, rooms in NAMES:
                 if room not in rooms and (found := name.search(line.partition("//")[0])):
-                    yield f"{place}:{number}: {found[0]}: outside {', '.join(sorted(rooms))} this is {instead}"
+                    yield f"{place}:{number}: {found[0]}: outside {', '.join(sorted(rooms))} it is {instead}"
 
 
 def main() -> int:

@@ -46,7 +46,7 @@ def fingerprint(source: Path, command: str, common: bytes) -> str:
 
 
 def without_gcc(command: str) -> str:
-    """A compile command without what only GCC can read, its precompiled header; warnings are ours to judge."""
+    """A compile command without GCC's precompiled header; which warnings are errors, .clang-tidy says."""
     return re.sub(r" (-Winvalid-pch|-include \S*cmake_pch\S*|-Werror)(?= )", "", command)
 
 

@@ -196,7 +196,7 @@ with VirtualDevice(stream_as_fast_as_possible=True) as bench, pyqvx.FeroxA(verbo
     )
 
 
-# A transport written in Python that is deaf: it comes back from a read when `seconds` have passed, or not at all.
+# A transport written in Python whose read comes back when `seconds` have passed, and not before.
 DEAF = """
 sys.path.insert(0, {folder!r})
 from fakes import FakeTransport

@@ -1,7 +1,9 @@
 """The tools that guard the tree, each on a small tree or module made for it; and what the build promises."""
 
+import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 import types
@@ -33,15 +35,23 @@ import pyqvx  # noqa: E402
         ("src/models/a.cpp", '#include "virtual/options.h"', "models must not include virtual"),
         ("virtual/a.cpp", '#include "protocol/pools.h"', "virtual must not include protocol"),
         ("src/core/a.cpp", '#include "tests/help.h"', "core must not include a file outside all rooms"),
-        ("src/modules/a.cpp", "#include <thread>", "only binding, protocol, runtime, transport may include this"),
+        (
+            "src/modules/a.cpp",
+            "#include <thread>",
+            "only binding, protocol, runtime, transport may include this",
+        ),
         ("src/protocol/a.cpp", "#include <boost/context/fiber.hpp>", "only runtime may include this"),
         ("src/protocol/a.cpp", "#include <condition_variable>", "only runtime may include this"),
         ("src/runtime/a.cpp", "std::mutex a; std::condition_variable b; std::thread c(d);", None),
-        ("src/protocol/a.cpp", "std::thread a; std::thread::id b; std::this_thread::yield();  // std::mutex", None),
-        ("src/protocol/a.cpp", "std::recursive_mutex a;", "outside runtime this is Mutex"),
-        ("src/binding/a.cpp", "std::thread([] {}).detach();", "outside runtime this is startThread"),
-        ("src/binding/a.cpp", "std::jthread a{[] {}};", "outside runtime this is startThread"),
-        ("src/transport/a.cpp", "pthread_create(&a, nullptr, b, c);", "outside runtime this is startThread"),
+        (
+            "src/protocol/a.cpp",
+            "std::thread a; std::thread::id b; std::this_thread::yield();  // std::mutex",
+            None,
+        ),
+        ("src/protocol/a.cpp", "std::recursive_mutex a;", "outside runtime it is Mutex"),
+        ("src/binding/a.cpp", "std::thread([] {}).detach();", "outside runtime it is startThread"),
+        ("src/binding/a.cpp", "std::jthread a{[] {}};", "outside runtime it is startThread"),
+        ("src/transport/a.cpp", "pthread_create(&a, nullptr, b, c);", "outside runtime it is startThread"),
         ("src/core/a.h", "#include <Python.h>", "only binding may include this"),
         ("src/elsewhere/a.cpp", "", "lies in no known room"),
     ],
@@ -82,6 +92,35 @@ def test_a_change_of_a_header_reached_through_another_is_noticed(tmp_path, monke
     assert marks() == before
     (core / "c.h").write_text("long x;\n")
     assert marks() != before
+
+
+@pytest.mark.skipif(shutil.which(tidy.CLANG_TIDY) is None, reason="clang-tidy is not installed")
+@pytest.mark.parametrize("room", ["protocol", "binding"])
+@pytest.mark.parametrize("lock, clean", [("const qvx::Lock lock(mutex_);", True), ("", False)])
+def test_a_missing_lock_is_a_fault(tmp_path, monkeypatch, room, lock, clean):
+    monkeypatch.setattr(tidy, "ROOT", tmp_path)
+    shutil.copy(ROOT / ".clang-tidy", tmp_path)
+    source = tmp_path / "src" / room / "a.cpp"
+    source.parent.mkdir(parents=True)
+    source.write_text(
+        f"""#include "runtime/mutex.h"
+class Counter {{
+ public:
+  void add() {{ {lock} ++count_; }}
+
+ private:
+  qvx::Mutex mutex_;
+  int count_ QVX_GUARDED_BY(mutex_) = 0;
+}};
+void add(Counter& counter) {{ counter.add(); }}
+"""
+    )
+    commands = tmp_path / "compile_commands.json"
+    command = f"g++ -std=c++20 -Winvalid-pch -include /none/cmake_pch.hxx -Werror -I {ROOT}/src -c {source}"
+    entry = {"directory": str(tmp_path), "file": str(source), "command": tidy.without_gcc(command)}
+    commands.write_text(json.dumps([entry]))
+    good, text = tidy.check(source, commands)
+    assert good == clean and ("requires holding mutex 'mutex_'" in text) != clean, text
 
 
 def sample_module() -> types.ModuleType:
