@@ -3,6 +3,7 @@
 
 #include "binding/argument_caster.h"
 #include "binding/coroutine.h"
+#include "binding/numbers.h"
 #include "binding/operations.h"
 #include "binding/pools.h"
 #include "binding/transports.h"
@@ -146,11 +147,33 @@ void defineRequest(py::class_<Packet, Packet_based, std::shared_ptr<Packet>>& bl
                 "As the blocking form; None when no reply came."));
 }
 
+// Packets that arrive are filed by threads that don't call Python. A class of Python's that expects to be called for each
+// is told so when it is defined.
+void initSubclass(const py::type& defined, const py::kwargs& keywords) {
+  const py::module_ module = py::module_::import("pyqvx");
+  const py::type device = module.attr("Device");
+  for (const char* method : {"_putToDataPool", "_checkCommandType"}) {
+    if (PyType_IsSubtype(reinterpret_cast<PyTypeObject*>(defined.ptr()),
+                         reinterpret_cast<PyTypeObject*>(device.ptr())) != 0 &&
+        !defined.attr(method).is(device.attr(method))) {
+      throw py::type_error(defined.attr("__name__").cast<std::string>() + " cannot override " + method +
+                           ": packets are filed without calling it. What arrives is changed in a transport, in client_cmd");
+    }
+  }
+  py::module_::import("builtins").attr("super")(module.attr("Packet_based"), defined).attr("__init_subclass__")(**keywords);
+}
+
 }  // namespace
 
 void bindEngine(py::module_& module) {
-  py::class_<Packet_based, std::shared_ptr<Packet_based>>(
-      module, "Packet_based", "What both forms of the packet engine share: the transports and the three pools.")
+  py::class_<Packet_based, std::shared_ptr<Packet_based>> based(
+      module, "Packet_based", "What both forms of the packet engine share: the transports and the three pools.");
+  based.attr("__init_subclass__") = owned(PyClassMethod_New(
+      py::cpp_function(initSubclass, py::name("__init_subclass__"),
+                       py::doc("__init_subclass__(**keywords: object) -> None\n\nRaises TypeError for a handle that overrides what is "
+                       "not called: _putToDataPool, _checkCommandType."))
+          .ptr()));
+  based
       .def(
           "_preparePacket",
           [](const Packet_based&, const Argument& cmd, const py::object& data) {

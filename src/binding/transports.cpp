@@ -21,7 +21,7 @@ py::list makeFrames(const std::vector<Frame>& frames) {
 // while it runs, and no C++ mutex.
 class PythonTransport final : public Transport {
  public:
-  explicit PythonTransport(py::object object) : object_(std::move(object)) {}
+  explicit PythonTransport(py::object object) : object_(std::move(object)), reads_by_parts_(overridesParts(object_)) {}
   ~PythonTransport() override {
     const Locked locked;
     object_ = py::object();
@@ -48,7 +48,7 @@ class PythonTransport final : public Transport {
     const Locked locked;
     try {
       std::vector<Frame> frames;
-      for (const py::handle pair : object_.attr("recvAndSplitPacket")(size)) {
+      for (const py::handle pair : reads_by_parts_ ? readByParts(size) : object_.attr("recvAndSplitPacket")(size)) {
         const auto parts = pair.cast<py::sequence>();
         frames.push_back({py::object(parts[0]).cast<int>(), bytesOf(py::object(parts[1]))});
       }
@@ -73,6 +73,27 @@ class PythonTransport final : public Transport {
     object_.attr(method)(bytes);
   }
 
+  // Whether an object is a native client whose reading has been changed in one of its parts, and not as a whole.
+  static bool overridesParts(const py::object& object) {
+    if (!py::isinstance<Client>(object)) {
+      return false;
+    }
+    const py::type native = py::type::of<Client>();
+    const auto overrides = [&, type = py::type::of(object)](const char* method) {
+      return !type.attr(method).is(native.attr(method));
+    };
+    return (overrides("recvPacket") || overrides("_splitPacket")) && !overrides("recvAndSplitPacket");
+  }
+
+  // What a client's recvAndSplitPacket does, by methods that Python may override.
+  py::object readByParts(std::size_t size) const {
+    const py::object bytes = object_.attr("recvPacket")(size);
+    if (py::len(bytes) != 0) {
+      object_.attr("stream") = py::object(object_.attr("stream")) + bytes;
+    }
+    return object_.attr("_splitPacket")();
+  }
+
   [[noreturn]] static void failAs(const py::error_already_set& error) {
     for (const ErrorKind& kind : errorKinds()) {
       if (error.matches(errorClass(kind.id))) {
@@ -93,6 +114,7 @@ class PythonTransport final : public Transport {
   }
 
   py::object object_;
+  const bool reads_by_parts_;
 };
 
 // A read makes room for all of it first.

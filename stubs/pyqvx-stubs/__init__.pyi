@@ -112,6 +112,7 @@ warnAIOverflow: int
 warnUARTOverflow: int
 warnCANOverflow: int
 warnAHRSOverflow: int
+warnLateReply: int
 errDPOTChannel: int
 errDPOTPort: int
 warnLibNotFound: int
@@ -1436,6 +1437,12 @@ class AHRSQueueOverflowWarning(QVXWarning):
     Code 520003 (warnAHRSOverflow)."""
     def __init__(self, msg: str | None = None, *args, **kwargs) -> None: ...
 
+class LateReplyWarning(QVXWarning):
+    """A reply that came too late for its request has answered a later one with the same command.
+
+    Code 520004 (warnLateReply)."""
+    def __init__(self, msg: str | None = None, *args, **kwargs) -> None: ...
+
 class DPOTChannelNotAvaliableError(Error):
     """The DPOT channel is not available.
 
@@ -1649,6 +1656,9 @@ class TCPClient(NetworkClient):
 
 class Packet_based:
     """What both forms of the packet engine share: the transports and the three pools."""
+    @classmethod
+    def __init_subclass__(cls, **keywords: object) -> None:
+        """Raises TypeError for a handle that overrides what is not called: _putToDataPool, _checkCommandType."""
     def _preparePacket(self, cmd: int, data: list[int]) -> list[int]:
         """The frame of a command."""
     @property
@@ -1662,10 +1672,15 @@ class Packet_based:
     @client_udp.setter
     def client_udp(self, value: object) -> None: ...
     @property
-    def resend(self) -> bool:
-        """Whether operations send a command again when its reply is late, True at first. A device carries out each command that it receives: on a slow connection a toggle is then done twice. With False they send once and wait as long."""
+    def resend(self) -> bool | str:
+        """Which commands are sent again while their reply is late. "safe", as it is at first: all but those that act again when a device carries them out twice, such as toggles and transfers on a bus. True: all, False: none, which waits as long for the one reply."""
     @resend.setter
-    def resend(self, value: bool) -> None: ...
+    def resend(self, value: bool | str) -> None: ...
+    @property
+    def late_replies(self) -> bool:
+        """Whether a reply whose request has given up, timed out or cancelled, answers the next request with the same command, True at first; the first one on a connection is reported by LateReplyWarning. With False no operation takes a reply that was there before it asked."""
+    @late_replies.setter
+    def late_replies(self, value: bool) -> None: ...
     @property
     def data_pool_echo(self) -> ReplyPool:
         """Replies to commands."""
@@ -1719,6 +1734,13 @@ class Device(Packet, Packet_async):
     @property
     def connection_lost(self) -> bool:
         """Whether the connection has ended by itself; connect() makes a new one."""
+    @property
+    def on_connection_lost(self) -> Callable | None:
+        """Called with the device once for each loss of its connection, after that has been printed, on a thread of its own: it may wait, and call connect() or close()."""
+    @on_connection_lost.setter
+    def on_connection_lost(self, value: Callable | None) -> None: ...
+    async def connection_lost_async(self) -> bool:
+        """Waits until the connection has ended by itself: True. False when there is none, or disconnect() or close() has ended it."""
     def _getDeviceName(self) -> str:
         """The product's label."""
     def _checkCommandType(self, cmd: int, data: bytes) -> str:

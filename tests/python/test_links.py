@@ -218,3 +218,54 @@ def test_a_flooded_loop_goes_on(road):
     flooding.join(PATIENCE_S)
     assert not flooding.is_alive()
     road.device.close()
+
+
+def test_a_client_may_be_changed_in_its_parts(bench):
+    class Reading(pyqvx.TCPClient):
+        came = b""
+
+        def recvPacket(self, size):
+            came = super().recvPacket(size)
+            self.came += came
+            return came
+
+    class Splitting(pyqvx.TCPClient):
+        def _splitPacket(self):
+            return [(code, payload.lower()) for code, payload in super()._splitPacket()]
+
+    class Whole(Reading):
+        def recvAndSplitPacket(self, size):
+            return [(code, payload[::-1]) for code, payload in super().recvAndSplitPacket(size)]
+
+    place = bench(serial="QVTEST01")
+    frame = bytes([2, 0, 9, ECHO]) + b"QVTEST01\r\n"
+    for client, serial, came in (
+        (Reading(), "QVTEST01", frame),
+        (Splitting(), "qvtest01", None),
+        (Whole(), "10TSETVQ", b""),
+    ):
+        with pyqvx.FeroxA(verbose=False) as device:
+            device.client_cmd = client
+            device.connect(place.ip, place.port)
+            assert device.Sys_getSerialNumber() == serial
+            assert getattr(client, "came", None) == came
+
+
+def test_a_handle_cannot_be_changed_where_it_files_packets():
+    class Filing:
+        kept = None
+
+        def __init_subclass__(cls, kept=None, **keywords):
+            super().__init_subclass__(**keywords)
+            cls.kept = kept
+
+        def _putToDataPool(self, cmd, data):
+            pass
+
+    with pytest.raises(TypeError, match="Rig cannot override _putToDataPool: .* in a transport"):
+        type("Rig", (Filing, pyqvx.FeroxA), {})
+    with pytest.raises(TypeError, match="_checkCommandType"):
+        type("Rig", (pyqvx.UARTDevice,), {"_checkCommandType": lambda self, cmd, data: "echo"})
+    # What comes after the handle overrides nothing, and is told as ever.
+    assert type("Rig", (pyqvx.FeroxA, Filing), {}, kept=3).kept == 3
+    assert type("Engine", (pyqvx.Packet,), {"_putToDataPool": None})
