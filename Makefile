@@ -1,5 +1,6 @@
 # The commands of a checkout. Each does its own set-up on Debian 12 and is quick when there is nothing to do.
-#   build test demo bench    lint format asan tsan fuzz    stubs check-stubs check-usb check-wheel check-fresh    clean
+#   build test test-dev demo bench    lint format asan tsan fuzz
+#   stubs check-stubs check-usb check-wheel check-fresh    clean
 SHELL := /bin/bash
 .SHELLFLAGS := -eu -o pipefail -c
 MAKEFLAGS += --no-print-directory
@@ -14,7 +15,7 @@ configure = if ! [ build/$(1)/build.ninja -nt CMakePresets.json ]; then cmake --
 # Adds the tests to build/release, once their packages are there.
 configure_tests = if ! grep -q '^QVX_BUILD_TESTS:BOOL=ON' build/release/CMakeCache.txt; then cmake --preset release-tests; fi
 
-.PHONY: all build test demo bench lint format asan tsan fuzz stubs check-stubs check-usb check-wheel check-fresh clean
+.PHONY: all build test test-dev demo bench lint format asan tsan fuzz stubs check-stubs check-usb check-wheel check-fresh clean
 all: build
 
 # Leaves .venv/bin/python able to import pyqvx, and .venv/bin/qvx-virtual.
@@ -31,7 +32,13 @@ test: build
 	@cmake --build build/release
 	@$(PYTHON) tools/run_tests.py release
 
-# The same tests, with everything built under a sanitizer.
+# The Python tests in the interpreter's development mode, whose allocator shows what is used or freed again, and with a
+# garbage collection at almost every allocation.
+test-dev: build
+	@tools/install-packages test
+	@PYTHONDEVMODE=1 $(PYTHON) -m pytest --quiet -n 4
+
+# The same tests as `test`, with everything built under a sanitizer.
 asan tsan: build
 	@tools/install-packages test
 	@$(call configure,$@)

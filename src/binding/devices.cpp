@@ -6,46 +6,10 @@
 #include "binding/pools.h"
 #include "core/constants.h"
 
-#include <algorithm>
-#include <mutex>
 #include <string>
-#include <vector>
 
 namespace qvx::binding {
 namespace {
-
-// Only the interpreter's lock guards it.
-std::vector<std::weak_ptr<Device>>& liveDevices() {
-  static auto* devices = new std::vector<std::weak_ptr<Device>>;
-  return *devices;
-}
-
-void closeUnlocked(Device& device) {
-  const Unlocked unlocked;
-  device.close();
-}
-
-// Where an exception of Python, such as that of a closed sys.stdout, has nobody to go to.
-void closeWhereNobodyCatches(Device& device) {
-  try {
-    closeUnlocked(device);
-  } catch (py::error_already_set& error) {
-    error.discard_as_unraisable("pyqvx");
-  }
-}
-
-// At interpreter exit, while threads may still print.
-void closeAll() {
-  std::vector<std::shared_ptr<Device>> open;
-  for (const auto& entry : liveDevices()) {
-    if (auto device = entry.lock()) {
-      open.push_back(std::move(device));
-    }
-  }
-  for (const auto& device : open) {
-    closeWhereNobodyCatches(*device);
-  }
-}
 
 const char* kindText(PacketKind kind) {
   switch (kind) {
@@ -63,11 +27,14 @@ const char* kindText(PacketKind kind) {
 
 constexpr const char* kOnConnectionLost = "on_connection_lost";
 
-// What an application wants to be called at a loss. It stands in the device's own __dict__, where the collector sees it,
-// and here where there is none. Let go of by any thread.
+py::object getOnConnectionLost(const py::object& self) {
+  return self.attr("__dict__").attr("get")(kOnConnectionLost, py::none());
+}
+
+// Calls what an application wants to be called at a loss. That stands in the device's own __dict__, where the collector
+// sees it. Let go of by any thread.
 struct LossCallback {
   py::weakref device;
-  py::object call;
 
   static void forget(LossCallback* gone) {
     if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) {
@@ -85,9 +52,10 @@ struct LossCallback {
     const Locked locked;
     try {
       const py::object self = device();
-      const py::object wanted =
-          self.is_none() || call ? call : self.attr("__dict__").attr("get")(kOnConnectionLost, py::none());
-      if (!self.is_none() && wanted && !wanted.is_none()) {
+      if (self.is_none()) {
+        return;
+      }
+      if (const py::object wanted = getOnConnectionLost(self); !wanted.is_none()) {
         wanted(self);
       }
     } catch (py::error_already_set& error) {
@@ -101,17 +69,9 @@ void setOnConnectionLost(const py::object& self, const py::object& call) {
     fail(ErrorId::InputTypeNotCorrectError, "on_connection_lost is a callable or None");
   }
   auto& device = self.cast<Device&>();
-  const bool has_dict = py::hasattr(self, "__dict__");
-  if (has_dict) {
-    self.attr("__dict__")[kOnConnectionLost] = call;
-  }
-  const std::shared_ptr<LossCallback> callback(
-      new LossCallback{py::weakref(self), has_dict ? py::object() : call}, &LossCallback::forget);
+  self.attr("__dict__")[kOnConnectionLost] = call;
+  const std::shared_ptr<LossCallback> callback(new LossCallback{py::weakref(self)}, &LossCallback::forget);
   device.onConnectionLost(call.is_none() ? std::function<void()>() : [callback] { (*callback)(); });
-}
-
-py::object getOnConnectionLost(const py::object& self) {
-  return py::getattr(self, "__dict__", py::dict()).attr("get")(kOnConnectionLost, py::none());
 }
 
 std::string describe(const py::object& self) {
@@ -138,30 +98,10 @@ std::string describe(const py::object& self) {
 
 }  // namespace
 
-void watchDevice(const std::shared_ptr<Device>& device) {
-  auto& devices = liveDevices();
-  std::erase_if(devices, [](const auto& entry) { return entry.expired(); });
-  devices.push_back(device);
-}
-
-bool retireDevice(Device& device) {
-  if (device.forked()) {
-    return false;
-  }
-  const py::error_scope keep_error;
-  if (!device.closed()) {
-    const std::string text = "unclosed device " + device.deviceName();
-    if (PyErr_WarnEx(PyExc_ResourceWarning, text.c_str(), 1) < 0) {
-      PyErr_WriteUnraisable(nullptr);
-    }
-    closeWhereNobodyCatches(device);
-  }
-  return true;
-}
-
 void bindDevices(py::module_& module) {
   py::class_<Device, Packet, Packet_async, std::shared_ptr<Device>>(
-      module, "Device", "What every device handle is: the three pools, and the order of its life.")
+      module, "Device", "What every device handle is: the three pools, and the order of its life.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<Device>::setUp))
       .def(py::init([] { return makeDevice<Device>(); }), "Device()")
       .def_property_readonly(
           "killed", [](const Device& self) { return self.killed.load(); },
@@ -220,8 +160,9 @@ void bindDevices(py::module_& module) {
            })
       .def("__repr__", &describe);
 
-  py::class_<NetworkDevice, Device, std::shared_ptr<NetworkDevice>> cls(module, "NetworkDevice",
-                                                                        "A device reached over TCP.");
+  py::class_<NetworkDevice, Device, std::shared_ptr<NetworkDevice>> cls(
+      module, "NetworkDevice", "A device reached over TCP.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<NetworkDevice>::setUp));
   cls.def(py::init([](bool verbose) { return makeDevice<NetworkDevice>(ProductId::None, verbose); }),
           py::arg("verbose") = true, "NetworkDevice(verbose: bool = True)")
       .def(
@@ -257,8 +198,9 @@ void bindDevices(py::module_& module) {
           "-> str\n\nThe address connected to last.");
   defineCommandChannel(cls);
 
-  py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(module, "ETHDevice",
-                                                                   "The handle of the Ethernet products.")
+  py::class_<ETHDevice, NetworkDevice, std::shared_ptr<ETHDevice>>(
+      module, "ETHDevice", "The handle of the Ethernet products.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<ETHDevice>::setUp))
       .def(py::init([](bool verbose) { return makeDevice<ETHDevice>(ProductId::None, verbose); }),
            py::arg("verbose") = true, "ETHDevice(verbose: bool = True)");
 
@@ -267,7 +209,7 @@ void bindDevices(py::module_& module) {
     labels[row.class_name] = row.label;
   }
   module.attr("LABEL_DICT") = labels;
-  py::module_::import("atexit").attr("register")(py::cpp_function(&closeAll));
+  closeDevicesAtExit();
 }
 
 }  // namespace qvx::binding

@@ -1,13 +1,11 @@
-// Device handles and the life of a device object in Python.
+// Device handles.
 #pragma once
 
 #include "binding/bindings.h"
+#include "binding/lifetime.h"
 #include "protocol/network_device.h"
 
-#include <memory>
 #include <string>
-#include <thread>
-#include <utility>
 
 namespace qvx::binding {
 
@@ -33,37 +31,6 @@ void defineChannel(Class& cls, const std::string& name, Find find) {
 template <class Class>
 void defineCommandChannel(Class& cls) {
   defineChannel(cls, "cmd", [](typename Class::type& self) -> Channel& { return self.commandChannel(); });
-}
-
-// Remembers a device until it is gone: what is open when the interpreter ends is closed then.
-void watchDevice(const std::shared_ptr<Device>& device);
-// What happens to a device that Python no longer refers to: a ResourceWarning when it was left open, then close().
-// True when the object may be deleted; a forked child must leave it alone.
-bool retireDevice(Device& device);
-
-// The owner of every device object.
-template <class Class, class... Args>
-std::shared_ptr<Class> makeDevice(Args&&... args) {
-  Class* made = nullptr;
-  {
-    const Unlocked unlocked;
-    made = new Class(std::forward<Args>(args)...);
-  }
-  std::shared_ptr<Class> device(made, [](Class* gone) {
-    if (!retireDevice(*gone)) {
-      return;
-    }
-    const Unlocked unlocked;
-    if (Worker::isCurrentThread()) {
-      // The last reference went on a thread of the driver, perhaps this device's own, which cannot wait for its own
-      // end.
-      std::thread([gone] { delete gone; }).detach();
-    } else {
-      delete gone;
-    }
-  });
-  watchDevice(device);
-  return device;
 }
 
 }  // namespace qvx::binding

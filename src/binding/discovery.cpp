@@ -163,7 +163,8 @@ void bindModule(py::module_& module) {
 
 void bindHandle(py::module_& module) {
   py::class_<Discovery, Device, BroadcastModule, BroadcastModule_async, std::shared_ptr<Discovery>> cls(
-      module, "BroadcastDevice", "Every device on the attached networks, found by UDP broadcast.");
+      module, "BroadcastDevice", "Every device on the attached networks, found by UDP broadcast.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<Discovery>::setUp));
   cls.def(py::init([](bool verbose) { return makeDevice<Discovery>(verbose); }), py::arg("verbose") = true,
           "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
           "standard output.")

@@ -1,58 +1,9 @@
 #include "models/models.h"
 #include "binding/devices.h"
 #include "binding/modules.h"
-#include "binding/transports.h"
 
 namespace qvx::binding {
 namespace {
-
-// The device of a Python object; nullptr while its __init__ has not run.
-template <class Class>
-Class* deviceOf(PyObject* self) {
-  auto* instance = reinterpret_cast<py::detail::instance*>(self);
-  const auto* type = py::detail::get_type_info(typeid(Class));
-  auto found = instance->get_value_and_holder(type, false);
-  return found.inst != nullptr && found.holder_constructed() ? found.value_ptr<Class>() : nullptr;
-}
-
-// What a device refers to and what may refer back to it: its attributes and an application's own transports.
-template <class Class>
-int traverse(PyObject* self, visitproc visit, void* arg) {
-  Py_VISIT(Py_TYPE(self));
-  if (Py_TYPE(self)->tp_traverse == &traverse<Class>) {  // a subclass of Python's visits its attributes itself
-    Py_VISIT(*_PyObject_GetDictPtr(self));
-  }
-  if (const auto* device = deviceOf<Class>(self)) {
-    Py_VISIT(applicationsObject(device->clientCmd()));
-    if constexpr (std::is_base_of_v<WifiDevice, Class>) {
-      Py_VISIT(applicationsObject(device->clientData()));
-    }
-  }
-  return 0;
-}
-
-template <class Class>
-int clear(PyObject* self) {
-  Py_CLEAR(*_PyObject_GetDictPtr(self));
-  if (auto* device = deviceOf<Class>(self)) {
-    if (applicationsObject(device->clientCmd()) != nullptr) {
-      device->setClientCmd(nullptr);
-    }
-    if constexpr (std::is_base_of_v<WifiDevice, Class>) {
-      if (applicationsObject(device->clientData()) != nullptr) {
-        device->setClientData(nullptr);
-      }
-    }
-  }
-  return 0;
-}
-
-template <class Class>
-void collectable(PyHeapTypeObject* heap_type) {
-  heap_type->ht_type.tp_flags |= Py_TPFLAGS_HAVE_GC;
-  heap_type->ht_type.tp_traverse = &traverse<Class>;
-  heap_type->ht_type.tp_clear = &clear<Class>;
-}
 
 template <class Class>
 struct Binder;
@@ -65,7 +16,7 @@ struct Binder<Model<Product, Handle, Operations...>> {
       py::class_<Class, Handle, BlockingFace<Operations>..., CoroutineFace<Operations>..., std::shared_ptr<Class>>;
 
   static void bind(py::module_& module, const char* doc) {
-    PythonClass(module, productName(Product), doc, py::dynamic_attr(), py::custom_type_setup(&collectable<Class>))
+    PythonClass(module, productName(Product), doc, py::dynamic_attr(), py::custom_type_setup(&DeviceType<Class>::setUp))
         .def(py::init([](bool verbose) { return makeDevice<Class>(verbose); }), py::arg("verbose") = true,
              "__init__(verbose: bool = True) -> None\n\nLive from construction; `verbose` False keeps its messages off "
              "standard output.");

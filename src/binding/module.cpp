@@ -11,9 +11,18 @@
 
 namespace {
 
-// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run; end
-// the process when an object is pickled by protocol 0 or 1, for which Python makes an instance of pybind11's own base
-// class.
+// In place of pybind11's own, which ends the process when it is to make an instance of its base class, as Python does to
+// pickle an object by protocol 0 or 1.
+PyObject* newInstance(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
+  if (py::detail::all_type_info(type).empty()) {
+    PyErr_Format(PyExc_TypeError, "cannot create '%.200s' instances", type->tp_name);
+    return nullptr;
+  }
+  return py::detail::make_new_instance(type);
+}
+
+// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run. Objects
+// are pickled by protocol 2 at least.
 void guardInstances(const py::module_& module) {
   const auto reduce = [](const py::object& self, int protocol) {
     return py::handle(reinterpret_cast<PyObject*>(&PyBaseObject_Type))
@@ -30,9 +39,7 @@ void guardInstances(const py::module_& module) {
   }
 }
 
-}  // namespace
-
-PYBIND11_MODULE(pyqvx, module) {
+void fill(py::module_& module) {
   using namespace qvx::binding;
   py::options options;
   options.disable_function_signatures();
@@ -63,4 +70,30 @@ PYBIND11_MODULE(pyqvx, module) {
   bindModels(module);
   guardInstances(module);
   publishSignatures(module);
+}
+
+}  // namespace
+
+// PYBIND11_MODULE's own, but for sub-interpreters, which pybind11 cannot tell from the main one and waits in for ever. So
+// Python must come here for each import, and not make copies of the module by itself.
+extern "C" PYBIND11_EXPORT PyObject* PyInit_pyqvx() {
+  if (PyInterpreterState_Get() != PyInterpreterState_Main()) {
+    PyErr_SetString(PyExc_ImportError, "pyqvx works in the main interpreter only, not in a sub-interpreter");
+    return nullptr;
+  }
+  PYBIND11_CHECK_PYTHON_VERSION
+  try {
+    static PyObject* imported = nullptr;
+    if (imported == nullptr) {
+      // pybind11's data are this module's own (CMakeLists.txt), so this changes no other's types.
+      reinterpret_cast<PyTypeObject*>(py::detail::get_internals().instance_base)->tp_new = &newInstance;
+      static py::module_::module_def definition;
+      auto module = py::module_::create_extension_module("pyqvx", nullptr, &definition);
+      definition.m_size = 0;
+      fill(module);
+      imported = module.release().ptr();
+    }
+    return py::handle(imported).inc_ref().ptr();
+  }
+  PYBIND11_CATCH_INIT_EXCEPTIONS
 }

@@ -42,8 +42,9 @@ void bindClient(py::module_& module) {
 }
 
 void bindHandle(py::module_& module) {
-  py::class_<UARTDevice, Device, std::shared_ptr<UARTDevice>> cls(module, "UARTDevice",
-                                                                  "A device reached over a serial line.");
+  py::class_<UARTDevice, Device, std::shared_ptr<UARTDevice>> cls(
+      module, "UARTDevice", "A device reached over a serial line.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<UARTDevice>::setUp));
   cls.def(py::init([](const Argument& baudrate, bool verbose) {
             return makeDevice<UARTDevice>(ProductId::None, verbose, baudrate);
           }),

@@ -61,7 +61,13 @@ To cast(From function) {
 }
 
 PyObject* call(PyObject* record, PyObject* arguments, PyObject* keywords) {
-  PyObject* result = dispatch(record, arguments, keywords);
+  PyObject* result = nullptr;
+  try {
+    result = dispatch(record, arguments, keywords);
+  } catch (const std::runtime_error&) {
+    // pybind11 throws this one through the interpreter, which ends the process.
+    PyErr_SetString(PyExc_TypeError, "this __init__() is not that of the object's class: call super().__init__()");
+  }
   if (result != nullptr || PyErr_ExceptionMatches(PyExc_TypeError) == 0) {
     return result;
   }

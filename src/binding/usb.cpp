@@ -51,7 +51,9 @@ void bindClient(py::module_& module) {
 }
 
 void bindHandle(py::module_& module) {
-  py::class_<USBDevice, Device, std::shared_ptr<USBDevice>> cls(module, "USBDevice", "A device reached over USB.");
+  py::class_<USBDevice, Device, std::shared_ptr<USBDevice>> cls(module, "USBDevice", "A device reached over USB.",
+                                                                py::dynamic_attr(),
+                                                                py::custom_type_setup(&DeviceType<USBDevice>::setUp));
   cls.def(py::init([](bool verbose) { return makeDevice<USBDevice>(ProductId::None, verbose); }),
           py::arg("verbose") = true, "USBDevice(verbose: bool = True)")
       .def(

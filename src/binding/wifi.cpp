@@ -17,7 +17,8 @@ constexpr const char* kConnect = "ip_addr: str, port: int = 1336, verbose: bool 
 
 void bindWifi(py::module_& module) {
   py::class_<WifiDevice, NetworkDevice, std::shared_ptr<WifiDevice>> cls(
-      module, "WifiDevice", "A device reached over Wi-Fi: a command channel and a data channel.");
+      module, "WifiDevice", "A device reached over Wi-Fi: a command channel and a data channel.", py::dynamic_attr(),
+      py::custom_type_setup(&DeviceType<WifiDevice>::setUp));
   cls.def(py::init([](bool verbose) { return makeDevice<WifiDevice>(ProductId::None, verbose); }),
           py::arg("verbose") = true, "WifiDevice(verbose: bool = True)")
       .def(

@@ -98,7 +98,8 @@ class FakeTransport:
         return True
 
     def disconnect(self):
-        pass
+        if self.peer is not None:
+            self.peer.close()
 
 
 def models():
@@ -149,7 +150,11 @@ def environment() -> dict[str, str]:
         str(ROOT / "virtual" / "python"),
         os.environ.get("PYTHONPATH", ""),
     ]
-    return os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, paths))}
+    return os.environ | {
+        "PYTHONPATH": os.pathsep.join(filter(None, paths)),
+        # What they print is compared; what they leave open is gone with them.
+        "PYTHONWARNINGS": "ignore::ResourceWarning",
+    }
 
 
 @contextlib.contextmanager

@@ -44,8 +44,9 @@ def test_coroutines_of_different_commands_run_at_once():
 
 def test_cancelled_requests_leave_nothing_behind(silent):
     async def main():
-        before = len(gc.get_objects())
-        for _ in range(50):
+        for attempt in range(50):
+            if attempt == 1:
+                before = len(gc.get_objects())
             waits = [
                 silent.Sys_getSerialNumber_async(timeout=600),
                 silent._getReplyFromPool_async(9),
@@ -150,7 +151,8 @@ def test_a_coroutine_stays_in_the_loop_in_which_it_began(silent):
 
 
 MANY_COROUTINES = """
-import asyncio, pyqvx
+import asyncio, logging, pyqvx
+logging.disable()  # of an asyncio that debugs, how long it took
 
 async def main():
     with pyqvx.FeroxA(verbose=False) as device:

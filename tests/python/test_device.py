@@ -188,6 +188,15 @@ def test_what_is_bound_to_this_process_is_not_pickled(fake):
         for protocol in range(pickle.HIGHEST_PROTOCOL + 1):
             with pytest.raises(TypeError, match="cannot pickle"):
                 pickle.dumps(thing, protocol)
+            with pytest.raises(TypeError):
+                object.__reduce_ex__(thing, protocol)
+        with pytest.raises(TypeError):
+            thing.__reduce__()
+    base = pyqvx.TCPClient.__mro__[-2]  # of everything that is written in C++
+    for cls in (base, type("Derived", (base,), {})):
+        for make in (cls, lambda cls=cls: cls.__new__(cls)):
+            with pytest.raises(TypeError, match="cannot create"):
+                make()
 
 
 def test_models_and_modules():

@@ -3,13 +3,15 @@
 import asyncio
 import gc
 import os
+import sys
 import threading
 import time
 import weakref
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import pytest
-from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks
+from fakes import PATIENCE_S, FakeTransport, connected, eventually, forks, start_program
 
 import pyqvx
 
@@ -117,8 +119,14 @@ def test_an_object_before_its_init_is_refused():
                 self.AI_open(0)
             super().__init__(verbose=False)
 
+    class Astray(pyqvx.FeroxA):
+        def __init__(self):
+            pyqvx.ETHDevice.__init__(self)
+
     with Early():
         pass
+    with pytest.raises(TypeError, match="super"):
+        Astray()
     for cls, method in ((pyqvx.FeroxA, "close"), (pyqvx.TCPClient, "disconnect"), (pyqvx.RawQueue, "qsize")):
         with pytest.raises(TypeError):
             getattr(cls.__new__(cls), method)()
@@ -141,6 +149,31 @@ def test_devices_in_cycles_are_collected(product):
     with pytest.warns(ResourceWarning, match="unclosed"):
         gone = make()
         assert eventually(lambda: gc.collect() is not None and [ref() for ref in gone] == [None, None])
+
+
+def test_who_takes_hold_of_a_device_at_its_end_keeps_it_closed():
+    class Phoenix(pyqvx.FeroxA):
+        def __del__(self):
+            super().__del__()
+            kept.append(self)
+
+    kept = []
+    with pytest.warns(ResourceWarning, match="unclosed device Ferox-A") as warned:
+        pyqvx.FeroxA(verbose=False)
+        Phoenix(verbose=False)
+    assert [repr(warning.source) for warning in warned] == [
+        "<FeroxA (Ferox-A) closed>",
+        "<Phoenix (Ferox-A) closed>",
+    ]
+    assert warned[1].source is kept[0] and not kept[0].recv_cmd_thread.is_alive()
+
+
+def test_what_is_let_go_anywhere_ends_once():
+    """In development mode, whose allocator shows what is used or freed again."""
+    program = Path(__file__).with_name("letting_go.py")
+    with start_program([sys.executable, "-X", "dev", str(program), "4"]) as process:
+        output, _ = process.communicate(timeout=2 * PATIENCE_S)
+    assert process.returncode == 0 and output.endswith(" rounds of each\n"), output
 
 
 def test_requests_of_the_same_command_each_get_their_own_reply(lab):

@@ -19,14 +19,16 @@ ECHO = pyqvx.GET_SERIAL_NUMBER
 
 class Ethernet:
     lost = pyqvx.NetworkConnectionLostError
+    handle = pyqvx.NetworkDevice
 
     def __init__(self):
-        self.device = pyqvx.NetworkDevice(verbose=False)
+        self.device = self.handle(verbose=False)
         self.server = socket.create_server(("127.0.0.1", 0))
         self.address = self.server.getsockname()
         self.peers = []
 
     def accept(self):
+        self.cut()
         self.peers = [self.server.accept()[0]]
 
     def receive(self):
@@ -49,13 +51,15 @@ class Ethernet:
 
 
 class Wifi(Ethernet):
+    handle = pyqvx.WifiDevice
+
     def __init__(self):
         super().__init__()
-        self.device = pyqvx.WifiDevice(verbose=False)
         self.data = socket.create_server(("127.0.0.1", 0))
         self.address = (self.address[0], self.data.getsockname()[1], None, self.address[1])
 
     def accept(self):
+        self.cut()
         self.peers = [self.server.accept()[0], self.data.accept()[0]]
 
     def end(self):

@@ -317,3 +317,27 @@ os._exit(0)
 )
 def test_close_waits_for_nobody_who_does_not_come_back(body):
     run_script(START + DEAF.format(folder=str(Path(__file__).parent)) + body)
+
+
+def test_sub_interpreters_are_refused():
+    """Before and after the main interpreter's import, of which a second one gives the same module."""
+    output = run_script(
+        """
+import _xxsubinterpreters as interpreters
+
+def attempt():
+    try:
+        interpreters.run_string(interpreters.create(), "import pyqvx")
+    except interpreters.RunFailedError as error:
+        print(error)
+
+attempt()
+import pyqvx
+attempt()
+first = sys.modules.pop("pyqvx")
+import pyqvx
+print(pyqvx is first)
+"""
+    )
+    refused = "<class 'ImportError'>: pyqvx works in the main interpreter only, not in a sub-interpreter\n"
+    assert output == 2 * refused + "True\n"

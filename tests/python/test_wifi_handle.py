@@ -24,16 +24,20 @@ class Peers:
         self.ip = ip
         command, data = (listener.getsockname()[1] for listener in self.listeners)
         self.ports = {"port": data, "cmd_port": command}
+        self.accepted = []
 
     def close(self):
-        for listener in self.listeners:
-            listener.close()
+        for one in self.listeners + self.accepted:
+            one.close()
+
+    def accept_one(self, index):
+        peer, _ = self.listeners[index].accept()
+        self.accepted.append(peer)
+        peer.settimeout(PATIENCE_S)
+        return peer
 
     def accept(self):
-        peers = [listener.accept()[0] for listener in self.listeners]
-        for peer in peers:
-            peer.settimeout(PATIENCE_S)
-        return peers
+        return [self.accept_one(0), self.accept_one(1)]
 
 
 @pytest.fixture
@@ -104,7 +108,7 @@ def test_without_either_channel_there_is_none(peers, closed):
                 connect(peers.ip, **ports)
             assert not device.connect_status_cmd and not device.connect_status_data
             if closed == 1:
-                assert peers.listeners[0].accept()[0].recv(1) == b""
+                assert peers.accept_one(0).recv(1) == b""
         for bad, error in ((None, pyqvx.InputTypeNotCorrectError), (65536, pyqvx.InputDataNotInRangeError)):
             with pytest.raises(error):
                 device.connect(peers.ip, bad)
@@ -124,12 +128,11 @@ def test_a_coroutine_connects_and_a_cancelled_one_leaves_nothing(peers):
         async with pyqvx.WifiDevice(verbose=False) as device:
             ports = peers.ports | {"port": full.getsockname()[1]}
             connecting = asyncio.create_task(device.connect_async(peers.ip, **ports))
-            command, _ = await asyncio.to_thread(peers.listeners[0].accept)
+            command = await asyncio.to_thread(peers.accept_one, 0)
             connecting.cancel()
             with pytest.raises(asyncio.CancelledError):
                 await connecting
             assert not device.connect_status_cmd and not device.connect_status_data
-            command.settimeout(PATIENCE_S)
             assert command.recv(1) == b""
             assert await device.connect_async(peers.ip, **peers.ports) is True
             _, data = peers.accept()
