@@ -25,8 +25,10 @@ def device():
     with socket.create_server(("192.0.2.2", 7)) as server:
         said.put("listening")
         with server.accept()[0]:
-            orders.get()
-            ip("link", "set", "far", "down")
+            if orders.get() == "asked after":  # behind a switch, so that the kernel at the near end sees nothing of it
+                ip("address", "flush", "dev", "far")
+            else:
+                ip("link", "set", "far", "down")
             said.put("pulled")
             orders.get()
 
@@ -51,7 +53,7 @@ asking = threading.Thread(target=ask)
 if sys.argv[1] == "asked before":
     asking.start()
     time.sleep(0.5)
-orders.put("pull")
+orders.put(sys.argv[1])
 said.get()
 pulled = time.monotonic()
 if sys.argv[1] == "asked after":
