@@ -200,7 +200,7 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
       return reply;
     }
   } while (again);
-  if (waiter.owed()) {
+  if (waiter.passedOver({})) {  // a line that has lost nothing is dry as soon as all has come
     waiter.dryLine();
   }
   return std::nullopt;

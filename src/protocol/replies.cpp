@@ -9,6 +9,8 @@ namespace {
 // A device that has answered and then not for so long, nor for four times as long as it ever took, answers no more of
 // what it has been sent. One may pause between two replies: to write its flash memory, or for a slow command.
 constexpr std::chrono::seconds kGap{2};
+// When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
+constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
@@ -169,10 +171,10 @@ bool ReplyPool::Waiter::passedOver(Clock::duration quiet) const {
   return asked_ && line_->passed != passed_ && Clock::now() - line_->came >= quiet;
 }
 
-bool ReplyPool::Waiter::stalled(std::size_t unanswered) const {
+bool ReplyPool::Waiter::farBehind() const {
   const Lock lock(pool_.mutex_);
   const Clock::duration quiet = pool_.slowest_ > Clock::duration::zero() ? 2 * pool_.slowest_ : kGap;
-  return line_->copies.size() >= unanswered && Clock::now() - line_->came >= quiet;
+  return line_->copies.size() >= kFarBehind && Clock::now() - line_->came >= quiet;
 }
 
 void ReplyPool::Waiter::dryLine() {

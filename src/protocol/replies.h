@@ -80,10 +80,8 @@ class ReplyPool {
     // Whether since the first copy was sent a reply has come with this key that was not taken for the waiter's, and
     // nothing has come for `quiet` now.
     bool passedOver(Clock::duration quiet) const;
-    // Whether nothing comes any more, though so many copies are unanswered that another one would not help,
-    bool farBehind() const { return stalled(kFarBehind); }
-    // or though replies have come, but not to this request.
-    bool owed() const { return passedOver({}) && stalled(1); }
+    // Whether nothing comes any more, though so many copies are unanswered that another one would not help.
+    bool farBehind() const;
     // Replies have come, but not to this request, so copies or replies have been lost: from now on nothing is sent with
     // this key until the line is dry.
     void dryLine();
@@ -96,14 +94,11 @@ class ReplyPool {
 
    private:
     friend class ReplyPool;
-    // When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
-    static constexpr std::size_t kFarBehind = 5;
     enum class End : std::uint8_t { None, Ended, Lost };
     bool over() const QVX_REQUIRES(pool_.mutex_);
     bool takeKept() QVX_REQUIRES(pool_.mutex_);
     void join() QVX_REQUIRES(pool_.mutex_);
     void part() QVX_REQUIRES(pool_.mutex_);
-    bool stalled(std::size_t unanswered) const;
     void waitReading(Lock& lock, const Deadline& deadline, const std::shared_ptr<Reader>& reader);
 
     ReplyPool& pool_;
