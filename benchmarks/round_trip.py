@@ -1,5 +1,7 @@
-"""One question and its answer, through the module and through Python's own sockets, on the same server: one that
-takes no time itself, which would hide theirs."""
+"""One question and its answer, through the module and through Python's own sockets, on the same server.
+
+It is one that takes no time itself, which would hide theirs.
+"""
 
 from __future__ import annotations
 

@@ -147,8 +147,8 @@ void defineRequest(py::class_<Packet, Packet_based, std::shared_ptr<Packet>>& bl
                 "As the blocking form; None when no reply came."));
 }
 
-// Packets that arrive are filed by threads that don't call Python. A class of Python's that expects to be called for each
-// is told so when it is defined.
+// Packets that arrive are filed by threads that don't call Python. A class of Python's that expects to be called for
+// each is told so when it is defined.
 void initSubclass(const py::type& defined, const py::kwargs& keywords) {
   const py::module_ module = py::module_::import("pyqvx");
   const py::type device = module.attr("Device");
@@ -156,11 +156,14 @@ void initSubclass(const py::type& defined, const py::kwargs& keywords) {
     if (PyType_IsSubtype(reinterpret_cast<PyTypeObject*>(defined.ptr()),
                          reinterpret_cast<PyTypeObject*>(device.ptr())) != 0 &&
         !defined.attr(method).is(device.attr(method))) {
-      throw py::type_error(defined.attr("__name__").cast<std::string>() + " cannot override " + method +
-                           ": packets are filed without calling it. What arrives is changed in a transport, in client_cmd");
+      throw py::type_error(
+          defined.attr("__name__").cast<std::string>() + " cannot override " + method +
+          ": packets are filed without calling it. What arrives is changed in a transport, in client_cmd");
     }
   }
-  py::module_::import("builtins").attr("super")(module.attr("Packet_based"), defined).attr("__init_subclass__")(**keywords);
+  py::module_::import("builtins")
+      .attr("super")(module.attr("Packet_based"), defined)
+      .attr("__init_subclass__")(**keywords);
 }
 
 }  // namespace
@@ -169,9 +172,11 @@ void bindEngine(py::module_& module) {
   py::class_<Packet_based, std::shared_ptr<Packet_based>> based(
       module, "Packet_based", "What both forms of the packet engine share: the transports and the three pools.");
   based.attr("__init_subclass__") = owned(PyClassMethod_New(
-      py::cpp_function(initSubclass, py::name("__init_subclass__"),
-                       py::doc("__init_subclass__(**keywords: object) -> None\n\nRaises TypeError for a handle that overrides what is "
-                       "not called: _putToDataPool, _checkCommandType."))
+      py::cpp_function(
+          initSubclass, py::name("__init_subclass__"),
+          py::doc(
+              "__init_subclass__(**keywords: object) -> None\n\nRaises TypeError for a handle that overrides what is "
+              "not called: _putToDataPool, _checkCommandType."))
           .ptr()));
   based
       .def(
@@ -192,8 +197,10 @@ void bindEngine(py::module_& module) {
       .def_property(
           "resend", [](const Packet_based& self) { return makeResend(self.resend); },
           [](Packet_based& self, const py::object& rule) { self.resend = resendOf(rule); },
-          "-> bool | str\n\nWhich commands are sent again while their reply is late. \"safe\", as it is at first: all but "
-          "those that act again when a device carries them out twice, such as toggles and transfers on a bus. True: all, "
+          "-> bool | str\n\nWhich commands are sent again while their reply is late. \"safe\", as it is at first: all "
+          "but "
+          "those that act again when a device carries them out twice, such as toggles and transfers on a bus. True: "
+          "all, "
           "False: none, which waits as long for the one reply.")
       .def_property(
           "late_replies", [](const Packet_based& self) { return self.data_pool_echo.lateReplies(); },
@@ -203,7 +210,8 @@ void bindEngine(py::module_& module) {
             }
             self.data_pool_echo.setLateReplies(kept.cast<bool>());
           },
-          "-> bool\n\nWhether a reply whose request has given up, timed out or cancelled, answers the next request with the "
+          "-> bool\n\nWhether a reply whose request has given up, timed out or cancelled, answers the next request "
+          "with the "
           "same command, True at first; the first one on a connection is reported by LateReplyWarning. With False no "
           "operation takes a reply that was there before it asked.")
       .def_property_readonly(
