@@ -11,7 +11,7 @@ namespace {
 
 // How long anybody waits for the owner. A native transport is woken and needs microseconds; one written in Python may
 // not notice at all.
-constexpr double kPatience = 1;
+constexpr double kOwnerPatience = 1;
 // How long a read is given to end by itself before its transport is told to disconnect.
 constexpr std::chrono::milliseconds kForReading{100};
 // The first time after which a transport that is connecting is told again: it may not have begun to when it was told.
@@ -92,7 +92,7 @@ void Connection::connect(Opening opening) {
   callOwner();
   {
     Lock lock(mutex_);
-    if (!changed_.wait(lock, deadlineAfter(kPatience),
+    if (!changed_.wait(lock, deadlineAfter(kOwnerPatience),
                        [&]() QVX_REQUIRES(mutex_) { return request->begun || request->served; })) {
       request->given_up = true;
       request->unattended = true;
@@ -130,13 +130,13 @@ void Connection::disconnect(std::optional<bool> verbose) {
   }
   callOwner();
   if (!Worker::isCurrentThread()) {
-    press(request, deadlineAfter(kPatience), false);
+    press(request, deadlineAfter(kOwnerPatience), false);
     conclude(request);
   }
 }
 
 void Connection::close() {
-  const Deadline deadline = deadlineAfter(kPatience);
+  const Deadline deadline = deadlineAfter(kOwnerPatience);
   {
     Lock lock(mutex_);
     closed_ = true;
@@ -230,7 +230,7 @@ void Connection::undo(const std::shared_ptr<Request>& request) noexcept {
       }
     }
     callOwner();
-    press(last, deadlineAfter(kPatience), true);
+    press(last, deadlineAfter(kOwnerPatience), true);
   });
 }
 

@@ -7,7 +7,7 @@ namespace qvx {
 namespace {
 
 // How long a close that comes second waits for the first.
-constexpr double kPatience = 2;
+constexpr double kCloserPatience = 2;
 
 }  // namespace
 
@@ -135,7 +135,7 @@ void Device::close() {
     Lock lock(close_mutex_);
     if (closer_) {
       if (*closer_ != std::this_thread::get_id() && !Worker::isCurrentThread()) {
-        close_changed_.wait(lock, deadlineAfter(kPatience), [this] { return closed_.load(); });
+        close_changed_.wait(lock, deadlineAfter(kCloserPatience), [this] { return closed_.load(); });
       }
       return;
     }

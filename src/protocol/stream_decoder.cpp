@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::seconds kBetweenReports{1};
 // How long the thread's end is awaited. One that doesn't come back from a warning that it has issued is left to itself.
-constexpr double kPatience = 1;
+constexpr double kDecoderPatience = 1;
 
 }  // namespace
 
@@ -113,7 +113,7 @@ void StreamDecoder::free() {
     const Lock lock(shared_->mutex);
     shared_->functions = {.decode = [](std::size_t, const RawItem&) { return std::size_t{0}; }};
   }
-  worker_.join(deadlineAfter(kPatience));
+  worker_.join(deadlineAfter(kDecoderPatience));
 }
 
 // In this order: an item that the thread has taken before is refused by who has begun.

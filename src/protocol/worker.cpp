@@ -10,7 +10,7 @@ namespace {
 thread_local bool on_worker_thread = false;
 
 // How long a worker's end is awaited when it is let go. A thread that is woken needs microseconds.
-constexpr double kPatience = 1;
+constexpr double kEndPatience = 1;
 
 }  // namespace
 
@@ -55,7 +55,7 @@ Worker::~Worker() {
   bool gone = false;
   if (!origin_.isLeft()) {
     kill();
-    gone = join(deadlineAfter(kPatience)) && thread_.get_id() != std::this_thread::get_id();
+    gone = join(deadlineAfter(kEndPatience)) && thread_.get_id() != std::this_thread::get_id();
   }
   if (gone) {
     thread_.join();

@@ -255,7 +255,7 @@ TEST(USBInterruptTest, CtrlCEndsReadsAndSends) {
   struct PressedHost : Host {
     bool interruptible() override { return true; }
     void checkInterrupt() override { throw Interrupt(); }
-    void warn(ErrorId) override {}
+    void warn(ErrorId, const std::optional<std::string>& /*message*/) override {}
   } host;
   setHost(&host);
   {
