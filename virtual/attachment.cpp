@@ -33,7 +33,7 @@ constexpr PartName kParts[] = {
     {"loopback", Bus::SPI, Attachment::Part::Loopback, 0},
 };
 
-[[noreturn]] void refuse(const std::string& text, const std::string& why) {
+[[noreturn]] void refuseAttachment(const std::string& text, const std::string& why) {
   throw std::invalid_argument("attach '" + text + "': " + why);
 }
 
@@ -80,7 +80,7 @@ Attachment Attachment::parse(const std::string& text) {
                         ? std::nullopt
                         : number(all.substr(0, equals).substr(bus->name.size()), 0, kHighestPort);
   if (!port) {
-    refuse(text, "neither i2cN=PART[:ADDRESS] nor spiN=PART");
+    refuseAttachment(text, "neither i2cN=PART[:ADDRESS] nor spiN=PART");
   }
   const std::string_view given = all.substr(equals + 1);
   const std::size_t colon = given.find(':');
@@ -88,13 +88,13 @@ Attachment Attachment::parse(const std::string& text) {
     return row.bus == bus->bus && row.name == given.substr(0, colon);
   });
   if (part == std::end(kParts)) {
-    refuse(text, bus->bus == Bus::I2C ? "not 24c02" : "neither 74hc595 nor loopback");
+    refuseAttachment(text, bus->bus == Bus::I2C ? "not 24c02" : "neither 74hc595 nor loopback");
   }
   Attachment attachment{.bus = part->bus, .port = *port, .part = part->part, .address = part->address};
   if (colon != std::string_view::npos) {
     const auto address = number(given.substr(colon + 1), kLowestAddress, kHighestAddress);
     if (part->bus != Bus::I2C || !address || (*address >= kReservedFrom && *address < kTenBitsFrom)) {
-      refuse(text, "an I2C address is 0x08 to 0x77 with 7 bits, 0x80 to 0x3ff with 10; SPI has none");
+      refuseAttachment(text, "an I2C address is 0x08 to 0x77 with 7 bits, 0x80 to 0x3ff with 10; SPI has none");
     }
     attachment.address = *address;
   }

@@ -141,14 +141,14 @@ const std::vector<Kind>& kinds() {
   return table;
 }
 
-[[noreturn]] void refuse(const std::string& text, const std::string& why) {
+[[noreturn]] void refuseSource(const std::string& text, const std::string& why) {
   throw std::invalid_argument("source '" + text + "': " + why);
 }
 
 const Kind& kindNamed(std::string_view name, const std::string& text) {
   const auto found = std::find_if(kinds().begin(), kinds().end(), [&](const Kind& kind) { return kind.name == name; });
   if (found == kinds().end()) {
-    refuse(text, "'" + std::string(name) + "' is none of constant, ramp, sine, square, noise, wav");
+    refuseSource(text, "'" + std::string(name) + "' is none of constant, ramp, sine, square, noise, wav");
   }
   return *found;
 }
@@ -162,17 +162,17 @@ std::vector<double> parseValues(std::string_view rest, bool given, std::vector<d
     double value = 0;
     const auto [end, problem] = std::from_chars(item.data(), item.data() + item.size(), value);
     if (problem != std::errc() || end != item.data() + item.size() || !std::isfinite(value)) {
-      refuse(text, "'" + std::string(item) + "' is not a number");
+      refuseSource(text, "'" + std::string(item) + "' is not a number");
     }
     if (i >= values.size()) {
-      refuse(text, "it takes at most " + std::to_string(values.size()) + " value(s)");
+      refuseSource(text, "it takes at most " + std::to_string(values.size()) + " value(s)");
     }
     values[i] = value;
     given = colon != std::string_view::npos;
     rest.remove_prefix(given ? colon + 1 : rest.size());
   }
   if (std::any_of(values.begin(), values.end(), [](double value) { return std::isnan(value); })) {
-    refuse(text, "a value is missing");
+    refuseSource(text, "a value is missing");
   }
   return values;
 }
@@ -191,7 +191,7 @@ SourceSpec SourceSpec::parse(const std::string& text) {
   if (digits > 0 && digits < rest.size() && rest[digits] == '=') {
     std::size_t channel = 0;
     if (std::from_chars(rest.data(), rest.data() + digits, channel).ec != std::errc()) {
-      refuse(text, "its channel is not a number that can be used");
+      refuseSource(text, "its channel is not a number that can be used");
     }
     spec.channel = channel;
     rest.remove_prefix(digits + 1);

@@ -13,7 +13,7 @@
 namespace qvx::binding {
 namespace {
 
-void bindClient(py::module_& module) {
+void bindUdpClient(py::module_& module) {
   py::class_<UDPClient, NetworkClient, std::shared_ptr<UDPClient>> cls(
       module, "UDPClient", "Broadcasts to every attached network, and receives the answers.");
   cls.def(py::init<>(), "UDPClient()");
@@ -161,7 +161,7 @@ void bindModule(py::module_& module) {
              "ReceivePacketTimeoutError when no such device answers. Returns 0.");
 }
 
-void bindHandle(py::module_& module) {
+void bindBroadcastHandle(py::module_& module) {
   py::class_<Discovery, Device, BroadcastModule, BroadcastModule_async, std::shared_ptr<Discovery>> cls(
       module, "BroadcastDevice", "Every device on the attached networks, found by UDP broadcast.", py::dynamic_attr(),
       py::custom_type_setup(&DeviceType<Discovery>::setUp));
@@ -191,10 +191,10 @@ void bindHandle(py::module_& module) {
 }  // namespace
 
 void bindDiscovery(py::module_& module) {
-  bindClient(module);
+  bindUdpClient(module);
   bindRecord(module);
   bindModule(module);
-  bindHandle(module);
+  bindBroadcastHandle(module);
 }
 
 }  // namespace qvx::binding

@@ -14,7 +14,7 @@
 namespace qvx::binding {
 namespace {
 
-void bindClient(py::module_& module) {
+void bindUartClient(py::module_& module) {
   py::class_<UARTClient, Client, std::shared_ptr<UARTClient>>(module, "UARTClient", "A serial line.")
       .def(py::init<>(), "UARTClient()")
       .def(
@@ -41,7 +41,7 @@ void bindClient(py::module_& module) {
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 }
 
-void bindHandle(py::module_& module) {
+void bindUartHandle(py::module_& module) {
   py::class_<UARTDevice, Device, std::shared_ptr<UARTDevice>> cls(
       module, "UARTDevice", "A device reached over a serial line.", py::dynamic_attr(),
       py::custom_type_setup(&DeviceType<UARTDevice>::setUp));
@@ -87,8 +87,8 @@ void bindHandle(py::module_& module) {
 }  // namespace
 
 void bindSerial(py::module_& module) {
-  bindClient(module);
-  bindHandle(module);
+  bindUartClient(module);
+  bindUartHandle(module);
 }
 
 }  // namespace qvx::binding

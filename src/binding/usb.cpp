@@ -14,7 +14,7 @@
 namespace qvx::binding {
 namespace {
 
-void bindClient(py::module_& module) {
+void bindUsbClient(py::module_& module) {
   module.def(
       "getLibUSB1",
       [] {
@@ -50,7 +50,7 @@ void bindClient(py::module_& module) {
            "setTimeout(t: float | None) -> None\n\nSeconds a read waits; None waits without limit.");
 }
 
-void bindHandle(py::module_& module) {
+void bindUsbHandle(py::module_& module) {
   py::class_<USBDevice, Device, std::shared_ptr<USBDevice>> cls(module, "USBDevice", "A device reached over USB.",
                                                                 py::dynamic_attr(),
                                                                 py::custom_type_setup(&DeviceType<USBDevice>::setUp));
@@ -94,8 +94,8 @@ void bindHandle(py::module_& module) {
 }  // namespace
 
 void bindUsb(py::module_& module) {
-  bindClient(module);
-  bindHandle(module);
+  bindUsbClient(module);
+  bindUsbHandle(module);
   const py::object engine = module.attr("Packet_based");
   engine.attr("_getAllUSBDevices") = py::cpp_function(
       [](const Packet_based&) {
