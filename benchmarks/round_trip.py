@@ -147,8 +147,10 @@ def crowds(rounds: int, small: int = 100, large: int = 4000) -> Row:
             await asyncio.gather(*(device.Sys_getSerialNumber_async(timeout=60) for _ in range(count)))
             return (time.perf_counter() - began) / count
 
-        what = f"a request of {large:,} at once / of {small}"
-        return compare(what, lambda: asyncio.run(at_once(large)), lambda: asyncio.run(at_once(small)), rounds, 2.0)
+        def of(count: int) -> Callable[[], float]:
+            return lambda: asyncio.run(at_once(count))
+
+        return compare(f"a request of {large:,} at once / of {small}", of(large), of(small), rounds, 2.0)
 
 
 if __name__ == "__main__":
