@@ -109,16 +109,18 @@ void bindDevices(py::module_& module) {
       .def_property_readonly(
           "connection_lost", [](const Device& self) { return self.state() == Connection::State::Lost; },
           "-> bool\n\nWhether the connection has ended by itself; connect() makes a new one.")
-      .def_property("on_connection_lost", &getOnConnectionLost, &setOnConnectionLost,
-                    "-> Callable | None\n\nCalled with the device once for each loss of its connection, after that has been "
-                    "printed, on a thread of its own: it may wait, and call connect() or close().")
+      .def_property(
+          "on_connection_lost", &getOnConnectionLost, &setOnConnectionLost,
+          "-> Callable | None\n\nCalled with the device once for each loss of its connection, after that has been "
+          "printed, on a thread of its own: it may wait, and call connect() or close().")
       .def(
           "connection_lost_async",
           [](const py::object& self) {
             auto& device = self.cast<Device&>();
             return makeCoroutineOf("connection_lost_async", self, [&device] { return device.waitLost(std::nullopt); });
           },
-          "connection_lost_async() -> Coroutine[bool]\n\nWaits until the connection has ended by itself: True. False when "
+          "connection_lost_async() -> Coroutine[bool]\n\nWaits until the connection has ended by itself: True. False "
+          "when "
           "there is none, or disconnect() or close() has ended it.")
       .def("_getDeviceName", &Device::deviceName, "_getDeviceName() -> str\n\nThe product's label.")
       .def(
@@ -179,9 +181,8 @@ void bindDevices(py::module_& module) {
           "connect_async",
           [](const py::object& self, const Argument& ip_addr, const Argument& port) {
             auto& device = self.cast<NetworkDevice&>();
-            return makeCoroutineOf("connect_async", self, [&device, ip_addr, port] {
-              return device.connect(ip_addr, port);
-            });
+            return makeCoroutineOf("connect_async", self,
+                                   [&device, ip_addr, port] { return device.connect(ip_addr, port); });
           },
           Signature("ip_addr: str, port: int = 7"),
           docstring("connect_async", "ip_addr: str, port: int = 7", "Coroutine[bool]",

@@ -174,8 +174,7 @@ void bindBroadcastHandle(py::module_& module) {
           "connect_async",
           [](const py::object& self) {
             auto& device = self.cast<Discovery&>();
-            return makeCoroutineOf("connect_async", self,
-                                   [&device] { return device.connect(); });
+            return makeCoroutineOf("connect_async", self, [&device] { return device.connect(); });
           },
           "connect_async() -> Coroutine[bool]\n\nAs connect, without blocking the event loop.")
       .def(

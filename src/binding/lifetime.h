@@ -59,7 +59,8 @@ class DeviceType {
   }
 
  private:
-  // nullptr while __init__ has not run, and in a forked child: whatever its parent's mutexes guard is not for the child.
+  // nullptr while __init__ has not run, and in a forked child: whatever its parent's mutexes guard is not for the
+  // child.
   static Class* deviceOf(PyObject* self) {
     auto* instance = reinterpret_cast<py::detail::instance*>(self);
     const auto* type = py::detail::get_type_info(typeid(Class));

@@ -11,8 +11,8 @@
 
 namespace {
 
-// In place of pybind11's own, which ends the process when it is to make an instance of its base class, as Python does to
-// pickle an object by protocol 0 or 1.
+// In place of pybind11's own, which ends the process when it is to make an instance of its base class, as Python does
+// to pickle an object by protocol 0 or 1.
 PyObject* newInstance(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywords*/) {
   if (py::detail::all_type_info(type).empty()) {
     PyErr_Format(PyExc_TypeError, "cannot create '%.200s' instances", type->tp_name);
@@ -21,8 +21,8 @@ PyObject* newInstance(PyTypeObject* type, PyObject* /*args*/, PyObject* /*keywor
   return py::detail::make_new_instance(type);
 }
 
-// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run. Objects
-// are pickled by protocol 2 at least.
+// What pybind11 would do without: call methods on memory that is no C++ object yet, because __init__ has not run.
+// Objects are pickled by protocol 2 at least.
 void guardInstances(const py::module_& module) {
   const auto reduce = [](const py::object& self, int protocol) {
     return py::handle(reinterpret_cast<PyObject*>(&PyBaseObject_Type))
@@ -74,8 +74,8 @@ void fill(py::module_& module) {
 
 }  // namespace
 
-// PYBIND11_MODULE's own, but for sub-interpreters, which pybind11 cannot tell from the main one and waits in for ever. So
-// Python must come here for each import, and not make copies of the module by itself.
+// PYBIND11_MODULE's own, but for sub-interpreters, which pybind11 cannot tell from the main one and waits in for ever.
+// So Python must come here for each import, and not make copies of the module by itself.
 extern "C" PYBIND11_EXPORT PyObject* PyInit_pyqvx() {
   if (PyInterpreterState_Get() != PyInterpreterState_Main()) {
     PyErr_SetString(PyExc_ImportError, "pyqvx works in the main interpreter only, not in a sub-interpreter");

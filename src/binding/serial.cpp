@@ -65,8 +65,7 @@ void bindUartHandle(py::module_& module) {
           "connect_async",
           [](const py::object& self, const Argument& port) {
             auto& device = self.cast<UARTDevice&>();
-            return makeCoroutineOf("connect_async", self,
-                                   [&device, port] { return device.connect(port); });
+            return makeCoroutineOf("connect_async", self, [&device, port] { return device.connect(port); });
           },
           py::arg("port"),
           docstring("connect_async", "port: str", "Coroutine[bool]", "As connect, without blocking the event loop."))
@@ -79,8 +78,7 @@ void bindUartHandle(py::module_& module) {
           "disconnect() -> None\n\nCloses the port; connect() may follow. Safe to repeat.")
       .def_property_readonly("baudrate", &UARTDevice::baudrate, "-> int\n\nThe rate of every connection, in bit/s.")
       .def_property_readonly(
-          "port", [](const UARTDevice& self) { return self.identifier(); },
-          "-> str\n\nThe port connected to last.");
+          "port", [](const UARTDevice& self) { return self.identifier(); }, "-> str\n\nThe port connected to last.");
   defineCommandChannel(cls);
 }
 

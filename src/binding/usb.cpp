@@ -71,9 +71,7 @@ void bindUsbHandle(py::module_& module) {
           "connect_async",
           [](const py::object& self, const Argument& serial_num) {
             auto& device = self.cast<USBDevice&>();
-            return makeCoroutineOf("connect_async", self, [&device, serial_num] {
-              return device.connect(serial_num);
-            });
+            return makeCoroutineOf("connect_async", self, [&device, serial_num] { return device.connect(serial_num); });
           },
           Signature("serial_num: str = \"default\""),
           docstring("connect_async", "serial_num: str = \"default\"", "Coroutine[bool]",

@@ -21,8 +21,8 @@ namespace qvx {
 // What a handle is besides its transport.
 struct Identity {
   ProductId product = ProductId::None;
-  bool verbose = true;                   // false keeps the handle's messages off standard output
-  const char* handle_name = "Device";    // stands in them for a handle that is no product
+  bool verbose = true;                                         // false keeps the handle's messages off standard output
+  const char* handle_name = "Device";                          // stands in them for a handle that is no product
   ErrorId connection_error = ErrorId::NetworkConnectionError;  // the class of a failed connect
 };
 

@@ -161,7 +161,8 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
       time -= slice;
       if (slice == pause) {
         // The reply has taken a part of the slice.
-        again = waiter.passedOver(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice / 2)));
+        again =
+            waiter.passedOver(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(slice / 2)));
         pause *= 2;
       }
     }

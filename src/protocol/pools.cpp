@@ -48,8 +48,7 @@ std::size_t RawQueue::size() const {
 
 bool RawQueue::waitForSize(std::size_t count, const Deadline& deadline) {
   Lock lock(mutex_);
-  changed_.wait(lock, deadline,
-                [&]() QVX_REQUIRES(mutex_) { return closed_ || finished_ || items_.size() >= count; });
+  changed_.wait(lock, deadline, [&]() QVX_REQUIRES(mutex_) { return closed_ || finished_ || items_.size() >= count; });
   return items_.size() >= count;
 }
 

@@ -405,5 +405,4 @@ void ReplyPool::close() {
   idle_.notifyHeld();
 }
 
-
 }  // namespace qvx

@@ -62,8 +62,8 @@ class ReplyPool {
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    // A copy of the request goes out now, on a medium where no reply takes longer than `silence`, if that is known. From
-    // the first one on the waiter has its place behind the others.
+    // A copy of the request goes out now, on a medium where no reply takes longer than `silence`, if that is known.
+    // From the first one on the waiter has its place behind the others.
     void sending(std::optional<Clock::duration> silence = {});
     // The copy announced last did not go out.
     void unsent();

@@ -12,10 +12,8 @@ USBDevice::USBDevice(ProductId product, bool verbose)
               .verbose = verbose,
               .handle_name = "USBDevice",
               .connection_error = ErrorId::USBConnectionError}),
-      command_(add({.thread_name = "qvx-recv-cmd",
-                    .read_size = USB_PKT_SIZE,
-                    .client = commandSlot(),
-                    .file = fileInPools()})) {
+      command_(add(
+          {.thread_name = "qvx-recv-cmd", .read_size = USB_PKT_SIZE, .client = commandSlot(), .file = fileInPools()})) {
   sayOpened();
 }
 

@@ -5,15 +5,16 @@
 
 namespace qvx {
 
-// The two channels are one connection, lost when either is lost, and both file into the same pools. Which of them a packet takes is the
-// device's choice.
+// The two channels are one connection, lost when either is lost, and both file into the same pools. Which of them a
+// packet takes is the device's choice.
 class WifiDevice : public NetworkDevice {
  public:
   explicit WifiDevice(ProductId product = ProductId::None, bool verbose = true);
   ~WifiDevice() override;
 
-  // Opens the command channel on `cmd_port` and the data channel on `port`, within CONNECTION_TIMEOUT seconds each. Blocks. Raises NetworkConnectionError. `verbose`, where given,
-  // overrules the handle's own for the messages about this connection.
+  // Opens the command channel on `cmd_port` and the data channel on `port`, within CONNECTION_TIMEOUT seconds each.
+  // Blocks. Raises NetworkConnectionError. `verbose`, where given, overrules the handle's own for the messages about
+  // this connection.
   bool connect(const Argument& ip_addr, const Argument& port, const Argument& cmd_port,
                std::optional<bool> verbose = {});
   // Closes both. Ends a connect in progress. Safe to repeat.

@@ -56,8 +56,8 @@ class UDPClient : public NetworkClient {
   struct NameLookUp;
   std::shared_ptr<NameLookUp> lookUpOwnName();
 
-  Relay relay_;            // of the thread that reads
-  Mutex name_mutex_;       // innermost
+  Relay relay_;       // of the thread that reads
+  Mutex name_mutex_;  // innermost
   std::shared_ptr<NameLookUp> own_name_ QVX_GUARDED_BY(name_mutex_);
 };
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import asyncio
+import gc
 import sys
 from pathlib import Path
 
@@ -15,6 +16,11 @@ from fakes import FakeTransport, connect_to, connected  # noqa: E402
 from qvx_virtual import VirtualDevice  # noqa: E402
 
 import pyqvx  # noqa: E402
+
+# In the interpreter's development mode objects are collected as early as can be: what is let go too early, or
+# twice, shows.
+if sys.flags.dev_mode:
+    gc.set_threshold(1)
 
 
 @pytest.fixture

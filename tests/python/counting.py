@@ -1,6 +1,7 @@
 """Whether a reply is younger than its request, on roads that delay and drop.
 
-A device answers with a number that counts up at each request that it carries out. A reader looks at the count, asks,
+A device answers with a number that counts up at each request that it carries out. A reader looks at the
+count, asks,
 and must get a higher one. Run by hand, this reads by the thousand: counting.py --help
 """
 
@@ -43,7 +44,7 @@ class Faults:
 
 
 class Counter:
-    """The device. Serves one connection after the other; `produced` is the number that it has answered with last."""
+    """The device. Serves one connection after the other; `produced` is what it has answered last."""
 
     def __init__(self, faults: Faults, seed: int = 1) -> None:
         self.faults = faults
@@ -58,7 +59,9 @@ class Counter:
         try:
             while data := os.read(fd, 4096):
                 buffer += data
-                while len(buffer) >= 3 and len(buffer) >= (size := int.from_bytes(buffer[1:3], "big") + FRAME_EXTRA):
+                while len(buffer) >= 3 and len(buffer) >= (
+                    size := int.from_bytes(buffer[1:3], "big") + FRAME_EXTRA
+                ):
                     buffer = buffer[size:]
                     if self._random.random() < self.faults.lost_requests:
                         continue
@@ -167,7 +170,9 @@ class Readers:
     tasks: int = 4  # of each loop
     reads: int = 100  # of all together
     timeout_s: float = 3.0
-    impatient: int = 0  # one of so many reads gives up (and, awaited, one is cancelled) before its reply can come
+    impatient: int = (
+        0  # one of so many reads gives up (and, awaited, one is cancelled) before its reply can come
+    )
     hurry_s: float = 0.0  # after so long
     once: bool = False  # each request is sent once
     late_replies: bool = True
@@ -196,7 +201,9 @@ class Tally:
         )
 
 
-def _count(tally: Tally, lock: threading.Lock, before: int, began: float, value: int | None, hurried: bool) -> None:
+def _count(
+    tally: Tally, lock: threading.Lock, before: int, began: float, value: int | None, hurried: bool
+) -> None:
     with lock:
         tally.reads += 1
         tally.times.append(time.perf_counter() - began)
@@ -293,10 +300,14 @@ def main() -> None:
     parser.add_argument("--form", nargs="*", choices=FORMS, default=["blocking", "awaited", "mixed"])
     parser.add_argument("--delay", nargs="*", type=float, default=[5, 15, 50, 500], help="in ms")
     parser.add_argument("--mix-delays", action="store_true", help="all of them in one run")
-    parser.add_argument("--drop", nargs="*", type=float, default=[0], help="percent of requests, and of replies")
+    parser.add_argument(
+        "--drop", nargs="*", type=float, default=[0], help="percent of requests, and of replies"
+    )
     parser.add_argument("--reads", type=int, default=1000, help="in each run")
     parser.add_argument("--timeout", type=float, default=3, help="of each read, in s")
-    parser.add_argument("--impatient", type=int, default=0, help="one read of so many gives up after half the delay")
+    parser.add_argument(
+        "--impatient", type=int, default=0, help="one read of so many gives up after half the delay"
+    )
     parser.add_argument("--once", action="store_true", help="requests are sent once")
     parser.add_argument("--drop-late", action="store_true", help="late_replies = False")
     given = parser.parse_args()
@@ -318,14 +329,22 @@ def main() -> None:
                     )
                     began = time.perf_counter()
                     tally = tried(road, faults, readers)
-                    print(f"{road:7}{form:9}{faults}: {tally}; {time.perf_counter() - began:.0f} s", file=sys.stderr)
+                    print(
+                        f"{road:7}{form:9}{faults}: {tally}; {time.perf_counter() - began:.0f} s",
+                        file=sys.stderr,
+                    )
                     for line in sorted(set(tally.warnings + tally.errors)):
                         print(f"    {line}", file=sys.stderr)
                     counts = total.setdefault(road, [0, 0, 0])
-                    for index, value in enumerate((tally.reads, tally.older, tally.timeouts + tally.given_up)):
+                    for index, value in enumerate(
+                        (tally.reads, tally.older, tally.timeouts + tally.given_up)
+                    ):
                         counts[index] += value
     for road, (reads, older, unanswered) in total.items():
-        print(f"{road}: {reads} reads, {older} older than their request, {unanswered} unanswered", file=sys.stderr)
+        print(
+            f"{road}: {reads} reads, {older} older than their request, {unanswered} unanswered",
+            file=sys.stderr,
+        )
 
 
 if __name__ == "__main__":

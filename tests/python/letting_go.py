@@ -243,7 +243,8 @@ def nothing_is_left():
 
 gc.set_threshold(1)
 logging.disable()
-# Each warning of an unclosed device becomes an exception that nobody catches but the hook, which keeps the device.
+# Each warning of an unclosed device becomes an exception that nobody catches but the hook, which keeps the
+# device.
 warnings.simplefilter("ignore")
 warnings.simplefilter("error", ResourceWarning)
 sys.unraisablehook = lambda unraisable: revived.append(unraisable.object)

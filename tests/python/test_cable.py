@@ -1,9 +1,10 @@
-"""A cable that is pulled out: nobody says that the connection is over, the driver has to notice it by itself."""
+"""A cable that is pulled out: nobody says that the connection is over, the driver has to notice it."""
 
 import pytest
 from fakes import run_script
 
-# The device is on a thread whose network is another one. What is printed: the seconds from the pull to the notice.
+# The device is on a thread whose network is another one. What is printed: the seconds from the pull to the
+# notice.
 PULLED = """
 import ctypes, os, queue, socket, subprocess, sys, threading, time
 import pyqvx
@@ -25,7 +26,8 @@ def device():
     with socket.create_server(("192.0.2.2", 7)) as server:
         said.put("listening")
         with server.accept()[0]:
-            if orders.get() == "asked after":  # behind a switch, so that the kernel at the near end sees nothing of it
+            # Behind a switch, so that the kernel at the near end sees nothing of it.
+            if orders.get() == "asked after":
                 ip("address", "flush", "dev", "far")
             else:
                 ip("link", "set", "far", "down")

@@ -121,9 +121,7 @@ def test_pin_tables(cls):
 
 
 # A line that toggles and a level that is asked for.
-@pytest.mark.parametrize(
-    ("resend", "toggles", "queries"), [("safe", 1, 3), (True, 3, 3), (False, 1, 1)]
-)
+@pytest.mark.parametrize(("resend", "toggles", "queries"), [("safe", 1, 3), (True, 3, 3), (False, 1, 1)])
 def test_a_slow_link_repeats_what_it_may(bench, resend, toggles, queries):
     # Slower than any machine is; 50 ms would do.
     place = bench(model="FeroxD", delay=800, verbose=True)
@@ -135,13 +133,20 @@ def test_a_slow_link_repeats_what_it_may(bench, resend, toggles, queries):
         with contextlib.suppress(pyqvx.FirmwareDIOError):  # this one's directions are fixed
             device._toggleDIODirection(0, 8, 0)
         device.Sys_getSerialNumber()
-        packets = ((r"<- 238: 0 0 8\n", toggles), (r"<- 228: 0 0 8 0 0\n", toggles), (r"<- 122:\s*\n", queries))
+        packets = (
+            (r"<- 238: 0 0 8\n", toggles),
+            (r"<- 228: 0 0 8 0 0\n", toggles),
+            (r"<- 122:\s*\n", queries),
+        )
         for carried_out, times in packets:
             assert eventually(lambda: len(re.findall(carried_out, place.log)) == times), place.log
 
 
 def test_rules_of_replies_take_what_they_should(fake):
-    for name, first, wrong_ones in (("resend", "safe", (0, 1, None, "no")), ("late_replies", True, (0, None, "safe"))):
+    for name, first, wrong_ones in (
+        ("resend", "safe", (0, 1, None, "no")),
+        ("late_replies", True, (0, None, "safe")),
+    ):
         assert getattr(fake, name) == first
         for wrong in wrong_ones:
             with pytest.raises(pyqvx.InputTypeNotCorrectError):

@@ -1,4 +1,5 @@
-"""A connection that is lost, and one that begins: what streams and requests return at the end of the one, and that
+"""A connection that is lost, and one that begins: what streams and requests return at the end of the one, and
+that
 nothing of it appears on the next."""
 
 import contextlib
@@ -56,7 +57,9 @@ class Far:
 
     def send(self, code, payload):
         width = 1 if code < 256 else 2
-        frame = b"\2" + struct.pack(">H", width + len(payload)) + code.to_bytes(width, "big") + payload + b"\r\n"
+        frame = (
+            b"\2" + struct.pack(">H", width + len(payload)) + code.to_bytes(width, "big") + payload + b"\r\n"
+        )
         self.peer.sendall(frame)
 
     def cut(self):
@@ -159,7 +162,9 @@ def test_a_stream_gives_what_has_come_and_then_says_that_the_connection_is_lost(
             place.send(*stream.packet(place))
         assert read(2) == [stream.item(1)] * 2
         results = []
-        waiting = threading.Thread(target=lambda: results.append(getattr(device, stream.read)(stream.port, 9, LONG_S)))
+        waiting = threading.Thread(
+            target=lambda: results.append(getattr(device, stream.read)(stream.port, 9, LONG_S))
+        )
         waiting.start()
         time.sleep(0.05)
         place.send(*stream.packet(place))

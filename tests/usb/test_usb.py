@@ -80,8 +80,8 @@ def test_one_session(bus: Bus, capfd: pytest.CaptureFixture[str]) -> None:
     for wrong in (7, None, b"S1"):
         with pytest.raises(pyqvx.InputTypeNotCorrectError):
             pyqvx.USBClient(wrong)  # type: ignore[arg-type]
-        with pytest.raises(pyqvx.InputTypeNotCorrectError):
-            pyqvx.USBDevice(verbose=False).connect(wrong)  # type: ignore[arg-type]
+        with pyqvx.USBDevice(verbose=False) as device, pytest.raises(pyqvx.InputTypeNotCorrectError):
+            device.connect(wrong)  # type: ignore[arg-type]
 
 
 @pytest.mark.filterwarnings("ignore:Warning 519000")

@@ -155,9 +155,9 @@ class AIBased : public AIUnion {
     int channels;
   };
   std::size_t channelsAt(std::size_t index, std::uint64_t place);
-  Mutex widths_mutex_;  // a raw queue's own may be taken under it
+  Mutex widths_mutex_;                                                   // a raw queue's own may be taken under it
   std::vector<std::deque<Width>> widths_ QVX_GUARDED_BY(widths_mutex_);  // by queue
-  std::vector<double> volts_;              // decoder's thread only
+  std::vector<double> volts_;                                            // decoder's thread only
   std::unique_ptr<StreamDecoder> decoder_;
 };
 

@@ -66,8 +66,7 @@ class AOBased {
 
   Reply request(int cmd, const Bytes& payload, const Argument& timeout, Repeat repeat = Repeat::Harmless) const;
   // Sends [port, fields...] and returns the status that follows the port in the reply.
-  int setting(int cmd, int port, const Bytes& fields, const Argument& timeout,
-              Repeat repeat = Repeat::Harmless) const;
+  int setting(int cmd, int port, const Bytes& fields, const Argument& timeout, Repeat repeat = Repeat::Harmless) const;
   // Sends [port] and returns the reply once its status has been checked.
   Reply reading(int cmd, int port, const Argument& timeout) const;
 

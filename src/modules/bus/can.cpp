@@ -97,8 +97,7 @@ int CANOperations::CAN_setSpeed(const Argument& port, const Argument& speed_mode
 int CANOperations::CAN_write(const Argument& port, const Argument& id, const Argument& data, const Argument& remote,
                              const Argument& extended_id, const Argument& timeout) {
   const int number = _checkCANPort(port);
-  return statusOfPort(link_, WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout,
-                      Repeat::Acts);
+  return statusOfPort(link_, WRITE_CAN, number, CANFrame(id, data, remote, extended_id).bytes(), timeout, Repeat::Acts);
 }
 
 std::vector<CANFrame> CANOperations::CAN_read(const Argument& port, const Argument& num_frames, const Argument& delay) {

@@ -58,8 +58,8 @@ class CANBased {
   Link link_;
 
  private:
-  // block: records of CANFrame::kRecordSize bytes; an incomplete one at the end is no frame. Returns how many frames did
-  // not fit.
+  // block: records of CANFrame::kRecordSize bytes; an incomplete one at the end is no frame. Returns how many frames
+  // did not fit.
   std::size_t decode(const RawItem& block);
 
   std::shared_ptr<FrameQueue> frames_;

@@ -59,12 +59,13 @@ Bytes bytesToWrite(const Argument& data) {
 
 UARTBased::Line::Line(const char* thread_name, std::shared_ptr<RawQueue> raw)
     : signal(std::make_shared<ByteQueue>(QUEUE_SIZE_MAX)),
-      decoder(thread_name, {std::move(raw)},
-              {.decode = [queue = signal](std::size_t,
-                                          const RawItem& block) { return queue->put(block.bytes, 1, block.connection); },
-               .begin = [queue = signal](std::uint64_t connection) { queue->begin(connection); },
-               .finish = [queue = signal] { queue->finish(); },
-               .overflow = ErrorId::UARTQueueOverflowWarning}) {}
+      decoder(
+          thread_name, {std::move(raw)},
+          {.decode = [queue = signal](std::size_t,
+                                      const RawItem& block) { return queue->put(block.bytes, 1, block.connection); },
+           .begin = [queue = signal](std::uint64_t connection) { queue->begin(connection); },
+           .finish = [queue = signal] { queue->finish(); },
+           .overflow = ErrorId::UARTQueueOverflowWarning}) {}
 
 UARTBased::UARTBased(Link link, UARTConfiguration configuration)
     : uart_dict(std::move(configuration.ports)), link_(link) {

@@ -28,8 +28,8 @@ std::uint16_t checkedMask(const Argument& mask) {
 }  // namespace
 
 // payload: port u8, words u16
-Reply DIOOperations::request(int cmd, int port, std::initializer_list<std::uint16_t> words,
-                             const Argument& timeout, Repeat repeat) const {
+Reply DIOOperations::request(int cmd, int port, std::initializer_list<std::uint16_t> words, const Argument& timeout,
+                             Repeat repeat) const {
   Bytes fields = payload(u8(port));
   for (const std::uint16_t word : words) {
     appendBig(fields, word);

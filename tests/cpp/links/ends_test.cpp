@@ -32,9 +32,8 @@ class LinkEndsTest : public LinkTest {
     return [] {};
   }
   Waiting awaitedReply() {
-    auto raised = std::make_shared<std::future<std::string>>(std::async(std::launch::async, [this] {
-      return failureOf([this] { device().echoPacket(GET_DRIVER_INFO, {}, 60); });
-    }));
+    auto raised = std::make_shared<std::future<std::string>>(std::async(
+        std::launch::async, [this] { return failureOf([this] { device().echoPacket(GET_DRIVER_INFO, {}, 60); }); }));
     std::this_thread::sleep_for(kGlance);
     return [this, raised] {
       EXPECT_EQ(raised->wait_for(kPatience), std::future_status::ready);

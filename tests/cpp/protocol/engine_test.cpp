@@ -124,7 +124,7 @@ TEST(Engine, SendsAgainAndThenWaitsForTheRest) {
   for (const auto& row : rows) {
     Engine engine;
     std::optional<Bytes> reply{Bytes{}};
-    const auto call = [&] { 
+    const auto call = [&] {
       reply = row.resend ? engine.echoPacketWithRetry(kEcho, {}, row.timeout)
                          : engine.request(kEcho, {}, row.timeout, Repeat::Acts);
     };

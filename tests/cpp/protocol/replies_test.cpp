@@ -64,9 +64,11 @@ class Player {
   Player() { pool_.begin(kNever); }
 
   void play(const std::string& word) {
-    static const std::map<std::string, void (Player::*)()> kWords{
-        {"begin", &Player::begin}, {"end", &Player::end}, {"lose", &Player::lose},
-        {"off", &Player::off},     {"silence", &Player::silence}};
+    static const std::map<std::string, void (Player::*)()> kWords{{"begin", &Player::begin},
+                                                                  {"end", &Player::end},
+                                                                  {"lose", &Player::lose},
+                                                                  {"off", &Player::off},
+                                                                  {"silence", &Player::silence}};
     if (const auto known = kWords.find(word); known != kWords.end()) {
       (this->*known->second)();
     } else if (word[0] == '<') {

@@ -168,14 +168,13 @@ TEST(Worker, IsJoinedByManyWhenItsStepIsWoken) {
   const auto gate = std::make_shared<Gate>(false);
   Flag flag;
   std::atomic<bool> in_step{false};
-  Worker worker(
-      "test", gate,
-      {.step =
-           [&] {
-             in_step = true;
-             flag.waitFor(1, std::nullopt);
-           },
-       .wake = [&] { flag.set(1); }});
+  Worker worker("test", gate,
+                {.step =
+                     [&] {
+                       in_step = true;
+                       flag.waitFor(1, std::nullopt);
+                     },
+                 .wake = [&] { flag.set(1); }});
   ASSERT_TRUE(eventually([&] { return in_step.load(); }));
   std::vector<std::thread> stoppers;
   for (int i = 0; i < 4; ++i) {
