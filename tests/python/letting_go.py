@@ -251,7 +251,7 @@ sys.unraisablehook = lambda unraisable: revived.append(unraisable.object)
 threading.excepthook = lambda _: None  # of the output
 
 with VirtualDevice(source="ramp") as bench:
-    printed, sys.stdout = sys.stdout, Output()
+    printed, sys.stdout = sys.stdout, Output()  # type: ignore[assignment]
     threads = [threading.Thread(target=call) for call in 4 * [let_go] + 2 * [collect]]
     for thread in threads:
         thread.start()

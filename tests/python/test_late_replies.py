@@ -37,8 +37,7 @@ def test_each_request_that_gives_up_makes_at_most_one_late_answer(road, kept):
 @pytest.mark.parametrize("form", [{"threads": 1}, {"threads": 6}, {"loops": 3}])
 def test_a_road_that_drops_costs_time_and_no_value(road, form):
     """One packet of ten is lost. An operation times out when all of its copies are; without end, when the
-    driver
-    cannot tell what it is owed."""
+    driver cannot tell what it is owed."""
     tally = tried(
         road, Faults((0.005,), lost_requests=0.05, lost_replies=0.05), Readers(reads=60, timeout_s=6, **form)
     )

@@ -1,6 +1,5 @@
 """A connection that is lost, and one that begins: what streams and requests return at the end of the one, and
-that
-nothing of it appears on the next."""
+that nothing of it appears on the next."""
 
 import contextlib
 import socket

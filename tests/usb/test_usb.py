@@ -6,7 +6,7 @@ import json
 import os
 import subprocess
 import sys
-import time
+import threading
 from pathlib import Path
 from typing import Iterator, cast
 
@@ -118,11 +118,10 @@ def test_a_product_and_its_firmware(bus: Bus, capfd: pytest.CaptureFixture[str])
         dev.AI_startStreaming(0)
         rows = dev.AI_readStreaming(0, 200, TIMEOUT)
         assert len(rows) == 200 and all(abs(volts - 2.5) < 0.01 for row in rows for volts in row)
+        reported = threading.Event()
+        dev.on_connection_lost = lambda _: reported.set()
         dev.Sys_reboot()  # which takes it off the bus
-        deadline = time.monotonic() + TIMEOUT
-        while "lost connection" not in repr(dev):
-            assert time.monotonic() < deadline
-            time.sleep(0.01)
+        assert reported.wait(TIMEOUT) and "lost connection" in repr(dev)
         with pytest.raises(pyqvx.USBConnectionError):
             dev.Sys_getSerialNumber()
     assert capfd.readouterr().out.count("USBConnectionError: ") == 1
