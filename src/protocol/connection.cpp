@@ -196,13 +196,26 @@ void Connection::press(const std::shared_ptr<Request>& request, const Deadline& 
   for (;;) {
     {
       const Lock lock(mutex_);
+      if (request->served) {
+        return;  // what is connected now is somebody else's
+      }
       if (state_ == State::Connecting && order == &Transport::wake) {
         pause = kForConnecting;
         order = &Transport::disconnect;
       }
       told_ = told_ || (order == &Transport::disconnect && state_ == State::Connected);
+      ++orders_;
     }
     tellTransports(order);
+    bool last = false;
+    {
+      const Lock lock(mutex_);
+      last = --orders_ == 0 && !requests_.empty();
+      pending_ = pending_ || last;
+    }
+    if (last) {
+      callOwner();
+    }
     Lock lock(mutex_);
     const auto served = [&]() QVX_REQUIRES(mutex_) { return request->served; };
     const Deadline until = std::min(*deadline, Clock::now() + pause);
@@ -259,12 +272,14 @@ void Connection::step() {
   std::shared_ptr<Request> request;
   {
     const Lock lock(mutex_);
-    if (!requests_.empty()) {
+    // An order to the transports that is still on its way must not reach the connection that is made next.
+    const bool kept = !requests_.empty() && requests_.front()->opening && orders_ != 0;
+    if (!requests_.empty() && !kept) {
       request = std::move(requests_.front());
       requests_.pop_front();
     }
     serving_ = request;
-    pending_ = !requests_.empty();
+    pending_ = !requests_.empty() && !kept;
     if (request) {
       request->begun = true;
       changed_.notifyHeld();
@@ -344,29 +359,35 @@ void Connection::open(Request& request) {
   try {
     request.opening->open();
     try {
-      ended();
       // The receive threads are woken when they must look up; they have no reason to tick.
       for (const auto& channel : channels_) {
         if (const auto client = channel->setup_.client->get()) {
           client->setTimeout(std::nullopt);
         }
       }
+      ended();
+      // Who ends it from here on finds it connected: the two are one step.
+      const Lock lock(mutex_);
+      if (!closed_ && !request.given_up) {
+        identifier_ = request.opening->identifier;
+        told_ = false;
+        ++number_;
+        state_ = State::Connected;
+        changed_.notifyHeld();
+      }
     } catch (...) {
       tellTransports(&Transport::disconnect);
       throw;
+    }
+    if (state_ != State::Connected) {
+      tellTransports(&Transport::disconnect);
+      ended();
     }
   } catch (...) {
     changeTo(State::Disconnected);
     throw;
   }
   verbose_now_ = request.opening->verbose;
-  {
-    const Lock lock(mutex_);
-    identifier_ = request.opening->identifier;
-    told_ = false;
-    ++number_;
-  }
-  changeTo(State::Connected);
   for (const auto& channel : channels_) {
     channel->begin();
   }

@@ -134,6 +134,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::optional<Failure> loss_ QVX_GUARDED_BY(mutex_);  // of the present connection, that the owner does not know yet
   std::string identifier_ QVX_GUARDED_BY(mutex_);
   bool closed_ QVX_GUARDED_BY(mutex_) = false;
+  int orders_ QVX_GUARDED_BY(mutex_) = 0;  // on their way to the transports
   std::uint64_t losses_ QVX_GUARDED_BY(mutex_) = 0;
   bool told_ QVX_GUARDED_BY(mutex_) = false;  // the transports of the present connection, to disconnect
   // Written by the owner under the mutex; read by anybody.

@@ -37,13 +37,16 @@ Device::Device(const Identity& identity)
                              .ended = [this](const std::optional<Failure>& loss) { ended(loss); },
                              .reported = [call = loss_call_] { (*call)(); }})) {}
 
-// A handle that is whole closes itself before; one whose constructor has failed ends its threads here.
+// A handle that is whole closes itself before, and nothing is waited for; one whose constructor has failed ends its
+// threads here.
 Device::~Device() {
   if (forked()) {
     return;
   }
   try {
-    connection_->close();
+    if (!closed_) {
+      connection_->close();
+    }
   } catch (...) {
     // Only what is printed can fail, and nobody is there to be told.
   }

@@ -107,13 +107,13 @@ bool StreamDecoder::close() {
 }
 
 void StreamDecoder::free() {
-  shared_->freed = true;
+  const bool again = shared_->freed.exchange(true);
   worker_.kill();
   {
     const Lock lock(shared_->mutex);
     shared_->functions = {.decode = [](std::size_t, const RawItem&) { return std::size_t{0}; }};
   }
-  worker_.join(deadlineAfter(kDecoderPatience));
+  worker_.join(deadlineAfter(again ? 0 : kDecoderPatience));
 }
 
 // In this order: an item that the thread has taken before is refused by who has begun.

@@ -54,8 +54,9 @@ Worker::Worker(const std::string& name, std::shared_ptr<Gate> gate, Work work) :
 Worker::~Worker() {
   bool gone = false;
   if (!origin_.isLeft()) {
+    const bool told = shared_->killed;  // and waited for, if it was to be
     kill();
-    gone = join(deadlineAfter(kEndPatience)) && thread_.get_id() != std::this_thread::get_id();
+    gone = join(deadlineAfter(told ? 0 : kEndPatience)) && thread_.get_id() != std::this_thread::get_id();
   }
   if (gone) {
     thread_.join();
