@@ -152,6 +152,7 @@ void Device::close() {
       host().printFailure(failure);
     }
   });
+  connection_->leave();  // an owner that comes back later finds nobody
   closePools();
   for (const auto& free : on_close_) {
     attempt(free);

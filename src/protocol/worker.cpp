@@ -56,11 +56,9 @@ Worker::~Worker() {
   if (!origin_.isLeft()) {
     const bool told = shared_->killed;  // and waited for, if it was to be
     kill();
-    gone = join(deadlineAfter(told ? 0 : kEndPatience)) && thread_.get_id() != std::this_thread::get_id();
+    gone = join(deadlineAfter(told ? 0 : kEndPatience)) && !thread_.joinable();
   }
-  if (gone) {
-    thread_.join();
-  } else {
+  if (!gone && thread_.joinable()) {
     thread_.detach();
   }
 }
@@ -90,8 +88,16 @@ bool Worker::alive() const {
 bool Worker::join(const Deadline& deadline) {
   Shared& shared = *shared_;
   Lock lock(shared.mutex);
-  const auto ended = [&shared]() QVX_REQUIRES(shared.mutex) { return shared.ended; };
-  return isCurrentThread() ? ended() : shared.changed.wait(lock, deadline, ended);
+  const auto over = [&shared]() QVX_REQUIRES(shared.mutex) { return shared.ended; };
+  const bool ended = isCurrentThread() ? over() : shared.changed.wait(lock, deadline, over);
+  lock.unlock();
+  if (ended) {
+    const Lock joining(join_mutex_);
+    if (thread_.joinable() && thread_.get_id() != std::this_thread::get_id()) {
+      thread_.join();  // it has done all that takes time
+    }
+  }
+  return ended;
 }
 
 const std::string& Worker::name() const {

@@ -47,6 +47,7 @@ class Worker {
   struct Shared;
   const std::shared_ptr<Shared> shared_;
   Origin origin_;  // a forked child has no such thread and must not wait for it
+  Mutex join_mutex_;
   std::thread thread_;
 };
 
