@@ -14,11 +14,11 @@ namespace py = pybind11;
 namespace qvx::binding {
 
 // While it lives the thread runs without the interpreter's lock. A thread that comes back when the interpreter is
-// ending would be ended in the middle of C++; it sleeps instead until the process is gone.
+// ending sleeps until the process is gone (unwinding.cpp).
 class Unlocked {
  public:
   Unlocked() : state_(PyEval_SaveThread()) {}
-  ~Unlocked();
+  ~Unlocked() { PyEval_RestoreThread(state_); }
   Unlocked(const Unlocked&) = delete;
   Unlocked& operator=(const Unlocked&) = delete;
 
@@ -29,7 +29,7 @@ class Unlocked {
 // While it lives the thread, of Python or not, holds the interpreter's lock; with the same care.
 class Locked {
  public:
-  Locked();
+  Locked() : state_(PyGILState_Ensure()) {}
   ~Locked() { PyGILState_Release(state_); }
   Locked(const Locked&) = delete;
   Locked& operator=(const Locked&) = delete;

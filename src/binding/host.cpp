@@ -3,27 +3,11 @@
 #include "binding/bindings.h"
 #include "runtime/fiber.h"
 
-#include <cxxabi.h>
-#include <unistd.h>
-
 #include <utility>
 
 namespace qvx::binding {
 
 namespace {
-
-// CPython ends a thread that asks for the lock of an ending interpreter, by an exception that no code of ours is ready
-// for.
-template <class Take>
-auto takeLock(Take take) noexcept {
-  try {
-    return take();
-  } catch (const abi::__forced_unwind&) {
-    for (;;) {
-      ::pause();
-    }
-  }
-}
 
 // The core's window on the interpreter. Lives as long as the process; any thread, each call takes the interpreter's
 // lock for itself. An exception of Python propagates on a thread that runs Python; elsewhere nobody could receive it,
@@ -96,12 +80,6 @@ class InterpreterHost : public Host {
 };
 
 }  // namespace
-
-Unlocked::~Unlocked() {
-  takeLock([this] { PyEval_RestoreThread(state_); });
-}
-
-Locked::Locked() : state_(takeLock([] { return PyGILState_Ensure(); })) {}
 
 void installHost(py::module_& /*module*/) {
   const py::object main = py::module_::import("threading").attr("main_thread")();

@@ -57,6 +57,40 @@ with VirtualDevice() as bench:
 
 
 @pytest.mark.parametrize(
+    "way",
+    [
+        "device.on_connection_lost = forever; peer.close()",
+        "sys.stdout = types.SimpleNamespace(write=forever, flush=lambda: None); peer.close()",
+        "device.client_cmd = types.SimpleNamespace(recvAndSplitPacket=forever, disconnect=lambda: None)",
+        "daemon(lambda: device._sendPacketWithoutReply(200, [Index()]))",
+    ],
+)
+def test_the_interpreter_ends_while_python_runs_for_the_driver(way):
+    """On threads of the driver's, or in the middle of its C++ on one of the program's."""
+    run_script(
+        START
+        + f"""
+running = threading.Event()
+def forever(*_):
+    running.set()
+    while True:
+        time.sleep(0.001)
+class Index:
+    __index__ = forever
+def daemon(call):
+    threading.Thread(target=call, daemon=True).start()
+server = socket.create_server(("127.0.0.1", 0))
+device = pyqvx.NetworkDevice(verbose=False)
+device.connect(*server.getsockname())
+peer, _ = server.accept()
+{way}
+assert running.wait(10)
+sys.exit(0)
+"""
+    )
+
+
+@pytest.mark.parametrize(
     "call",
     [
         "device.Sys_getSerialNumber(timeout=600)",

@@ -4,6 +4,7 @@ import asyncio
 import contextlib
 import os
 import socket
+import threading
 
 import pytest
 from fakes import PATIENCE_S, FakeTransport, eventually
@@ -60,8 +61,10 @@ def test_both_channels_serve_one_handle(peers, capsys):
     for peer in (command, data):
         peer.sendall(REPLY)
         assert bytes(device._getReplyFromPool(SERIAL, PATIENCE_S)) == b"QV"
+    reported = threading.Event()
+    device.on_connection_lost = lambda _: reported.set()
     data.close()
-    assert eventually(lambda: repr(device) == f"<WifiDevice lost connection to {peers.ip}>")
+    assert reported.wait(PATIENCE_S) and repr(device) == f"<WifiDevice lost connection to {peers.ip}>"
     command.close()  # the other half of the same loss
     assert eventually(lambda: device.recv_cmd_lock.locked() and device.recv_data_lock.locked())
     device.close()
