@@ -19,7 +19,9 @@ RUNTIME = {"asan": "libasan.so", "tsan": "libtsan.so"}
 # The interpreter leaves memory behind at exit, so leaks are looked for in the C++ tests only.
 OPTIONS = {
     "asan": {"UBSAN_OPTIONS": "print_stacktrace=1", "ASAN_OPTIONS": "strict_string_checks=1"},
-    "tsan": {"TSAN_OPTIONS": f"second_deadlock_stack=1:suppressions={ROOT}/tests/tsan.supp"},
+    "tsan": {
+        "TSAN_OPTIONS": f"second_deadlock_stack=1:report_thread_leaks=0:suppressions={ROOT}/tests/tsan.supp"
+    },
 }
 
 

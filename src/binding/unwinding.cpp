@@ -1,7 +1,7 @@
-// CPython ends a thread that asks for the lock of an ending interpreter, and so does every call of Python that gives the
-// lock up in between. That unwinds the thread's stack, and the destructors on it would let go of Python objects without
-// the lock. The linker (CMakeLists.txt) puts this function in the place of the one that finds what a frame has to do:
-// such a thread stops at the first frame that is ours, and sleeps until the process is gone.
+// CPython ends a thread that asks for the lock of an ending interpreter, and so does every call of Python that gives
+// the lock up in between. That unwinds the thread's stack, and the destructors on it would let go of Python objects
+// without the lock. The linker (CMakeLists.txt) puts this function in the place of the one that finds what a frame has
+// to do: such a thread stops at the first frame that is ours, and sleeps until the process is gone.
 #include <unistd.h>
 #include <unwind.h>
 

@@ -153,7 +153,9 @@ void Connection::close() {
     channel->worker().kill();
   }
   for (const auto& channel : channels_) {
-    channel->worker().join(deadline);
+    if (!channel->worker().join(deadline) && !Worker::isCurrentThread()) {
+      channel->worker().abandon();
+    }
   }
   if (request && !Worker::isCurrentThread()) {
     conclude(request);

@@ -113,7 +113,9 @@ void StreamDecoder::free() {
     const Lock lock(shared_->mutex);
     shared_->functions = {.decode = [](std::size_t, const RawItem&) { return std::size_t{0}; }};
   }
-  worker_.join(deadlineAfter(again ? 0 : kDecoderPatience));
+  if (!worker_.join(deadlineAfter(again ? 0 : kDecoderPatience)) && !Worker::isCurrentThread()) {
+    worker_.abandon();
+  }
 }
 
 // In this order: an item that the thread has taken before is refused by who has begun.

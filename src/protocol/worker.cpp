@@ -58,8 +58,8 @@ Worker::~Worker() {
     kill();
     gone = join(deadlineAfter(told ? 0 : kEndPatience)) && !thread_.joinable();
   }
-  if (!gone && thread_.joinable()) {
-    thread_.detach();
+  if (!gone) {
+    abandon();
   }
 }
 
@@ -98,6 +98,13 @@ bool Worker::join(const Deadline& deadline) {
     }
   }
   return ended;
+}
+
+void Worker::abandon() {
+  const Lock joining(join_mutex_);
+  if (thread_.joinable()) {
+    thread_.detach();
+  }
 }
 
 const std::string& Worker::name() const {

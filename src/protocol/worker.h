@@ -41,6 +41,8 @@ class Worker {
   bool alive() const;
   // Waits until the thread has ended; false when it had not by `deadline`, and at once on a thread of the driver.
   bool join(const Deadline& deadline);
+  // Leaves a thread that has not ended in time to itself.
+  void abandon();
   const std::string& name() const;
 
  private:
