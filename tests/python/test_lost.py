@@ -107,7 +107,7 @@ STREAMS = {
         lambda far: (pyqvx.START_CAN, bytes([1, far.mark]) + bytes(12)),
         "CAN_read",
         1,
-        lambda mark: pyqvx.CANFrame.fromU8List(bytes([mark]) + bytes(12)),
+        lambda mark: pyqvx.CANFrame.fromU8List([mark] + [0] * 12),
     ),
 }
 
