@@ -1,6 +1,7 @@
 #include "runtime/fiber.h"
 
 #include "runtime/mutex.h"
+#include "runtime/process.h"
 
 #include "core/errors.h"
 
@@ -141,10 +142,25 @@ struct Fiber::Context {
   std::size_t outer_size = 0;
 #endif
 #ifdef QVX_TSAN
-  void* inner_tsan = __tsan_create_fiber(0);
+  // None in a forked child: ThreadSanitizer watches nothing on the child's thread, but would on a new fiber.
+  void* inner_tsan = processGeneration() == 0 ? __tsan_create_fiber(0) : nullptr;
   void* outer_tsan = nullptr;
   ~Context() {
-    __tsan_destroy_fiber(inner_tsan);
+    if (inner_tsan != nullptr) {
+      __tsan_destroy_fiber(inner_tsan);
+    }
+  }
+  // Must not be counted among the functions entered; see beforeLeaving.
+  __attribute__((no_sanitize("thread"))) void tsanIn() {
+    if (inner_tsan != nullptr) {
+      outer_tsan = __tsan_get_current_fiber();
+      __tsan_switch_to_fiber(inner_tsan, 0);
+    }
+  }
+  __attribute__((no_sanitize("thread"))) void tsanOut() {
+    if (inner_tsan != nullptr && __tsan_get_current_fiber() != outer_tsan) {
+      __tsan_switch_to_fiber(outer_tsan, 0);
+    }
   }
 #endif
 
@@ -155,12 +171,11 @@ struct Fiber::Context {
     stack = allocator.allocate();
     const ctx::preallocated place(stack.sp, stack.size, stack);
 #ifdef QVX_TSAN
-    outer_tsan = __tsan_get_current_fiber();
-    __tsan_switch_to_fiber(inner_tsan, 0);
+    tsanIn();
 #endif
     inner = ctx::fiber(std::allocator_arg, place, allocator, std::move(body));
 #ifdef QVX_TSAN
-    __tsan_switch_to_fiber(outer_tsan, 0);
+    tsanOut();
 #endif
   }
   void switchIn() {
@@ -168,17 +183,14 @@ struct Fiber::Context {
     __sanitizer_start_switch_fiber(&outer_fake_stack, static_cast<char*>(stack.sp) - stack.size, stack.size);
 #endif
 #ifdef QVX_TSAN
-    outer_tsan = __tsan_get_current_fiber();
-    __tsan_switch_to_fiber(inner_tsan, 0);
+    tsanIn();
 #endif
     inner = std::move(inner).resume();
 #ifdef QVX_ASAN
     __sanitizer_finish_switch_fiber(outer_fake_stack, nullptr, nullptr);
 #endif
 #ifdef QVX_TSAN
-    if (__tsan_get_current_fiber() != outer_tsan) {
-      __tsan_switch_to_fiber(outer_tsan, 0);  // the body has ended
-    }
+    tsanOut();  // if the body has ended
 #endif
   }
   void arrived() {
@@ -195,7 +207,7 @@ struct Fiber::Context {
 #endif
 #ifdef QVX_TSAN
     if (!for_good) {
-      __tsan_switch_to_fiber(outer_tsan, 0);
+      tsanOut();
     }
 #endif
   }
