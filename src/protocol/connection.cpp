@@ -342,17 +342,20 @@ void Connection::serve(Request& request) {
   open(request);
 }
 
+void Connection::refuseEnded(const Request& request) const {
+  if (closed_) {
+    fail(connection_error_, kClosed);
+  }
+  if (request.given_up) {
+    fail(connection_error_, "The connect was ended by disconnect.");
+  }
+}
+
 void Connection::open(Request& request) {
-  const auto ended = [&] {
+  {
     const Lock lock(mutex_);
-    if (closed_) {
-      fail(connection_error_, kClosed);
-    }
-    if (request.given_up) {
-      fail(connection_error_, "The connect was ended by disconnect.");
-    }
-  };
-  ended();
+    refuseEnded(request);
+  }
   {
     const Lock lock(events_mutex_);
     events_.begun(number_ + 1);
@@ -360,32 +363,22 @@ void Connection::open(Request& request) {
   changeTo(State::Connecting);
   try {
     request.opening->open();
-    try {
-      // The receive threads are woken when they must look up; they have no reason to tick.
-      for (const auto& channel : channels_) {
-        if (const auto client = channel->setup_.client->get()) {
-          client->setTimeout(std::nullopt);
-        }
+    // The receive threads are woken when they must look up; they have no reason to tick.
+    for (const auto& channel : channels_) {
+      if (const auto client = channel->setup_.client->get()) {
+        client->setTimeout(std::nullopt);
       }
-      ended();
-      // Who ends it from here on finds it connected: the two are one step.
-      const Lock lock(mutex_);
-      if (!closed_ && !request.given_up) {
-        identifier_ = request.opening->identifier;
-        told_ = false;
-        ++number_;
-        state_ = State::Connected;
-        changed_.notifyHeld();
-      }
-    } catch (...) {
-      tellTransports(&Transport::disconnect);
-      throw;
     }
-    if (state_ != State::Connected) {
-      tellTransports(&Transport::disconnect);
-      ended();
-    }
+    // Who ends it from here on finds it connected: the two are one step.
+    const Lock lock(mutex_);
+    refuseEnded(request);
+    identifier_ = request.opening->identifier;
+    told_ = false;
+    ++number_;
+    state_ = State::Connected;
+    changed_.notifyHeld();
   } catch (...) {
+    tellTransports(&Transport::disconnect);
     changeTo(State::Disconnected);
     throw;
   }

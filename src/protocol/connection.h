@@ -110,6 +110,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   bool called() const { return pending_; }
   void serve(Request& request);
   void open(Request& request);
+  void refuseEnded(const Request& request) const QVX_REQUIRES(mutex_);
   void putAway(Request& request);
   void lose(const Failure& failure);
   void changeTo(State state);

@@ -100,19 +100,23 @@ std::optional<Bytes> Packet_based::await(ReplyPool::Waiter& waiter, double timeo
     return std::nullopt;
   }
   auto reply = waiter.wait(deadlineAfter(timeout), reader);
-  if (reply) {
-    if (waiter.lateForTheFirstTime()) {
-      host().warn(ErrorId::LateReplyWarning);
-    }
-    return reply;
+  if (!reply) {
+    return unanswered(waiter);
   }
+  if (waiter.lateForTheFirstTime()) {
+    host().warn(ErrorId::LateReplyWarning);
+  }
+  return reply;
+}
+
+std::nullopt_t Packet_based::unanswered(const ReplyPool::Waiter& waiter) const {
   if (waiter.lost()) {
     refuseLost();
   }
   if (waiter.lost() || waiter.ended()) {  // it may be another one by now
     fail(lostError(), "The connection was ended while a reply was awaited.");
   }
-  return reply;
+  return std::nullopt;
 }
 
 void Packet_based::refuseLost() const {
@@ -121,14 +125,19 @@ void Packet_based::refuseLost() const {
   }
 }
 
-std::optional<Bytes> Packet_based::echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout) {
-  send(cmd, data_out, &waiter);
-  return await(waiter, timeout, expectReply());
+// Who does not wait needs no turn.
+ReplyPool::Waiter Packet_based::asker(int cmd, ByteView data_out, double timeout) {
+  const int key = replyKey(cmd, data_out);
+  return timeout > 0 ? ReplyPool::Waiter(data_pool_echo, key, data_out) : ReplyPool::Waiter(data_pool_echo, key);
 }
 
 std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
-  ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));
-  return echo(cmd, data_out, waiter, timeout);
+  ReplyPool::Waiter waiter = asker(cmd, data_out, timeout);
+  if (!waiter.awaitTurn(timeout)) {
+    return unanswered(waiter);
+  }
+  send(cmd, data_out, &waiter);
+  return await(waiter, timeout, expectReply());
 }
 
 std::optional<Bytes> Packet_based::echoPacketWithRetry(int cmd, ByteView data_out, double timeout) {
@@ -146,7 +155,10 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
   const double attempt = coroutine ? static_cast<double>(RETRY_TIMEOUT) : kBlockingAttempt;
   double elapsed = 0;
   double pause = most > 1 ? kPauseForLost : timeout;
-  ReplyPool::Waiter waiter(data_pool_echo, replyKey(cmd, data_out));  // keeps its place through all attempts
+  ReplyPool::Waiter waiter = asker(cmd, data_out, timeout);  // keeps its place through all attempts
+  if (!waiter.awaitTurn(timeout)) {
+    return unanswered(waiter);
+  }
   // Waits `time` seconds; less where replies come, but are taken for earlier ones because some were lost: another copy
   // gets its own.
   bool again = false;

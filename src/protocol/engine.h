@@ -96,9 +96,11 @@ class Packet_based {
  private:
   // Sends; `waiter`, where there is one, has its place from then on.
   void send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter);
-  std::optional<Bytes> echo(int cmd, ByteView data_out, ReplyPool::Waiter& waiter, double timeout);
+  ReplyPool::Waiter asker(int cmd, ByteView data_out, double timeout);
   std::optional<Bytes> echoUpTo(int most, int cmd, ByteView data_out, double timeout);
   std::optional<Bytes> await(ReplyPool::Waiter& waiter, double timeout, const std::shared_ptr<Reader>& reader);
+  // Raises where the connection is why.
+  std::nullopt_t unanswered(const ReplyPool::Waiter& waiter) const;
   void sendBroadcast(int cmd, ByteView data_out);
   // Whether a packet of START_UART_READING acknowledges the start instead of carrying received bytes.
   bool acknowledges(ByteView data);

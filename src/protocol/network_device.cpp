@@ -22,13 +22,14 @@ NetworkDevice::~NetworkDevice() {
 bool NetworkDevice::connect(const Argument& ip_addr, const Argument& port) {
   const std::string& address = checkedText(ip_addr, "ip_addr");
   const int number = checkedRange(port, "port", 1, 65535);
-  open({.identifier = address, .open = connecting(clientCmd(), address, number)});
+  open({.identifier = address, .open = connecting(commandSlot(), address, number)});
   return true;
 }
 
-std::function<void()> NetworkDevice::connecting(std::shared_ptr<Transport> client, const std::string& address,
+std::function<void()> NetworkDevice::connecting(std::shared_ptr<TransportSlot> slot, const std::string& address,
                                                 int port) {
-  return [client = std::move(client), address, port] {
+  return [slot = std::move(slot), address, port] {
+    const auto client = slot->get();
     if (!client) {
       fail(ErrorId::NetworkConnectionError, "This device has no transport to connect.");
     }

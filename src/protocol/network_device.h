@@ -20,7 +20,7 @@ class NetworkDevice : public Device {
 
  protected:
   // What connects `client`; raises NetworkConnectionError also where there is none.
-  static std::function<void()> connecting(std::shared_ptr<Transport> client, const std::string& address, int port);
+  static std::function<void()> connecting(std::shared_ptr<TransportSlot> slot, const std::string& address, int port);
 
  private:
   Channel& command_;

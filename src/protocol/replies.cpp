@@ -20,6 +20,39 @@ ReplyPool::Waiter::Waiter(ReplyPool& pool, int key)
         return &pool.lineOf(key);
       }()) {}
 
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, ByteView question) : pool_(pool) {
+  const Lock lock(pool.mutex_);
+  line_ = &pool.lineOf(key);
+  if (line_->asking == 0) {
+    line_->question.assign(question.begin(), question.end());
+  }
+  // Behind those who wait for their turn, so that it comes.
+  in_turn_ = line_->queue.empty() && std::ranges::equal(line_->question, question);
+  if (in_turn_) {
+    ++line_->asking;
+  } else {
+    question_.assign(question.begin(), question.end());
+    place_ = line_->queue.insert(line_->queue.end(), this);
+    came_later_ = queued_ = true;
+  }
+}
+
+bool ReplyPool::Waiter::awaitTurn(double patience) {
+  if (!came_later_) {
+    return true;
+  }
+  Lock lock(pool_.mutex_);
+  const auto decided = [this]() QVX_REQUIRES(pool_.mutex_) { return in_turn_ || over() || pool_.loss_; };
+  Clock::time_point came;
+  do {
+    came = line_->came;
+  } while (!changed_.wait(lock, deadlineAfter(patience), decided) && line_->came != came);
+  if (!in_turn_ && pool_.loss_) {
+    end_ = End::Lost;
+  }
+  return in_turn_;
+}
+
 ReplyPool::Waiter::~Waiter() {
   const Lock lock(pool_.mutex_);
   part();
@@ -41,6 +74,11 @@ void ReplyPool::Waiter::part() {
   if (std::exchange(joined_, false)) {
     line_->waiters.erase(place_);
   }
+  if (std::exchange(queued_, false)) {
+    line_->queue.erase(place_);
+  }
+  line_->asking -= std::exchange(in_turn_, false) ? 1 : 0;
+  pool_.nextTurn(*line_);
 }
 
 void ReplyPool::Waiter::sending(std::optional<Clock::duration> silence) {
@@ -229,6 +267,23 @@ void ReplyPool::offerTurn() {
   }
 }
 
+void ReplyPool::nextTurn(Line& line) {
+  if (line.asking != 0 || line.queue.empty()) {
+    return;
+  }
+  line.question = line.queue.front()->question_;
+  std::erase_if(line.queue, [&](Waiter* waiter) QVX_REQUIRES(mutex_) {
+    if (waiter->question_ != line.question) {
+      return false;
+    }
+    waiter->queued_ = false;
+    waiter->in_turn_ = true;
+    ++line.asking;
+    waiter->changed_.notifyHeld();
+    return true;
+  });
+}
+
 void ReplyPool::serve(Waiter& waiter, Bytes reply) {
   waiter.pool_.mutex_.assertHeld();  // it is this pool's
   waiter.line_->kept.reset();        // an older one
@@ -361,6 +416,9 @@ template <class Visit>
 void ReplyPool::eachWaiter(Visit visit) {
   for (auto& [key, line] : lines_) {
     for (Waiter* waiter : line.waiters) {
+      visit(*waiter);
+    }
+    for (Waiter* waiter : line.queue) {
       visit(*waiter);
     }
   }

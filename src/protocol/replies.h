@@ -57,11 +57,16 @@ class ReplyPool {
   class Waiter {
    public:
     Waiter(ReplyPool& pool, int key);
+    // One who is going to ask `question`, in its turn.
+    Waiter(ReplyPool& pool, int key, ByteView question);
     // Gives up; a reply that has come and was not taken is a late one.
     ~Waiter();
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
+    // Waits for the turn to ask, as long as replies come with this key. False when none has for `patience` seconds, or
+    // nothing can be asked any more.
+    bool awaitTurn(double patience);
     // A copy of the request goes out now, on a medium where no reply takes longer than `silence`, if that is known.
     // From the first one on the waiter has its place behind the others.
     void sending(std::optional<Clock::duration> silence = {});
@@ -104,8 +109,12 @@ class ReplyPool {
     ReplyPool& pool_;
     Line* line_;
     std::shared_ptr<Copy> asked_;  // shared by all copies; null before the first
-    std::list<Waiter*>::iterator place_;
+    std::list<Waiter*>::iterator place_;  // in the queue or among the waiters
     bool joined_ = false;
+    bool in_turn_ = false;  // one of those who may ask now
+    bool queued_ = false;
+    bool came_later_ = false;  // was queued at first
+    Bytes question_;  // of who is in the queue
     End end_ = End::None;
     bool late_ = false;
     bool offered_ = false;  // the turn at reading
@@ -161,6 +170,9 @@ class ReplyPool {
   struct Line {
     std::deque<std::shared_ptr<Copy>> copies;
     std::list<Waiter*> waiters;  // who has no reply yet, in the order of coming
+    std::size_t asking = 0;      // whose turn it is; all of them ask `question`
+    Bytes question;
+    std::list<Waiter*> queue;  // of those who will ask
     std::optional<Kept> kept;
     std::atomic<bool> drying = false;  // nothing is to be sent until all has come, or nothing for a while
     std::uint64_t passed = 0;          // replies that were not for who waited
@@ -169,6 +181,8 @@ class ReplyPool {
   };
 
   Line& lineOf(int key) QVX_REQUIRES(mutex_) { return lines_[key]; }
+  // When nobody asks any more: the first in the queue may, and all who ask the same.
+  void nextTurn(Line& line) QVX_REQUIRES(mutex_);
   void serve(Waiter& waiter, Bytes reply) QVX_REQUIRES(mutex_);
   // For the first who waits without having asked, else kept.
   void fileUnasked(Line& line, Bytes reply) QVX_REQUIRES(mutex_);

@@ -22,18 +22,12 @@ bool WifiDevice::connect(const Argument& ip_addr, const Argument& port, const Ar
   const std::string address = checkedText(ip_addr, "ip_addr");
   const int data_number = checkedRange(port, "port", 1, 65535);
   const int command_number = checkedRange(cmd_port, "cmd_port", 1, 65535);
-  const auto command = clientCmd();
   open({.identifier = address,
         .open =
-            [command, first = connecting(command, address, command_number),
-             second = connecting(clientData(), address, data_number)] {
+            [first = connecting(commandSlot(), address, command_number),
+             second = connecting(data_slot_, address, data_number)] {
               first();
-              try {
-                second();
-              } catch (...) {
-                command->disconnect();
-                throw;
-              }
+              second();
             },
         .verbose = verbose});
   return true;

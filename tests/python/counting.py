@@ -1,7 +1,7 @@
 """Whether a reply is younger than its request, on roads that delay and drop.
 
-A device answers with a number that counts up at each request that it carries out. A reader looks at the
-count, asks, and must get a higher one. Run by hand, this reads by the thousand: counting.py --help
+A device answers with a number that counts up at each request that it carries out, and with what it was
+asked. A reader looks at the count, asks, and must get a higher one, and its own question. Run by hand, this reads by the thousand: counting.py --help
 """
 
 from __future__ import annotations
@@ -61,13 +61,14 @@ class Counter:
                 while len(buffer) >= 3 and len(buffer) >= (
                     size := int.from_bytes(buffer[1:3], "big") + FRAME_EXTRA
                 ):
-                    buffer = buffer[size:]
+                    question, buffer = buffer[4 : size - 2], buffer[size:]
                     if self._random.random() < self.faults.lost_requests:
                         continue
                     self.produced += 1
                     due = max(due, time.monotonic() + self._random.choice(self.faults.delay_s))
                     if self._random.random() >= self.faults.lost_replies:
-                        line.put((due, b"\2\0\x09%c%08d\r\n" % (CODE, self.produced)))
+                        reply = b"%c%08d%b" % (CODE, self.produced, question)
+                        line.put((due, b"\2\0%c%b\r\n" % (len(reply), reply)))
         except OSError:
             pass
         line.put(None)
@@ -141,22 +142,30 @@ def serial(counter: Counter) -> Iterator[Any]:
 ROADS = {"tcp": ethernet, "wifi": wifi, "usb": usb, "serial": serial}
 
 
-def ask(device: Any, once: bool, timeout: float) -> int:
+class OtherAnswer(Exception):
+    """The answer to somebody else's question."""
+
+
+def value_of(reply: bytes | None, question: bytes) -> int:
+    if reply is None:
+        raise pyqvx.ReceivePacketTimeoutError
+    if bytes(reply[8:]) != question:
+        raise OtherAnswer
+    return int(reply[:8])
+
+
+def ask(device: Any, question: bytes, once: bool, timeout: float) -> int:
     """As operations do, whose bodies these are; a serial device has none of its own."""
-    if isinstance(device, pyqvx.UARTDevice):
+    if question or isinstance(device, pyqvx.UARTDevice):
         call = device._echoPacket if once else device._echoPacketWithRetry
-        if (reply := call(CODE, [], timeout)) is None:
-            raise pyqvx.ReceivePacketTimeoutError
-        return int(reply)
+        return value_of(call(CODE, list(question), timeout), question)
     return int(device.Sys_getSerialNumber(timeout=timeout))
 
 
-async def ask_async(device: Any, once: bool, timeout: float) -> int:
-    if isinstance(device, pyqvx.UARTDevice):
+async def ask_async(device: Any, question: bytes, once: bool, timeout: float) -> int:
+    if question or isinstance(device, pyqvx.UARTDevice):
         call = device._echoPacket_async if once else device._echoPacketWithRetry_async
-        if (reply := await call(CODE, [], timeout)) is None:
-            raise pyqvx.ReceivePacketTimeoutError
-        return int(reply)
+        return value_of(await call(CODE, list(question), timeout), question)
     return int(await device.Sys_getSerialNumber_async(timeout=timeout))
 
 
@@ -175,12 +184,17 @@ class Readers:
     hurry_s: float = 0.0  # after so long
     once: bool = False  # each request is sent once
     late_replies: bool = True
+    questions: int = 0  # so many different ones with the same command; else all ask the same
+
+    def question(self, number: int) -> bytes:
+        return bytes([number % self.questions]) if self.questions else b""
 
 
 @dataclass
 class Tally:
     reads: int = 0
     older: int = 0
+    others: int = 0  # answers to another's question
     given_up: int = 0  # of the impatient
     timeouts: int = 0  # of the others
     warnings: list[str] = field(default_factory=list)
@@ -192,7 +206,8 @@ class Tally:
         times = sorted(self.times) or [0.0]
         middle, slow = times[len(times) // 2], times[int(len(times) * 0.99)]
         return (
-            f"{self.reads} reads: {self.older} older than their request, {self.timeouts} timed out, "
+            f"{self.reads} reads: {self.older} older than their request, "
+            f"{self.others} to another question, {self.timeouts} timed out, "
             f"{self.given_up} given up early, {len(self.warnings)} warnings; "
             f"{self.requests / max(1, self.reads):.2f} requests carried out for each, "
             f"{1000 * middle:.1f} ms (median), {1000 * sum(times) / len(times):.1f} ms (mean), "
@@ -235,9 +250,12 @@ def run(device: Any, counter: Counter, readers: Readers) -> Tally:
             hurried = hurries(number)
             before, began, value = counter.produced, time.perf_counter(), None
             try:
-                value = ask(device, readers.once, readers.hurry_s if hurried else readers.timeout_s)
+                timeout = readers.hurry_s if hurried else readers.timeout_s
+                value = ask(device, readers.question(number), readers.once, timeout)
             except pyqvx.ReceivePacketTimeoutError:
                 pass
+            except OtherAnswer:
+                tally.others += 1
             _count(tally, lock, before, began, value, hurried)
 
     async def read_async() -> None:
@@ -246,13 +264,15 @@ def run(device: Any, counter: Counter, readers: Readers) -> Tally:
             before, began, value = counter.produced, time.perf_counter(), None
             try:
                 if hurried and number % 2:  # cancelled
-                    asking = ask_async(device, readers.once, readers.timeout_s)
+                    asking = ask_async(device, readers.question(number), readers.once, readers.timeout_s)
                     value = await asyncio.wait_for(asking, readers.hurry_s)
                 else:
                     timeout = readers.hurry_s if hurried else readers.timeout_s
-                    value = await ask_async(device, readers.once, timeout)
+                    value = await ask_async(device, readers.question(number), readers.once, timeout)
             except (pyqvx.ReceivePacketTimeoutError, asyncio.TimeoutError):
                 pass
+            except OtherAnswer:
+                tally.others += 1
             _count(tally, lock, before, began, value, hurried)
 
     async def loop() -> None:
@@ -308,6 +328,7 @@ def main() -> None:
         "--impatient", type=int, default=0, help="one read of so many gives up after half the delay"
     )
     parser.add_argument("--once", action="store_true", help="requests are sent once")
+    parser.add_argument("--questions", type=int, default=0, help="so many different ones")
     parser.add_argument("--drop-late", action="store_true", help="late_replies = False")
     given = parser.parse_args()
     delays = [tuple(given.delay)] if given.mix_delays else [(delay,) for delay in given.delay]
@@ -323,6 +344,7 @@ def main() -> None:
                         impatient=given.impatient,
                         hurry_s=min(delay) / 2000,
                         once=given.once,
+                        questions=given.questions,
                         late_replies=not given.drop_late,
                         **FORMS[form],
                     )

@@ -43,3 +43,12 @@ def test_a_road_that_drops_costs_time_and_no_value(road, form):
     )
     assert (tally.errors, tally.older) == ([], 0)
     assert tally.timeouts <= 3
+
+
+@pytest.mark.parametrize("form", [{"threads": 6}, {"loops": 3}])
+def test_nobody_gets_the_answer_to_another_question(form):
+    """Also where replies are lost, so that the ones that follow are taken for earlier ones."""
+    readers = Readers(reads=120, timeout_s=6, questions=3, **form)
+    tally = tried("tcp", Faults((0.001,), lost_requests=0.01, lost_replies=0.01), readers)
+    assert (tally.errors, tally.reads, tally.others, tally.older) == ([], 120, 0, 0)
+    assert tally.timeouts <= 3

@@ -180,7 +180,13 @@ std::vector<Model> after(const Model& before, const Step& step, const std::vecto
       if (has(step.result, "refused")) {
         return {none};
       }
-      return step.result.empty() ? std::vector<Model>{{.state = State::Connected}} : std::vector<Model>{};
+      if (!step.result.empty()) {
+        return {};
+      }
+      // The one that was connected may have been replaced before the connection was made, by one that has failed.
+      return beside([](const Step& other) { return other.kind == Kind::Replace; })
+                 ? std::vector<Model>{{.state = State::Connected}, {.state = State::Connected, .breaking = true}}
+                 : std::vector<Model>{{.state = State::Connected}};
     case Kind::Disconnect:
     case Kind::DisconnectWithin:
       return {none};

@@ -191,5 +191,66 @@ TEST(ReplyPool, ALineThatIsFarBehindRunsDryBeforeMoreIsSent) {
   EXPECT_EQ(held.wait_for(std::chrono::milliseconds(500)), std::future_status::ready);
 }
 
+// Under one key only those who ask the same wait at once, and nobody is passed by for ever.
+TEST(ReplyPool, WhoAsksSomethingElseWaitsForItsTurn) {
+  ReplyPool pool;
+  pool.begin(kNever);
+  const Bytes one{1};
+  const Bytes two{2};
+  const auto asks = [&pool](const Bytes& question) {
+    return std::make_unique<ReplyPool::Waiter>(pool, kKey, question);
+  };
+  const auto mayAsk = [](const auto& waiter) { return waiter->awaitTurn(0.05); };
+  const auto first = asks(one);
+  const auto same = asks(one);
+  auto other = asks(two);
+  const auto later = asks(one);  // the same, but the other has been there before
+  const auto latest = asks(two);
+  EXPECT_TRUE(mayAsk(first) && mayAsk(same));
+  EXPECT_TRUE(ReplyPool::Waiter(pool, kKey + 1, two).awaitTurn(0));
+  EXPECT_FALSE(mayAsk(other) || mayAsk(later) || mayAsk(latest));
+  first->sending();
+  same->sending();
+  pool.arrive(kKey, {8});
+  EXPECT_FALSE(mayAsk(other));  // one still waits
+  pool.arrive(kKey, {9});
+  EXPECT_TRUE(mayAsk(other) && mayAsk(latest));  // also while nobody has taken what is theirs
+  EXPECT_FALSE(mayAsk(later));
+  EXPECT_EQ(first->wait(Clock::now()), Bytes{8});
+  pool.put(kKey, {7});
+  EXPECT_EQ(other->wait(Clock::now()), Bytes{7});
+  EXPECT_FALSE(mayAsk(later));
+  latest->sending();
+  auto turn = std::async(std::launch::async, [&] { return later->awaitTurn(10); });
+  EXPECT_EQ(turn.wait_for(kGlance), std::future_status::timeout);
+  pool.arrive(kKey, {6});
+  EXPECT_TRUE(turn.get());
+  // A loss ends the wait, and so does who gives up.
+  const auto unlucky = asks(two);
+  auto never = std::async(std::launch::async, [&] { return unlucky->awaitTurn(10); });
+  EXPECT_EQ(never.wait_for(kGlance), std::future_status::timeout);
+  pool.end(Failure(ErrorId::NetworkConnectionLostError));
+  EXPECT_FALSE(never.get());
+  EXPECT_TRUE(unlucky->lost());
+}
+
+// As long as replies come, the turn will, too.
+TEST(ReplyPool, ATurnIsWaitedForWhileRepliesCome) {
+  ReplyPool pool;
+  pool.begin(kNever);
+  std::vector<std::unique_ptr<ReplyPool::Waiter>> askers;
+  for (int i = 0; i < 8; ++i) {
+    askers.push_back(std::make_unique<ReplyPool::Waiter>(pool, kKey, Bytes{1}));
+    askers.back()->sending();
+  }
+  ReplyPool::Waiter other(pool, kKey, Bytes{2});
+  auto turn = std::async(std::launch::async, [&] { return other.awaitTurn(0.25); });
+  for (std::uint8_t i = 0; i < 8; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    pool.arrive(kKey, {i});
+  }
+  EXPECT_TRUE(turn.get());
+}
+
 }  // namespace
 }  // namespace qvx::test
