@@ -167,7 +167,7 @@ void Connection::leave() {
     channel->intake_->end();
   }
   const Lock lock(events_mutex_);
-  events_ = {.begun = [](std::uint64_t) {}, .ended = [](const std::optional<Failure>&) {}, .reported = [] {}};
+  events_ = {.begun = [](std::uint64_t) {}, .ended = [](const std::optional<Failure>&) {}, .reported = nullptr};
 }
 
 bool Connection::waitLost(const Deadline& deadline) {
@@ -459,13 +459,13 @@ void Connection::report(std::vector<std::string> lines, std::optional<Failure> l
     for (const std::string& line : lines) {
       host().print(line);
     }
-    if (loss) {
+    std::function<void()> reported;
+    {
+      const Lock lock(self->events_mutex_);
+      reported = self->events_.reported;
+    }
+    if (loss && reported) {
       host().printFailure(*loss);
-      std::function<void()> reported;
-      {
-        const Lock lock(self->events_mutex_);
-        reported = self->events_.reported;
-      }
       reported();
     }
   };

@@ -43,7 +43,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::function<void(std::uint64_t number)> begun;
     // It is over: lost, or put away.
     std::function<void(const std::optional<Failure>& loss)> ended;
-    // On a thread of its own, after a loss has been printed. May wait, and call anything; owns what it uses.
+    // On a thread of its own, after a loss has been printed; none, neither. May wait, and call anything; owns what it
+    // uses.
     std::function<void()> reported;
   };
 

@@ -1,8 +1,10 @@
 #include "runtime/descriptor.h"
 
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
@@ -42,6 +44,26 @@ void WakeUp::signal() {
 void WakeUp::drain() {
   std::uint64_t count = 0;
   [[maybe_unused]] const auto got = ::read(event_.get(), &count, sizeof count);
+}
+
+Alarm::Alarm() : timer_(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+  if (!timer_.isOpen()) {
+    throw std::system_error(errno, std::generic_category(), "timerfd_create");
+  }
+}
+
+// A time of 0 would turn it off.
+void Alarm::set(std::chrono::milliseconds from_now) {
+  const auto ms = std::max<std::chrono::milliseconds::rep>(from_now.count(), 1);
+  itimerspec due{};
+  due.it_value = {static_cast<std::time_t>(ms / 1000), static_cast<long>(ms % 1000 * 1'000'000)};
+  ::timerfd_settime(timer_.get(), 0, &due, nullptr);
+}
+
+// Fails only where it was not due.
+void Alarm::drain() {
+  std::uint64_t count = 0;
+  [[maybe_unused]] const auto got = ::read(timer_.get(), &count, sizeof count);
 }
 
 }  // namespace qvx

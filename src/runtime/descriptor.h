@@ -1,6 +1,8 @@
 // File descriptors: their ownership, and waking a thread that waits on one.
 #pragma once
 
+#include <chrono>
+
 namespace qvx {
 
 // Owns a file descriptor, or -1 for none.
@@ -30,6 +32,19 @@ class WakeUp {
 
  private:
   Descriptor event_;
+};
+
+// A timerfd to poll beside a medium. Any thread may set it; once due it stays so until it is drained or set again.
+class Alarm {
+ public:
+  // Raises std::system_error when no descriptor is left.
+  Alarm();
+  void set(std::chrono::milliseconds from_now);
+  void drain();
+  int fd() const { return timer_.get(); }
+
+ private:
+  Descriptor timer_;
 };
 
 }  // namespace qvx

@@ -9,6 +9,9 @@
 namespace qvx {
 namespace {
 
+// When it is first looked whether what was sent has been acknowledged.
+constexpr std::chrono::milliseconds kFirstLook{1000};
+
 bool wouldBlock(int error) {
   return error == EAGAIN || error == EWOULDBLOCK;
 }
@@ -34,6 +37,42 @@ bool DescriptorClient::Link::shutDown() {
   wake.signal();
   over.signal();
   return done;
+}
+
+void DescriptorClient::Link::noteSent() {
+  if (alarm_ && !alarm_set_.exchange(true)) {
+    alarm_->set(kFirstLook);
+  }
+}
+
+// The system gives up by itself what it has sent over a network that does not answer, but repeats nothing, and so does
+// not look, while its own end of the cable is dead.
+void DescriptorClient::Link::checkSent() {
+  alarm_->drain();
+  alarm_set_ = false;
+  const auto unheard = medium_.unheard(fd());
+  if (unheard >= kAcknowledgeLimit) {
+    lose();
+  } else if (unheard > std::chrono::milliseconds::zero() && !alarm_set_.exchange(true)) {
+    alarm_->set(kAcknowledgeLimit - unheard);
+  }
+}
+
+DescriptorClient::Link::Came DescriptorClient::Link::await(bool arrivals, const Deadline& deadline) {
+  // A descriptor below 0 is passed over.
+  std::array<pollfd, 3> coming{pollfd{arrivals ? fd() : -1, POLLIN, 0}, pollfd{wake.fd(), POLLIN, 0},
+                               pollfd{alarm_ ? alarm_->fd() : -1, POLLIN, 0}};
+  while (waitReady(coming, deadline)) {
+    if (coming[0].revents != 0) {
+      return Came::Data;
+    }
+    if (coming[1].revents != 0) {
+      wake.drain();
+      return Came::Call;
+    }
+    checkSent();
+  }
+  return Came::Nothing;
 }
 
 bool DescriptorClient::Link::takeTurn(const Deadline& deadline) {
@@ -92,6 +131,7 @@ void DescriptorClient::sendAll(Link& link, ByteView frame, Clock::time_point dea
       std::array<pollfd, 2> writable{pollfd{link.fd(), POLLOUT, 0}, pollfd{link.over.fd(), POLLIN, 0}};
       if (count >= 0) {
         sent += static_cast<std::size_t>(count);
+        link.noteSent();
       } else if (errno != EINTR && (!wouldBlock(errno) || !waitReady(writable, deadline))) {
         link.lose();
         failLost();
@@ -121,7 +161,7 @@ Bytes DescriptorClient::read(Link& link, std::size_t size) {
     if (auto bytes = readOnce(link, size)) {
       return std::move(*bytes);
     }
-    if (!awaitArrival(link, deadline)) {
+    if (link.await(true, deadline) != Link::Came::Data) {
       break;
     }
   }
@@ -147,18 +187,6 @@ std::optional<Bytes> DescriptorClient::readOnce(Link& link, std::size_t size) {
     }
     return std::nullopt;
   }
-}
-
-bool DescriptorClient::awaitArrival(Link& link, Deadline deadline) {
-  std::array<pollfd, 2> arriving{pollfd{link.fd(), POLLIN, 0}, pollfd{link.wake.fd(), POLLIN, 0}};
-  if (!waitReady(arriving, deadline)) {
-    return false;
-  }
-  if (arriving[0].revents == 0) {
-    link.wake.drain();
-    return false;
-  }
-  return true;
 }
 
 void DescriptorClient::disconnect() {

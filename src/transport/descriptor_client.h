@@ -18,6 +18,8 @@
 
 namespace qvx {
 
+// A device that acknowledges nothing for so long, though it has been sent something, is not there any more.
+inline constexpr std::chrono::milliseconds kAcknowledgeLimit{4500};
 // A device that does not take a frame within this time has lost its connection.
 inline constexpr std::chrono::milliseconds kSendLimit{5000};
 // What one read returns at most, however much it may: the room for it is made before anything has come.
@@ -63,6 +65,9 @@ class DescriptorClient : public Client {
     void (*drop)(int fd);
     // Ends traffic in both directions, once for each connection. False when that fails.
     bool (*shutDown)(int fd);
+    // For how long the peer has not acknowledged what was sent nor said anything else; 0 when nothing is owed. nullptr
+    // where nothing is ever acknowledged.
+    std::chrono::milliseconds (*unheard)(int fd);
   };
 
   // One connection, from the making of the descriptor until its last user has let go.
@@ -70,7 +75,11 @@ class DescriptorClient : public Client {
    public:
     // Takes a non-blocking descriptor. Raises std::system_error when no descriptor is left.
     Link(const Medium& medium, Descriptor descriptor, std::uint64_t number)
-        : medium_(medium), descriptor_(std::move(descriptor)), number_(number) {}
+        : medium_(medium), descriptor_(std::move(descriptor)), number_(number) {
+      if (medium.unheard != nullptr) {
+        alarm_.emplace();
+      }
+    }
     int fd() const { return descriptor_.get(); }
     const Descriptor& descriptor() const { return descriptor_; }
     std::uint64_t number() const { return number_; }
@@ -82,7 +91,13 @@ class DescriptorClient : public Client {
     // Returns false when ending the traffic fails.
     bool end();
 
-    WakeUp wake;  // for the reader, which drains it
+    // What was just sent is to be acknowledged.
+    void noteSent();
+    // For the reader: waits for wake(), and for what arrives unless that is somebody else's.
+    enum class Came : std::uint8_t { Nothing, Data, Call };
+    Came await(bool arrivals, const Deadline& deadline);
+
+    WakeUp wake;  // for the reader
     WakeUp over;  // for the sender: the connection is lost or ended
 
     // One frame at a time. Not a mutex: who waits for a device, or for its turn, listens for Ctrl-C, which takes the
@@ -92,6 +107,7 @@ class DescriptorClient : public Client {
 
    private:
     bool shutDown();
+    void checkSent();
 
     const Medium& medium_;
     const Descriptor descriptor_;
@@ -99,6 +115,9 @@ class DescriptorClient : public Client {
     std::atomic<bool> shut_ = false;
     std::atomic<bool> lost_ = false;
     std::atomic<bool> ended_ = false;
+    // Goes off while something that was sent may be unacknowledged.
+    std::optional<Alarm> alarm_;
+    std::atomic<bool> alarm_set_ = false;
     Mutex turn_mutex_;  // innermost
     Condition turn_free_;
     bool sending_ QVX_GUARDED_BY(turn_mutex_) = false;
@@ -125,8 +144,6 @@ class DescriptorClient : public Client {
   // Reads once, without waiting: nothing when nothing has come, no bytes when disconnect has ended the connection.
   // Raises when it is lost.
   std::optional<Bytes> readOnce(Link& link, std::size_t size);
-  // Waits until there is something to read (true), or until the deadline, wake() or the end of the connection.
-  static bool awaitArrival(Link& link, Deadline deadline);
   // When a read that begins now gives up.
   Deadline readDeadline() const;
   // Raises `id` with its default text, followed by `reason`.

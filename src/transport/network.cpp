@@ -1,7 +1,12 @@
 #include "transport/network.h"
 
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -27,6 +32,15 @@ const DescriptorClient::Medium NetworkClient::kSocket{
                 std::size_t size) { return ::send(fd, from, size, MSG_NOSIGNAL | MSG_DONTWAIT); },
     .drop = nullptr,
     .shutDown = [](int fd) { return ::shutdown(fd, SHUT_RDWR) == 0 || errno == ENOTCONN; },
+    .unheard =
+        [](int fd) {
+          int owed = 0;
+          tcp_info state{};
+          socklen_t size = sizeof state;
+          const bool known = ::ioctl(fd, SIOCOUTQ, &owed) == 0 && owed > 0 &&
+                             ::getsockopt(fd, IPPROTO_TCP, TCP_INFO, &state, &size) == 0;
+          return std::chrono::milliseconds(known ? std::max(state.tcpi_last_ack_recv, 1U) : 0);
+        },
 };
 
 }  // namespace qvx

@@ -20,8 +20,7 @@ namespace {
 
 // A device that is switched off or cut off says nothing, so the kernel has to ask: after 2 s of silence, then every
 // second, and gives up after 5 s. While a sent frame is unacknowledged it does not ask but sends again, hence the limit
-// there, in ms, which Linux applies to its questions too. It looks at that limit only when it sends again, so a frame
-// that is sent into a cut cable is given up about 1 s later than it says.
+// there, in ms, which Linux applies to its questions too.
 struct SocketOption {
   int level;
   int name;
@@ -33,7 +32,7 @@ constexpr std::array<SocketOption, 6> kOptions{{
     {IPPROTO_TCP, TCP_KEEPIDLE, 2},
     {IPPROTO_TCP, TCP_KEEPINTVL, 1},
     {IPPROTO_TCP, TCP_KEEPCNT, 3},
-    {IPPROTO_TCP, TCP_USER_TIMEOUT, 4'500},
+    {IPPROTO_TCP, TCP_USER_TIMEOUT, kAcknowledgeLimit.count()},
 }};
 
 sockaddr_in addressOf(const std::string& ip, int port) {
@@ -124,11 +123,9 @@ void TCPClient::receive(Intake& intake) {
     const auto leased_until = intake.leasedUntil();
     const bool leased = leased_until > Clock::now();
     if (leased || intake.standBy(true)) {
-      std::array<pollfd, 1> woken{pollfd{link->wake.fd(), POLLIN, 0}};
-      const bool called = waitReady(woken, leased ? Deadline(leased_until) : deadline);
+      const auto came = link->await(false, leased ? Deadline(leased_until) : deadline);
       intake.standBy(false);
-      if (called) {
-        link->wake.drain();
+      if (came != Link::Came::Nothing) {
         return;
       }
       continue;
@@ -139,7 +136,7 @@ void TCPClient::receive(Intake& intake) {
       bytes = readOnce(*link, intake.readSize());
       return bytes ? appendAndSplit(*bytes, link->number()) : std::vector<Frame>();
     });
-    if (bytes || !awaitArrival(*link, deadline)) {
+    if (bytes || link->await(true, deadline) != Link::Came::Data) {
       return;
     }
   }

@@ -136,6 +136,7 @@ const DescriptorClient::Medium UARTClient::kPort{
           ::flock(fd, LOCK_UN);
           return true;
         },
+    .unheard = nullptr,
 };
 
 bool UARTClient::connect(const std::string& port, int baudrate) {
