@@ -85,11 +85,10 @@ PySendResult step(State& state, PyObject** result) {
   if (state.ended) {
     throw std::runtime_error("cannot reuse already awaited coroutine");
   }
-  auto port = LoopPort::current();
   if (!state.fiber) {
-    state.port = std::move(port);
+    state.port = LoopPort::current();
     state.fiber = std::make_unique<Fiber>(state.port, [body = state.body.get()] { body->run(); });
-  } else if (port != state.port) {
+  } else if (!state.port->isCurrent()) {
     throw std::runtime_error("this coroutine waits in another event loop: await it there");
   }
   stopWaiting(state, *state.fiber);

@@ -43,13 +43,19 @@ LoopTable& table() {
 
 // The port that reads a source on this thread: what is posted meanwhile it fires without being told.
 thread_local const LoopPort* reading = nullptr;
+// The port that gives a task its turn on this thread.
+thread_local const LoopPort* firing = nullptr;
 
-class Reading {
+class Marked {
  public:
-  explicit Reading(const LoopPort& port) { reading = &port; }
-  ~Reading() { reading = nullptr; }
-  Reading(const Reading&) = delete;
-  Reading& operator=(const Reading&) = delete;
+  Marked(const LoopPort*& mark, const LoopPort& port) : mark_(mark), before_(std::exchange(mark, &port)) {}
+  ~Marked() { mark_ = before_; }
+  Marked(const Marked&) = delete;
+  Marked& operator=(const Marked&) = delete;
+
+ private:
+  const LoopPort*& mark_;
+  const LoopPort* const before_;
 };
 
 py::object checked(PyObject* object) {
@@ -96,6 +102,10 @@ std::shared_ptr<LoopPort> LoopPort::current() {
 
 py::object LoopPort::loop() const {
   return py::reinterpret_borrow<py::object>(PyWeakref_GetObject(loop_.ptr()));
+}
+
+bool LoopPort::isCurrent() const {
+  return firing == this || current().get() == this;
 }
 
 bool LoopPort::belongsTo(const py::object& loop) const {
@@ -195,6 +205,7 @@ void LoopPort::fire(std::uint64_t ticket, bool alone) {
   const py::object context = pair[1];
   checked(PyObject_CallMethodOneArg(future.ptr(), names.remove_done_callback.ptr(), callback.ptr()));
   checked(PyObject_CallMethodOneArg(future.ptr(), names.set_result.ptr(), Py_None));
+  const Marked on_this_thread(firing, *this);
   checked(PyObject_CallMethodObjArgs(context.ptr(), names.run.ptr(), callback.ptr(), future.ptr(), nullptr));
 }
 
@@ -231,7 +242,7 @@ void LoopPort::startWatching() {
 void LoopPort::read(const std::shared_ptr<Source>& source) {
   bool more = false;
   {
-    const Reading on_this_thread(*this);
+    const Marked on_this_thread(reading, *this);
     more = source->read();
   }
   if (!more) {  // before a task runs that may ask for it again

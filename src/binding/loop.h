@@ -20,6 +20,9 @@ class LoopPort : public Scheduler, public std::enable_shared_from_this<LoopPort>
   // The port of the loop that runs on this thread; made on first use. Raises RuntimeError when none runs.
   static std::shared_ptr<LoopPort> current();
 
+  // Whether that is this one. Asking the interpreter costs a part of what a reply's whole way does.
+  bool isCurrent() const;
+
   LoopPort();
   ~LoopPort() override;
   LoopPort(const LoopPort&) = delete;

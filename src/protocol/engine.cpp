@@ -55,14 +55,15 @@ void Packet_based::send(int cmd, ByteView data_out, ReplyPool::Waiter* waiter) {
   bool announced = false;
   try {
     Fiber::outside([&] {
-      client->sendInTurn(frame, [&] {
+      const auto announce = [&] {
         if (waiter != nullptr) {
           waiter->sending(client->longestSilence());
           announced = true;
         } else if (checkCommandType(cmd, data_out) == PacketKind::Echo && (cmd != MOTION || data_out.size() >= 3)) {
           data_pool_echo.sendingAlone(replyKey(cmd, data_out));
         }
-      });
+      };
+      client->sendInTurn(frame, std::ref(announce));
     });
   } catch (...) {
     if (announced) {

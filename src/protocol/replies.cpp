@@ -14,24 +14,25 @@ constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key)
-    : pool_(pool), line_([&] {
-        const Lock lock(pool.mutex_);
-        return &pool.lineOf(key);
-      }()) {}
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key) : Waiter(pool, key, {}, Lock(pool.mutex_)) {}
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, ByteView question) : pool_(pool) {
-  const Lock lock(pool.mutex_);
-  line_ = &pool.lineOf(key);
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, ByteView question)
+    : Waiter(pool, key, question, Lock(pool.mutex_)) {}
+
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, const Lock& /*lock*/)
+    : pool_(pool), line_(&pool.lineOf(key)) {
+  if (!question) {
+    return;
+  }
   if (line_->asking == 0) {
-    line_->question.assign(question.begin(), question.end());
+    line_->question.assign(question->begin(), question->end());
   }
   // Behind those who wait for their turn, so that it comes.
-  in_turn_ = line_->queue.empty() && std::ranges::equal(line_->question, question);
+  in_turn_ = line_->queue.empty() && std::ranges::equal(line_->question, *question);
   if (in_turn_) {
     ++line_->asking;
   } else {
-    question_.assign(question.begin(), question.end());
+    question_.assign(question->begin(), question->end());
     place_ = line_->queue.insert(line_->queue.end(), this);
     came_later_ = queued_ = true;
   }
@@ -54,6 +55,9 @@ bool ReplyPool::Waiter::awaitTurn(double patience) {
 }
 
 ReplyPool::Waiter::~Waiter() {
+  if (taken_) {
+    return;  // it has left the line
+  }
   const Lock lock(pool_.mutex_);
   part();
   if (asked_) {
@@ -92,6 +96,7 @@ void ReplyPool::Waiter::sending(std::optional<Clock::duration> silence) {
     }
     passed_ = line_->passed;
     asked_ = std::make_shared<Copy>(Copy{.waiter = reply_ ? nullptr : this});
+    taken_ = false;
     if (!reply_) {
       join();
     }
@@ -143,6 +148,7 @@ std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline, const std
       changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over(); });
     }
   }
+  taken_ = reply_.has_value() && !joined_ && !queued_ && !in_turn_;
   return std::exchange(reply_, std::nullopt);
 }
 
@@ -159,15 +165,15 @@ void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline,
       pool.offerTurn();
     }
   };
-  while (!over() && (!deadline || Clock::now() < *deadline)) {
+  bool in_time = true;
+  const auto timeLeft = [&] { return in_time = !deadline || Clock::now() < *deadline; };
+  while (!over() && in_time) {
     if (pool_.reading_ != nullptr || !reader->usable()) {
       offered_ = false;
       const auto place = pool_.following_.insert(pool_.following_.end(), this);
       const auto leave = [&](Waiter*) QVX_REQUIRES(pool_.mutex_) { pool_.following_.erase(place); };
       const std::unique_ptr<Waiter, decltype(leave)> following(this, leave);
-      if (!changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over() || offered_; })) {
-        break;
-      }
+      in_time = changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over() || offered_; });
       continue;
     }
     offered_ = false;
@@ -176,10 +182,10 @@ void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline,
     pool_.reading_thread_ = std::this_thread::get_id();
     const Turn turn{pool_};
     reader->begin();
-    while (!over() && reader->usable() && (!deadline || Clock::now() < *deadline)) {
-      Condition::Unlocking unlocked(lock);
+    do {
+      const Condition::Unlocking unlocked(lock);
       reader->read(deadline);
-    }
+    } while (!over() && reader->usable() && timeLeft());
   }
   if (offered_ && pool_.reading_ == nullptr) {
     pool_.offerTurn();

@@ -100,6 +100,7 @@ class ReplyPool {
    private:
     friend class ReplyPool;
     enum class End : std::uint8_t { None, Ended, Lost };
+    QVX_UNCHECKED Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, const Lock& lock);
     bool over() const QVX_REQUIRES(pool_.mutex_);
     bool takeKept() QVX_REQUIRES(pool_.mutex_);
     void join() QVX_REQUIRES(pool_.mutex_);
@@ -108,17 +109,18 @@ class ReplyPool {
 
     ReplyPool& pool_;
     Line* line_;
-    std::shared_ptr<Copy> asked_;  // shared by all copies; null before the first
+    std::shared_ptr<Copy> asked_;         // shared by all copies; null before the first
     std::list<Waiter*>::iterator place_;  // in the queue or among the waiters
     bool joined_ = false;
     bool in_turn_ = false;  // one of those who may ask now
     bool queued_ = false;
     bool came_later_ = false;  // was queued at first
-    Bytes question_;  // of who is in the queue
+    Bytes question_;           // of who is in the queue
     End end_ = End::None;
     bool late_ = false;
     bool offered_ = false;  // the turn at reading
     bool forgotten_ = false;
+    bool taken_ = false;        // the reply has been, and nothing is left to be done
     std::uint64_t passed_ = 0;  // how many replies of the line had passed everybody by before the first copy
     std::optional<Bytes> reply_;
     Condition changed_;

@@ -75,19 +75,32 @@ DescriptorClient::Link::Came DescriptorClient::Link::await(bool arrivals, const 
   return Came::Nothing;
 }
 
-bool DescriptorClient::Link::takeTurn(const Deadline& deadline) {
-  Lock lock(turn_mutex_);
-  if (!turn_free_.wait(lock, deadline, [this]() QVX_REQUIRES(turn_mutex_) { return !sending_; })) {
-    return false;
+bool DescriptorClient::Link::takeTurn(std::chrono::milliseconds limit) {
+  if (!sending_.exchange(true)) {
+    return true;
   }
-  sending_ = true;
-  return true;
+  struct Wanting {
+    std::atomic<int>& count;
+    ~Wanting() { --count; }
+  };
+  ++wanting_;
+  const Wanting wanting{wanting_};
+  const auto deadline = Clock::now() + limit;
+  Lock lock(turn_mutex_);
+  while (turn_free_.wait(lock, deadline, [this] { return !sending_; })) {
+    if (!sending_.exchange(true)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 void DescriptorClient::Link::giveTurn() {
-  Lock lock(turn_mutex_);
   sending_ = false;
-  turn_free_.notify(lock);
+  if (wanting_ != 0) {
+    Lock lock(turn_mutex_);
+    turn_free_.notify(lock);
+  }
 }
 
 int DescriptorClient::socket() const {
@@ -109,30 +122,37 @@ void DescriptorClient::sendPacket(ByteView frame) {
 
 void DescriptorClient::sendInTurn(ByteView frame, const std::function<void()>& before) {
   const auto link = current();
-  const auto deadline = Clock::now() + send_limit_;
-  if (!link->takeTurn(deadline)) {
+  if (!link->takeTurn(send_limit_)) {
     link->lose();
     failLost();
   }
   const auto give = [](Link* sender) { sender->giveTurn(); };
   const std::unique_ptr<Link, decltype(give)> turn(link.get(), give);
   before();
-  sendAll(*link, frame, deadline);
+  sendAll(*link, frame);
 }
 
-void DescriptorClient::sendAll(Link& link, ByteView frame, Clock::time_point deadline) {
+void DescriptorClient::sendAll(Link& link, ByteView frame) {
   std::size_t sent = 0;
+  Deadline deadline;  // from the moment when the device takes no more
   try {
     while (sent < frame.size()) {
       if (link.isLost() || link.isEnded()) {
         failLost();
       }
       const auto count = medium_.write(link.fd(), frame.data() + sent, frame.size() - sent);
-      std::array<pollfd, 2> writable{pollfd{link.fd(), POLLOUT, 0}, pollfd{link.over.fd(), POLLIN, 0}};
       if (count >= 0) {
         sent += static_cast<std::size_t>(count);
         link.noteSent();
-      } else if (errno != EINTR && (!wouldBlock(errno) || !waitReady(writable, deadline))) {
+        continue;
+      }
+      if (errno == EINTR) {
+        continue;
+      }
+      const bool full = wouldBlock(errno);
+      deadline = deadline ? deadline : Clock::now() + send_limit_;
+      std::array<pollfd, 2> writable{pollfd{link.fd(), POLLOUT, 0}, pollfd{link.over.fd(), POLLIN, 0}};
+      if (!full || !waitReady(writable, deadline)) {
         link.lose();
         failLost();
       }
@@ -157,9 +177,11 @@ std::vector<Frame> DescriptorClient::recvAndSplitPacket(std::size_t size) {
 
 Bytes DescriptorClient::read(Link& link, std::size_t size) {
   const Deadline deadline = readDeadline();
+  Bytes bytes(std::min(size, kMostAtOnce));
   while (size != 0) {
-    if (auto bytes = readOnce(link, size)) {
-      return std::move(*bytes);
+    if (const auto count = readOnce(link, bytes)) {
+      bytes.resize(*count);
+      return bytes;
     }
     if (link.await(true, deadline) != Link::Came::Data) {
       break;
@@ -168,15 +190,13 @@ Bytes DescriptorClient::read(Link& link, std::size_t size) {
   return {};
 }
 
-std::optional<Bytes> DescriptorClient::readOnce(Link& link, std::size_t size) {
-  Bytes bytes(std::min(size, kMostAtOnce));
+std::optional<std::size_t> DescriptorClient::readOnce(Link& link, std::span<std::uint8_t> to) {
   for (;;) {
     const bool readable = medium_.reads_to_the_end || !(link.isLost() || link.isEnded());
-    const auto count = readable ? medium_.read(link.fd(), bytes.data(), bytes.size()) : 0;
+    const auto count = readable ? medium_.read(link.fd(), to.data(), to.size()) : 0;
     const int error = errno;
     if (count > 0 || link.isEnded()) {
-      bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-      return bytes;
+      return static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
     if (count < 0 && error == EINTR) {
       continue;

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -102,7 +103,7 @@ class DescriptorClient : public Client {
 
     // One frame at a time. Not a mutex: who waits for a device, or for its turn, listens for Ctrl-C, which takes the
     // interpreter's lock, and that nobody does while holding a mutex. False when the deadline passes first.
-    bool takeTurn(const Deadline& deadline);
+    bool takeTurn(std::chrono::milliseconds limit);
     void giveTurn();
 
    private:
@@ -120,7 +121,8 @@ class DescriptorClient : public Client {
     std::atomic<bool> alarm_set_ = false;
     Mutex turn_mutex_;  // innermost
     Condition turn_free_;
-    bool sending_ QVX_GUARDED_BY(turn_mutex_) = false;
+    std::atomic<bool> sending_ = false;
+    std::atomic<int> wanting_ = 0;  // who waits for the turn
   };
 
   // `medium` must outlive the client.
@@ -141,9 +143,9 @@ class DescriptorClient : public Client {
   std::shared_ptr<Link> current() const;
   // The same; nullptr when there is none.
   std::shared_ptr<Link> openLink() const;
-  // Reads once, without waiting: nothing when nothing has come, no bytes when disconnect has ended the connection.
-  // Raises when it is lost.
-  std::optional<Bytes> readOnce(Link& link, std::size_t size);
+  // Reads once, without waiting, and returns how many bytes: nothing when nothing has come, 0 when disconnect has ended
+  // the connection. Raises when it is lost.
+  std::optional<std::size_t> readOnce(Link& link, std::span<std::uint8_t> to);
   // When a read that begins now gives up.
   Deadline readDeadline() const;
   // Raises `id` with its default text, followed by `reason`.
@@ -152,7 +154,7 @@ class DescriptorClient : public Client {
  private:
   void refuseSecondLocked() const QVX_REQUIRES(mutex_);
   Bytes read(Link& link, std::size_t size);
-  void sendAll(Link& link, ByteView frame, Clock::time_point deadline);
+  void sendAll(Link& link, ByteView frame);
   [[noreturn]] void failLost() const;
 
   const Medium& medium_;

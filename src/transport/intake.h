@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -28,18 +29,20 @@ class Intake {
   Intake(std::size_t read_size, std::function<void(Frame)> file) : read_size_(read_size), file_(std::move(file)) {}
   std::size_t readSize() const { return read_size_; }
 
-  // Takes a step: files what `read()` returns, which must not wait.
+  // Takes a step: files what `read(buffer)` returns, which must not wait; the buffer has room for `readSize()` bytes.
   template <class Read>
   void step(Read read) {
     const Lock lock(mutex_);
-    file(read());
+    buffer_.resize(read_size_);
+    file(read(std::span(buffer_)));
   }
   // The same, unless a step is being taken.
   template <class Read>
   void tryStep(Read read) {
     if (mutex_.try_lock()) {
       const Lock lock(mutex_, std::adopt_lock);
-      file(read());
+      buffer_.resize(read_size_);
+      file(read(std::span(buffer_)));
     }
   }
   // Returns when no step is being taken.
@@ -84,6 +87,7 @@ class Intake {
   const std::size_t read_size_;
   Mutex mutex_;  // the pools' may be taken under it
   std::function<void(Frame)> file_ QVX_GUARDED_BY(mutex_);
+  Bytes buffer_ QVX_GUARDED_BY(mutex_);
   std::atomic<Clock::rep> leased_until_ = 0;
   std::atomic<bool> attended_ = false;
   std::atomic<bool> standing_by_ = false;

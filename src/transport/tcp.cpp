@@ -131,12 +131,12 @@ void TCPClient::receive(Intake& intake) {
       continue;
     }
     intake.standBy(false);
-    std::optional<Bytes> bytes;
-    intake.step([&] {
-      bytes = readOnce(*link, intake.readSize());
-      return bytes ? appendAndSplit(*bytes, link->number()) : std::vector<Frame>();
+    std::optional<std::size_t> count;
+    intake.step([&](std::span<std::uint8_t> buffer) {
+      count = readOnce(*link, buffer);
+      return count ? appendAndSplit(buffer.first(*count), link->number()) : std::vector<Frame>();
     });
-    if (bytes || link->await(true, deadline) != Link::Came::Data) {
+    if (count || link->await(true, deadline) != Link::Came::Data) {
       return;
     }
   }
@@ -148,9 +148,9 @@ bool TCPClient::receiveNow(const Descriptor& descriptor, Intake& intake) {
     return false;
   }
   try {
-    intake.tryStep([&] {
-      const auto bytes = readOnce(*link, intake.readSize());
-      return bytes ? appendAndSplit(*bytes, link->number()) : std::vector<Frame>();
+    intake.tryStep([&](std::span<std::uint8_t> buffer) {
+      const auto count = readOnce(*link, buffer);
+      return count ? appendAndSplit(buffer.first(*count), link->number()) : std::vector<Frame>();
     });
   } catch (const Failure&) {
     return false;  // the receive thread raises it too: what is lost reads as lost every time

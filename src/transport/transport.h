@@ -39,7 +39,7 @@ class Transport {
   // Waits and reads as recvAndSplitPacket does, and files the frames.
   virtual void receive(Intake& intake) {
     auto frames = recvAndSplitPacket(intake.readSize());
-    intake.step([&] { return std::move(frames); });
+    intake.step([&](std::span<std::uint8_t>) { return std::move(frames); });
   }
   // The descriptor of the open connection, for an event loop to watch: it becomes readable when something has come or
   // the connection is over, and stays open while it is held. nullptr where there is none, or none to be watched.

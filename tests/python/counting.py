@@ -1,7 +1,8 @@
 """Whether a reply is younger than its request, on roads that delay and drop.
 
 A device answers with a number that counts up at each request that it carries out, and with what it was
-asked. A reader looks at the count, asks, and must get a higher one, and its own question. Run by hand, this reads by the thousand: counting.py --help
+asked. A reader looks at the count, asks, and must get a higher one, and its own question.
+Run by hand, this reads by the thousand: counting.py --help
 """
 
 from __future__ import annotations
