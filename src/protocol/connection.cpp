@@ -361,8 +361,10 @@ void Connection::open(Request& request) {
     events_.begun(number_ + 1);
   }
   changeTo(State::Connecting);
+  bool opened = false;
   try {
     request.opening->open();
+    opened = true;
     // The receive threads are woken when they must look up; they have no reason to tick.
     for (const auto& channel : channels_) {
       if (const auto client = channel->setup_.client->get()) {
@@ -378,7 +380,9 @@ void Connection::open(Request& request) {
     state_ = State::Connected;
     changed_.notifyHeld();
   } catch (...) {
-    tellTransports(&Transport::disconnect);
+    if (opened) {
+      tellTransports(&Transport::disconnect);
+    }
     changeTo(State::Disconnected);
     throw;
   }

@@ -43,15 +43,15 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::function<void(std::uint64_t number)> begun;
     // It is over: lost, or put away.
     std::function<void(const std::optional<Failure>& loss)> ended;
-    // On a thread of its own, after a loss has been printed; none, neither. May wait, and call anything; owns what it
-    // uses.
+    // On a thread of its own, after a loss has been printed; empty: the loss is not printed either. May wait, and call
+    // anything; owns what it uses.
     std::function<void()> reported;
   };
 
   // What a connect does on the owner.
   struct Opening {
     std::string identifier;
-    // Connects the transports or raises; the owner then closes what was opened. Owns what it uses.
+    // Connects the transports, or raises and leaves none connected. Owns what it uses.
     std::function<void()> open;
     std::optional<bool> verbose = {};  // whether to print the messages about this connection; nothing: as the handle's
   };

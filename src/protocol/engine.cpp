@@ -126,15 +126,16 @@ void Packet_based::refuseLost() const {
   }
 }
 
-// Who does not wait needs no turn.
+// Who does not wait disturbs nobody.
 ReplyPool::Waiter Packet_based::asker(int cmd, ByteView data_out, double timeout) {
   const int key = replyKey(cmd, data_out);
-  return timeout > 0 ? ReplyPool::Waiter(data_pool_echo, key, data_out) : ReplyPool::Waiter(data_pool_echo, key);
+  return timeout > 0 ? ReplyPool::Waiter(data_pool_echo, key, data_out, timeout)
+                     : ReplyPool::Waiter(data_pool_echo, key);
 }
 
 std::optional<Bytes> Packet_based::echoPacket(int cmd, ByteView data_out, double timeout) {
   ReplyPool::Waiter waiter = asker(cmd, data_out, timeout);
-  if (!waiter.awaitTurn(timeout)) {
+  if (!waiter.awaitFloor()) {
     return unanswered(waiter);
   }
   send(cmd, data_out, &waiter);
@@ -157,7 +158,7 @@ std::optional<Bytes> Packet_based::echoUpTo(int most, int cmd, ByteView data_out
   double elapsed = 0;
   double pause = most > 1 ? kPauseForLost : timeout;
   ReplyPool::Waiter waiter = asker(cmd, data_out, timeout);  // keeps its place through all attempts
-  if (!waiter.awaitTurn(timeout)) {
+  if (!waiter.awaitFloor()) {
     return unanswered(waiter);
   }
   // Waits `time` seconds; less where replies come, but are taken for earlier ones because some were lost: another copy

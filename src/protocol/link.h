@@ -49,8 +49,8 @@ class Link {
   explicit Link(Device& device) : device_(device) {}
 
   // Sends a command and returns its reply, sending again as the engine's rules say: `repeat` tells what that would do.
-  // Raises ReceivePacketTimeoutError when none came within `timeout` seconds, the connection's class when it is lost.
-  // Blocks, or suspends a coroutine.
+  // Raises ReceivePacketTimeoutError when none came within `timeout` seconds after it was sent, the connection's class
+  // when it is lost. Blocks, or suspends a coroutine.
   Reply request(int cmd, const Bytes& payload, double timeout, Repeat repeat = Repeat::Harmless) const;
   // Sends a command that has no reply.
   void send(int cmd, const Bytes& payload) const { device_.sendPacketWithoutReply(cmd, payload); }

@@ -19,7 +19,8 @@ class NetworkDevice : public Device {
   const Channel& commandChannel() const { return command_; }
 
  protected:
-  // What connects `client`; raises NetworkConnectionError also where there is none.
+  // What connects the transport that is in the slot when it is called; raises NetworkConnectionError also where there
+  // is none.
   static std::function<void()> connecting(std::shared_ptr<TransportSlot> slot, const std::string& address, int port);
 
  private:

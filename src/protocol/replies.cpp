@@ -9,53 +9,93 @@ namespace {
 // A device that has answered and then not for so long, nor for four times as long as it ever took, answers no more of
 // what it has been sent. One may pause between two replies: to write its flash memory, or for a slow command.
 constexpr std::chrono::seconds kGap{2};
+// How long somebody who may ask may take to do so, before others are let in: the task's loop may be busy, or stopped.
+constexpr std::chrono::milliseconds kCourtesy{50};
+constexpr std::chrono::milliseconds kLongestLook{500};
+constexpr double kLongestTimeout = 1e8;  // seconds, three years
 // When nothing comes any more, each copy that is unanswered costs a repeat, and those come at growing intervals.
 constexpr std::size_t kFarBehind = 5;
 
 }  // namespace
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key) : Waiter(pool, key, {}, Lock(pool.mutex_)) {}
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key) : Waiter(pool, key, {}, 0, Lock(pool.mutex_)) {}
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, ByteView question)
-    : Waiter(pool, key, question, Lock(pool.mutex_)) {}
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, ByteView question, double timeout)
+    : Waiter(pool, key, question, timeout, Lock(pool.mutex_)) {}
 
-ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, const Lock& /*lock*/)
-    : pool_(pool), line_(&pool.lineOf(key)) {
+ReplyPool::Waiter::Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, double timeout,
+                          const Lock& /*lock*/)
+    : pool_(pool),
+      line_(&pool.lineOf(key)),
+      timeout_(std::chrono::duration_cast<Clock::duration>(
+          std::chrono::duration<double>(std::min(timeout, kLongestTimeout)))) {
   if (!question) {
     return;
   }
-  if (line_->asking == 0) {
+  thread_ = Fiber::current() == nullptr ? std::this_thread::get_id() : std::thread::id();
+  if (line_->speakers.empty()) {
     line_->question.assign(question->begin(), question->end());
   }
-  // Behind those who wait for their turn, so that it comes.
-  in_turn_ = line_->queue.empty() && std::ranges::equal(line_->question, *question);
-  if (in_turn_) {
-    ++line_->asking;
+  // Behind those who wait already, so that their turn comes.
+  if (line_->queue.empty() && std::ranges::equal(line_->question, *question)) {
+    giveFloor();
   } else {
     question_.assign(question->begin(), question->end());
-    place_ = line_->queue.insert(line_->queue.end(), this);
-    came_later_ = queued_ = true;
+    queue();
+    had_to_queue_ = true;
   }
 }
 
-bool ReplyPool::Waiter::awaitTurn(double patience) {
-  if (!came_later_) {
+void ReplyPool::Waiter::queue() {
+  place_ = line_->queue.insert(line_->queue.end(), this);
+  queued_ = true;
+}
+
+void ReplyPool::Waiter::giveFloor() {
+  speaker_ = line_->speakers.size();
+  line_->speakers.push_back(this);
+}
+
+void ReplyPool::Waiter::leaveFloor() {
+  if (speaker_) {
+    Waiter* const last = line_->speakers.back();
+    line_->speakers[*speaker_] = last;
+    last->speaker_ = speaker_;
+    line_->speakers.pop_back();
+    speaker_.reset();
+  }
+}
+
+bool ReplyPool::Waiter::awaitFloor() {
+  if (!had_to_queue_) {
     return true;
   }
   Lock lock(pool_.mutex_);
-  const auto decided = [this]() QVX_REQUIRES(pool_.mutex_) { return in_turn_ || over() || pool_.loss_; };
-  Clock::time_point came;
-  do {
-    came = line_->came;
-  } while (!changed_.wait(lock, deadlineAfter(patience), decided) && line_->came != came);
-  if (!in_turn_ && pool_.loss_) {
+  const auto decided = [this]() QVX_REQUIRES(pool_.mutex_) { return speaker_ || over() || pool_.loss_; };
+  // Who gives the floor up wakes the next. What nobody wakes for is looked after in growing pauses.
+  Clock::duration pause = kCourtesy;
+  while (!changed_.wait(lock, Clock::now() + pause, decided)) {
+    const auto same_thread = [this](const Waiter* other) { return other->thread_ == thread_; };
+    if (thread_ != std::thread::id() && std::ranges::any_of(line_->speakers, same_thread)) {
+      line_->queue.erase(place_);
+      queued_ = false;
+      return true;  // that one goes on when this one has returned: a handler of signals asks
+    }
+    const auto now = Clock::now();
+    if (std::ranges::none_of(line_->speakers, [now](const Waiter* other) { return other->speaks_until_ > now; })) {
+      pool_.takeFloor(*line_);
+    }
+    pause = std::min<Clock::duration>(2 * pause, kLongestLook);
+  }
+  if (!speaker_ && pool_.loss_) {
     end_ = End::Lost;
   }
-  return in_turn_;
+  speaks_until_ = Clock::now() + timeout_;
+  return speaker_ && end_ == End::None;
 }
 
 ReplyPool::Waiter::~Waiter() {
-  if (taken_) {
+  if (done_) {
     return;  // it has left the line
   }
   const Lock lock(pool_.mutex_);
@@ -81,8 +121,8 @@ void ReplyPool::Waiter::part() {
   if (std::exchange(queued_, false)) {
     line_->queue.erase(place_);
   }
-  line_->asking -= std::exchange(in_turn_, false) ? 1 : 0;
-  pool_.nextTurn(*line_);
+  leaveFloor();
+  pool_.passFloor(*line_);
 }
 
 void ReplyPool::Waiter::sending(std::optional<Clock::duration> silence) {
@@ -96,13 +136,14 @@ void ReplyPool::Waiter::sending(std::optional<Clock::duration> silence) {
     }
     passed_ = line_->passed;
     asked_ = std::make_shared<Copy>(Copy{.waiter = reply_ ? nullptr : this});
-    taken_ = false;
+    done_ = false;
     if (!reply_) {
       join();
     }
   }
   line_->sent = now;
   line_->copies.push_back(asked_);
+  speaks_until_ = now + timeout_;
 }
 
 void ReplyPool::Waiter::unsent() {
@@ -148,7 +189,7 @@ std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline, const std
       changed_.wait(lock, deadline, [&]() QVX_REQUIRES(pool_.mutex_) { return over(); });
     }
   }
-  taken_ = reply_.has_value() && !joined_ && !queued_ && !in_turn_;
+  done_ = reply_.has_value() && !joined_ && !queued_ && !speaker_;
   return std::exchange(reply_, std::nullopt);
 }
 
@@ -156,19 +197,27 @@ std::optional<Bytes> ReplyPool::Waiter::wait(const Deadline& deadline, const std
 // another that waits; who has none of that reads at once.
 void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline,
                                     const std::shared_ptr<Reader>& reader) QVX_UNCHECKED {
+  // Where the thread reads already, because a signal's handler asks while it does, it goes on for the handler first.
   struct Turn {
     ReplyPool& pool;
+    Waiter* const before = pool.reading_;
+    const std::shared_ptr<Reader> reader_before = pool.reader_;
     ~Turn() {
-      pool.reader_->end();
-      pool.reader_.reset();
-      pool.reading_ = nullptr;
-      pool.offerTurn();
+      if (before == nullptr || pool.reader_ != reader_before) {
+        pool.reader_->end();
+      }
+      pool.reader_ = reader_before;
+      pool.reading_ = before;
+      if (before == nullptr) {
+        pool.offerTurn();
+      }
     }
   };
   bool in_time = true;
   const auto timeLeft = [&] { return in_time = !deadline || Clock::now() < *deadline; };
   while (!over() && in_time) {
-    if (pool_.reading_ != nullptr || !reader->usable()) {
+    const bool taken = pool_.reading_ != nullptr && pool_.reading_thread_ != std::this_thread::get_id();
+    if (taken || !reader->usable()) {
       offered_ = false;
       const auto place = pool_.following_.insert(pool_.following_.end(), this);
       const auto leave = [&](Waiter*) QVX_REQUIRES(pool_.mutex_) { pool_.following_.erase(place); };
@@ -177,10 +226,10 @@ void ReplyPool::Waiter::waitReading(Lock& lock, const Deadline& deadline,
       continue;
     }
     offered_ = false;
+    const Turn turn{pool_};
     pool_.reading_ = this;
     pool_.reader_ = reader;
     pool_.reading_thread_ = std::this_thread::get_id();
-    const Turn turn{pool_};
     reader->begin();
     do {
       const Condition::Unlocking unlocked(lock);
@@ -273,21 +322,40 @@ void ReplyPool::offerTurn() {
   }
 }
 
-void ReplyPool::nextTurn(Line& line) {
-  if (line.asking != 0 || line.queue.empty()) {
+void ReplyPool::passFloor(Line& line) {
+  if (!line.speakers.empty() || line.queue.empty()) {
     return;
   }
   line.question = line.queue.front()->question_;
+  const auto until = Clock::now() + kCourtesy;
   std::erase_if(line.queue, [&](Waiter* waiter) QVX_REQUIRES(mutex_) {
+    waiter->pool_.mutex_.assertHeld();  // it is this pool's
     if (waiter->question_ != line.question) {
       return false;
     }
     waiter->queued_ = false;
-    waiter->in_turn_ = true;
-    ++line.asking;
+    waiter->speaks_until_ = until;
+    waiter->giveFloor();
     waiter->changed_.notifyHeld();
     return true;
   });
+}
+
+void ReplyPool::takeFloor(Line& line) {
+  while (!line.speakers.empty()) {
+    Waiter& waiter = *line.speakers.back();
+    waiter.pool_.mutex_.assertHeld();  // it is this pool's
+    waiter.leaveFloor();
+    if (waiter.asked_) {
+      waiter.asked_->waiter = nullptr;
+      if (std::exchange(waiter.joined_, false)) {
+        line.waiters.erase(waiter.place_);
+      }
+    } else if (waiter.had_to_queue_) {
+      waiter.queue();
+    }
+  }
+  passFloor(line);
 }
 
 void ReplyPool::serve(Waiter& waiter, Bytes reply) {

@@ -13,6 +13,11 @@
 // when nothing has been sent or has come for as long as nothing takes on that medium. A line that has lost so many that
 // repeats no longer help makes that pause itself, a shorter one, and says so: nothing more is sent on it until nothing
 // has come for a while.
+//
+// A reply that is taken for an earlier one may be the answer to any copy sent later. It does no harm where that has
+// asked the same. So all who wait under a key at one time have asked one question: they have the floor. Who asks
+// something else waits until all of them have their reply or have given up. Everybody gets the floor in the end: who
+// has it and does nothing with it, as a task whose loop is stopped, loses it.
 #pragma once
 
 #include "core/bytes.h"
@@ -57,16 +62,16 @@ class ReplyPool {
   class Waiter {
    public:
     Waiter(ReplyPool& pool, int key);
-    // One who is going to ask `question`, in its turn.
-    Waiter(ReplyPool& pool, int key, ByteView question);
+    // One who is going to ask `question`, and to wait `timeout` seconds for the reply.
+    Waiter(ReplyPool& pool, int key, ByteView question, double timeout);
     // Gives up; a reply that has come and was not taken is a late one.
     ~Waiter();
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    // Waits for the turn to ask, as long as replies come with this key. False when none has for `patience` seconds, or
+    // Waits until the question may be asked: as long as others with another one wait for their replies. False when
     // nothing can be asked any more.
-    bool awaitTurn(double patience);
+    bool awaitFloor();
     // A copy of the request goes out now, on a medium where no reply takes longer than `silence`, if that is known.
     // From the first one on the waiter has its place behind the others.
     void sending(std::optional<Clock::duration> silence = {});
@@ -100,7 +105,10 @@ class ReplyPool {
    private:
     friend class ReplyPool;
     enum class End : std::uint8_t { None, Ended, Lost };
-    QVX_UNCHECKED Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, const Lock& lock);
+    QVX_UNCHECKED Waiter(ReplyPool& pool, int key, std::optional<ByteView> question, double timeout, const Lock& lock);
+    void queue() QVX_REQUIRES(pool_.mutex_);
+    void giveFloor() QVX_REQUIRES(pool_.mutex_);
+    void leaveFloor() QVX_REQUIRES(pool_.mutex_);
     bool over() const QVX_REQUIRES(pool_.mutex_);
     bool takeKept() QVX_REQUIRES(pool_.mutex_);
     void join() QVX_REQUIRES(pool_.mutex_);
@@ -112,15 +120,18 @@ class ReplyPool {
     std::shared_ptr<Copy> asked_;         // shared by all copies; null before the first
     std::list<Waiter*>::iterator place_;  // in the queue or among the waiters
     bool joined_ = false;
-    bool in_turn_ = false;  // one of those who may ask now
+    const Clock::duration timeout_;
+    std::thread::id thread_;              // none: a fiber
+    std::optional<std::size_t> speaker_;  // its number among those who have the floor
+    Clock::time_point speaks_until_;      // how long that counts
     bool queued_ = false;
-    bool came_later_ = false;  // was queued at first
-    Bytes question_;           // of who is in the queue
+    bool had_to_queue_ = false;
+    Bytes question_;  // of one who had to
     End end_ = End::None;
     bool late_ = false;
     bool offered_ = false;  // the turn at reading
     bool forgotten_ = false;
-    bool taken_ = false;        // the reply has been, and nothing is left to be done
+    bool done_ = false;         // the reply has been taken, and nothing is left to be done
     std::uint64_t passed_ = 0;  // how many replies of the line had passed everybody by before the first copy
     std::optional<Bytes> reply_;
     Condition changed_;
@@ -171,8 +182,8 @@ class ReplyPool {
   // What goes on under one key.
   struct Line {
     std::deque<std::shared_ptr<Copy>> copies;
-    std::list<Waiter*> waiters;  // who has no reply yet, in the order of coming
-    std::size_t asking = 0;      // whose turn it is; all of them ask `question`
+    std::list<Waiter*> waiters;     // who has no reply yet, in the order of coming
+    std::vector<Waiter*> speakers;  // who has the floor: all of them ask `question`
     Bytes question;
     std::list<Waiter*> queue;  // of those who will ask
     std::optional<Kept> kept;
@@ -183,8 +194,10 @@ class ReplyPool {
   };
 
   Line& lineOf(int key) QVX_REQUIRES(mutex_) { return lines_[key]; }
-  // When nobody asks any more: the first in the queue may, and all who ask the same.
-  void nextTurn(Line& line) QVX_REQUIRES(mutex_);
+  // When nobody has the floor: to the first in the queue, and all who ask the same.
+  void passFloor(Line& line) QVX_REQUIRES(mutex_);
+  // From those who do nothing with it: who has not asked yet queues again, who should have given up has.
+  void takeFloor(Line& line) QVX_REQUIRES(mutex_);
   void serve(Waiter& waiter, Bytes reply) QVX_REQUIRES(mutex_);
   // For the first who waits without having asked, else kept.
   void fileUnasked(Line& line, Bytes reply) QVX_REQUIRES(mutex_);

@@ -24,10 +24,17 @@ bool WifiDevice::connect(const Argument& ip_addr, const Argument& port, const Ar
   const int command_number = checkedRange(cmd_port, "cmd_port", 1, 65535);
   open({.identifier = address,
         .open =
-            [first = connecting(commandSlot(), address, command_number),
+            [slot = commandSlot(), first = connecting(commandSlot(), address, command_number),
              second = connecting(data_slot_, address, data_number)] {
               first();
-              second();
+              try {
+                second();
+              } catch (...) {
+                if (const auto command = slot->get()) {
+                  command->disconnect();
+                }
+                throw;
+              }
             },
         .verbose = verbose});
   return true;

@@ -134,7 +134,7 @@ void DescriptorClient::sendInTurn(ByteView frame, const std::function<void()>& b
 
 void DescriptorClient::sendAll(Link& link, ByteView frame) {
   std::size_t sent = 0;
-  Deadline deadline;  // from the moment when the device takes no more
+  Deadline deadline;  // from the first moment when the device takes no more
   try {
     while (sent < frame.size()) {
       if (link.isLost() || link.isEnded()) {

@@ -19,7 +19,7 @@
 
 namespace qvx {
 
-// A device that acknowledges nothing for so long, though it has been sent something, is not there any more.
+// A device that has been sent something and has not been heard of for so long is not there any more.
 inline constexpr std::chrono::milliseconds kAcknowledgeLimit{4500};
 // A device that does not take a frame within this time has lost its connection.
 inline constexpr std::chrono::milliseconds kSendLimit{5000};
@@ -102,7 +102,7 @@ class DescriptorClient : public Client {
     WakeUp over;  // for the sender: the connection is lost or ended
 
     // One frame at a time. Not a mutex: who waits for a device, or for its turn, listens for Ctrl-C, which takes the
-    // interpreter's lock, and that nobody does while holding a mutex. False when the deadline passes first.
+    // interpreter's lock, and that nobody does while holding a mutex. False when it takes longer than `limit`.
     bool takeTurn(std::chrono::milliseconds limit);
     void giveTurn();
 

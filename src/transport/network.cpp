@@ -39,7 +39,8 @@ const DescriptorClient::Medium NetworkClient::kSocket{
           socklen_t size = sizeof state;
           const bool known = ::ioctl(fd, SIOCOUTQ, &owed) == 0 && owed > 0 &&
                              ::getsockopt(fd, IPPROTO_TCP, TCP_INFO, &state, &size) == 0;
-          return std::chrono::milliseconds(known ? std::max(state.tcpi_last_ack_recv, 1U) : 0);
+          const auto heard = std::min(state.tcpi_last_ack_recv, state.tcpi_last_data_recv);
+          return std::chrono::milliseconds(known ? std::max(heard, 1U) : 0);
         },
 };
 

@@ -191,65 +191,107 @@ TEST(ReplyPool, ALineThatIsFarBehindRunsDryBeforeMoreIsSent) {
   EXPECT_EQ(held.wait_for(std::chrono::milliseconds(500)), std::future_status::ready);
 }
 
-// Under one key only those who ask the same wait at once, and nobody is passed by for ever.
-TEST(ReplyPool, WhoAsksSomethingElseWaitsForItsTurn) {
+// Askers on threads of their own, and what they have asked in which order.
+class Askers {
+ public:
+  explicit Askers(ReplyPool& pool) : pool_(pool) {}
+
+  // What it is answered; nothing when it may not ask or hears nothing.
+  std::future<std::optional<Bytes>> ask(std::uint8_t question, double timeout = 10) {
+    return std::async(std::launch::async, [this, question, timeout]() -> std::optional<Bytes> {
+      ReplyPool::Waiter waiter(pool_, kKey, Bytes{question}, timeout);
+      if (!waiter.awaitFloor()) {
+        return std::nullopt;
+      }
+      {
+        const std::lock_guard lock(mutex_);
+        waiter.sending();
+        asked_.push_back(question);
+      }
+      return waiter.wait(deadlineAfter(timeout));
+    });
+  }
+  bool haveAsked(const Bytes& questions) {
+    return eventually([&] {
+      const std::lock_guard lock(mutex_);
+      return asked_ == questions;
+    });
+  }
+
+ private:
+  ReplyPool& pool_;
+  std::mutex mutex_;  // guards asked_
+  Bytes asked_;
+};
+
+// Those who ask the same wait at once; nobody is passed by for ever.
+TEST(ReplyPool, WhoAsksSomethingElseWaitsForTheFloor) {
   ReplyPool pool;
   pool.begin(kNever);
-  const Bytes one{1};
-  const Bytes two{2};
-  const auto asks = [&pool](const Bytes& question) {
-    return std::make_unique<ReplyPool::Waiter>(pool, kKey, question);
-  };
-  const auto mayAsk = [](const auto& waiter) { return waiter->awaitTurn(0.05); };
-  const auto first = asks(one);
-  const auto same = asks(one);
-  auto other = asks(two);
-  const auto later = asks(one);  // the same, but the other has been there before
-  const auto latest = asks(two);
-  EXPECT_TRUE(mayAsk(first) && mayAsk(same));
-  EXPECT_TRUE(ReplyPool::Waiter(pool, kKey + 1, two).awaitTurn(0));
-  EXPECT_FALSE(mayAsk(other) || mayAsk(later) || mayAsk(latest));
-  first->sending();
-  same->sending();
-  pool.arrive(kKey, {8});
-  EXPECT_FALSE(mayAsk(other));  // one still waits
-  pool.arrive(kKey, {9});
-  EXPECT_TRUE(mayAsk(other) && mayAsk(latest));  // also while nobody has taken what is theirs
-  EXPECT_FALSE(mayAsk(later));
-  EXPECT_EQ(first->wait(Clock::now()), Bytes{8});
-  pool.put(kKey, {7});
-  EXPECT_EQ(other->wait(Clock::now()), Bytes{7});
-  EXPECT_FALSE(mayAsk(later));
-  latest->sending();
-  auto turn = std::async(std::launch::async, [&] { return later->awaitTurn(10); });
-  EXPECT_EQ(turn.wait_for(kGlance), std::future_status::timeout);
-  pool.arrive(kKey, {6});
-  EXPECT_TRUE(turn.get());
-  // A loss ends the wait, and so does who gives up.
-  const auto unlucky = asks(two);
-  auto never = std::async(std::launch::async, [&] { return unlucky->awaitTurn(10); });
-  EXPECT_EQ(never.wait_for(kGlance), std::future_status::timeout);
+  Askers askers(pool);
+  auto first = askers.ask(1);
+  ASSERT_TRUE(askers.haveAsked({1}));
+  auto same = askers.ask(1);
+  ASSERT_TRUE(askers.haveAsked({1, 1}));
+  auto other = askers.ask(2);
+  std::this_thread::sleep_for(2 * kGlance);
+  auto later = askers.ask(1);  // the same, but the other has been there before
+  std::this_thread::sleep_for(2 * kGlance);
+  EXPECT_TRUE(askers.haveAsked({1, 1}));
+  pool.arrive(kKey, {10});
+  std::this_thread::sleep_for(2 * kGlance);
+  EXPECT_TRUE(askers.haveAsked({1, 1}));
+  pool.arrive(kKey, {11});
+  EXPECT_TRUE(askers.haveAsked({1, 1, 2}));
+  pool.arrive(kKey, {12});
+  EXPECT_TRUE(askers.haveAsked({1, 1, 2, 1}));
+  pool.arrive(kKey, {13});
+  EXPECT_EQ(first.get().value()[0] + same.get().value()[0], 21);
+  EXPECT_EQ(other.get(), Bytes{12});
+  EXPECT_EQ(later.get(), Bytes{13});
+  auto silent = askers.ask(3, 0.2);
+  ASSERT_TRUE(askers.haveAsked({1, 1, 2, 1, 3}));
+  auto next = askers.ask(4);
+  EXPECT_EQ(silent.get(), std::nullopt);
+  EXPECT_TRUE(askers.haveAsked({1, 1, 2, 1, 3, 4}));
+  auto unlucky = askers.ask(5);
+  std::this_thread::sleep_for(kGlance);
   pool.end(Failure(ErrorId::NetworkConnectionLostError));
-  EXPECT_FALSE(never.get());
-  EXPECT_TRUE(unlucky->lost());
+  EXPECT_EQ(next.get(), std::nullopt);
+  EXPECT_EQ(unlucky.get(), std::nullopt);
 }
 
-// As long as replies come, the turn will, too.
-TEST(ReplyPool, ATurnIsWaitedForWhileRepliesCome) {
+// As a coroutine whose loop is stopped does.
+TEST(ReplyPool, WhoDoesNothingWithTheFloorLosesIt) {
   ReplyPool pool;
   pool.begin(kNever);
-  std::vector<std::unique_ptr<ReplyPool::Waiter>> askers;
-  for (int i = 0; i < 8; ++i) {
-    askers.push_back(std::make_unique<ReplyPool::Waiter>(pool, kKey, Bytes{1}));
-    askers.back()->sending();
+  Askers askers(pool);
+  {
+    const ReplyPool::Waiter idle(pool, kKey, Bytes{1}, 10);
+    auto other = askers.ask(2);
+    EXPECT_TRUE(askers.haveAsked({2}));
+    pool.arrive(kKey, {20});
+    EXPECT_EQ(other.get(), Bytes{20});
   }
-  ReplyPool::Waiter other(pool, kKey, Bytes{2});
-  auto turn = std::async(std::launch::async, [&] { return other.awaitTurn(0.25); });
-  for (std::uint8_t i = 0; i < 8; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    pool.arrive(kKey, {i});
-  }
-  EXPECT_TRUE(turn.get());
+  ReplyPool::Waiter gone(pool, kKey, Bytes{1}, 0.1);
+  gone.sending();  // and does not wait for the reply
+  auto other = askers.ask(2);
+  EXPECT_TRUE(askers.haveAsked({2, 2}));
+  pool.arrive(kKey, {10});
+  pool.arrive(kKey, {21});
+  EXPECT_EQ(other.get(), Bytes{10});  // a late reply
+  EXPECT_EQ(gone.wait(Clock::now()), std::nullopt);
+  EXPECT_EQ(pool.peek(kKey), std::nullopt);
+  // Who is further down on the same stack cannot give it up.
+  ReplyPool::Waiter below(pool, kKey, Bytes{1}, 10);
+  below.sending();
+  ReplyPool::Waiter above(pool, kKey, Bytes{2}, 10);
+  EXPECT_TRUE(above.awaitFloor());
+  above.sending();
+  pool.arrive(kKey, {11});
+  pool.arrive(kKey, {22});
+  EXPECT_EQ(above.wait(Clock::now()), Bytes{22});
+  EXPECT_EQ(below.wait(Clock::now()), Bytes{11});
 }
 
 }  // namespace
