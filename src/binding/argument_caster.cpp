@@ -1,5 +1,9 @@
 #include "binding/argument_caster.h"
 
+#include <optional>
+#include <string_view>
+#include <utility>
+
 namespace qvx::binding {
 namespace py = pybind11;
 namespace {
@@ -10,8 +14,7 @@ Argument makeInt(PyObject* object) {
   if (overflow != 0) {
     return Argument::hugeInt(overflow < 0);
   }
-  return PyLong_CheckExact(object) ? Argument(static_cast<std::int64_t>(value))
-                                   : Argument::intOf(value, Py_TYPE(object)->tp_name);
+  return PyBool_Check(object) ? Argument::intOf(value, "bool") : Argument(static_cast<std::int64_t>(value));
 }
 
 // Lists within lists: no operation takes more, and a list may contain itself.
@@ -27,15 +30,102 @@ Argument makeText(PyObject* object) {
   return {std::string(text, static_cast<std::size_t>(size))};
 }
 
-template <class Size, class Item>
-Argument makeList(PyObject* object, Size size, Item item) {
-  std::vector<Argument> items;
-  const auto count = static_cast<std::size_t>(size(object));
-  items.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    items.push_back(item(static_cast<Py_ssize_t>(i)));
+py::object taken(PyObject* made) {
+  if (made == nullptr) {
+    throw py::error_already_set();
   }
-  return {std::move(items), Py_TYPE(object)->tp_name};
+  return py::reinterpret_steal<py::object>(made);
+}
+
+// What a conversion that a type offers has come to; nothing where it refuses, as a numpy array of several items does.
+template <class Convert>
+std::optional<Argument> attempt(Convert convert) {
+  try {
+    return convert();
+  } catch (const py::error_already_set& error) {
+    if (!error.matches(PyExc_TypeError) && !error.matches(PyExc_ValueError)) {
+      throw;
+    }
+  }
+  return std::nullopt;
+}
+
+// A plain int or float, which need no Argument of their own.
+std::optional<Argument::Number> plainNumber(PyObject* object) {
+  if (PyFloat_CheckExact(object)) {
+    return Argument::Number{.real = PyFloat_AS_DOUBLE(object)};
+  }
+  if (PyLong_CheckExact(object)) {
+    int overflow = 0;
+    const long long value = PyLong_AsLongLongAndOverflow(object, &overflow);
+    if (overflow == 0) {
+      return Argument::Number{.integer = value, .is_int = true};
+    }
+  }
+  return std::nullopt;
+}
+
+Argument makeNested(PyObject* object, int depth);
+
+// Converting an item may run Python, which may change the list.
+Argument makeList(PyObject* sequence, int depth) {
+  const char* const type = Py_TYPE(sequence)->tp_name;
+  const py::object list = taken(PySequence_Fast(sequence, "not a sequence"));
+  std::vector<Argument::Number> numbers;
+  numbers.reserve(static_cast<std::size_t>(PySequence_Fast_GET_SIZE(list.ptr())));
+  std::vector<Argument> items;
+  for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(list.ptr()); ++i) {
+    const auto item = py::reinterpret_borrow<py::object>(PySequence_Fast_GET_ITEM(list.ptr(), i));
+    if (const auto number = items.empty() ? plainNumber(item.ptr()) : std::nullopt) {
+      numbers.push_back(*number);
+      continue;
+    }
+    Argument made = makeNested(item.ptr(), depth + 1);
+    if (items.empty() && made.isInt() && made.asText().empty()) {
+      numbers.push_back({.integer = made.asInt(), .is_int = true});
+    } else if (items.empty() && made.kind() == Argument::Kind::Float) {
+      numbers.push_back({.real = made.asFloat()});
+    } else {
+      for (const Argument& earlier : Argument::numbers(std::exchange(numbers, {})).items()) {
+        items.push_back(earlier);
+      }
+      items.push_back(std::move(made));
+    }
+  }
+  return items.empty() ? Argument::numbers(std::move(numbers), type) : Argument(std::move(items), type);
+}
+
+bool isNumpyBool(PyObject* object) {
+  const std::string_view name = Py_TYPE(object)->tp_name;
+  return name == "numpy.bool_" || name == "numpy.bool";
+}
+
+// A complex number offers its real part as a float, with a warning.
+bool isComplex(PyObject* object) {
+  const std::string_view name = Py_TYPE(object)->tp_name;
+  return PyComplex_Check(object) != 0 || name.find("complex") != std::string_view::npos;
+}
+
+// What is no number, text or sequence by itself, but stands for one.
+std::optional<Argument> makeFromProtocol(PyObject* object, int depth) {
+  const Py_ssize_t size = PySequence_Check(object) != 0 ? PySequence_Size(object) : -1;
+  if (size >= 0 && depth < kDeepest) {
+    return attempt([&] { return makeList(object, depth); });
+  }
+  PyErr_Clear();  // an array without dimensions has no size
+  if (isNumpyBool(object)) {
+    return Argument::intOf(PyObject_IsTrue(object), "bool");
+  }
+  if (PyIndex_Check(object) != 0) {
+    if (auto number = attempt([&] { return makeInt(taken(PyNumber_Index(object)).ptr()); })) {
+      return number;
+    }
+  }
+  const PyNumberMethods* const methods = Py_TYPE(object)->tp_as_number;
+  if (methods != nullptr && methods->nb_float != nullptr && !isComplex(object)) {
+    return attempt([&] { return Argument(PyFloat_AS_DOUBLE(taken(PyNumber_Float(object)).ptr())); });
+  }
+  return std::nullopt;
 }
 
 Argument makeNested(PyObject* object, int depth) {
@@ -51,25 +141,22 @@ Argument makeNested(PyObject* object, int depth) {
   if (PyUnicode_Check(object)) {
     return makeText(object);
   }
-  if (PyList_Check(object) && depth < kDeepest) {
-    return makeList(object, PyList_Size,
-                    [&](Py_ssize_t i) { return makeNested(PyList_GET_ITEM(object, i), depth + 1); });
-  }
-  if (PyTuple_Check(object) && depth < kDeepest) {
-    return makeList(object, PyTuple_Size,
-                    [&](Py_ssize_t i) { return makeNested(PyTuple_GET_ITEM(object, i), depth + 1); });
-  }
   if (PyBytes_Check(object)) {
-    const char* bytes = PyBytes_AS_STRING(object);
-    return makeList(object, PyBytes_Size,
-                    [&](Py_ssize_t i) { return Argument(static_cast<int>(static_cast<unsigned char>(bytes[i]))); });
+    return Argument::data({reinterpret_cast<const std::uint8_t*>(PyBytes_AS_STRING(object)),
+                           static_cast<std::size_t>(PyBytes_GET_SIZE(object))});
   }
   if (PyByteArray_Check(object)) {
-    const char* bytes = PyByteArray_AS_STRING(object);
-    return makeList(object, PyByteArray_Size,
-                    [&](Py_ssize_t i) { return Argument(static_cast<int>(static_cast<unsigned char>(bytes[i]))); });
+    return Argument::data({reinterpret_cast<const std::uint8_t*>(PyByteArray_AS_STRING(object)),
+                           static_cast<std::size_t>(PyByteArray_GET_SIZE(object))},
+                          "bytearray");
   }
-  return Argument::other(Py_TYPE(object)->tp_name);
+  if (PyMemoryView_Check(object) && PyMemoryView_GET_BUFFER(object)->itemsize == 1) {
+    return makeNested(taken(PyBytes_FromObject(object)).ptr(), depth);
+  }
+  if ((PyList_Check(object) || PyTuple_Check(object)) && depth < kDeepest) {
+    return makeList(object, depth);
+  }
+  return makeFromProtocol(object, depth).value_or(Argument::other(Py_TYPE(object)->tp_name));
 }
 
 }  // namespace

@@ -77,7 +77,9 @@ template <class Function>
 void* slot(Function* function) {
   return reinterpret_cast<void*>(function);
 }
-// One line, "ClassName: text of the error".
-void printGenericError(const py::object& error);
+// Tells the logger "pyqvx", if the application has given it or its parents a handler.
+void log(const char* level, const py::str& line);
+// "ClassName: text of the error".
+py::str textOfError(const py::object& error);
 
 }  // namespace qvx::binding

@@ -11,14 +11,12 @@ void bindDIOBased(py::class_<DIOBased, std::shared_ptr<DIOBased>>& based) {
   based.def_readonly("di_dict", &DIOBased::di_dict, "-> dict[int, list[int]]\n\nThe DI ports: port number to its pins.")
       .def_readonly("do_dict", &DIOBased::do_dict, "-> dict[int, list[int]]\n\nThe DO ports: port number to its pins.")
       .def_readonly("dio_num_pins_per_port", &DIOBased::dio_num_pins_per_port,
-                    "-> int\n\nHow many states a list of a port's states has.")
-      .def(
-          "DI_getPinMap", [](const DIOBased& self) { return self.di_dict; },
-          "DI_getPinMap() -> dict[int, list[int]]\n\nThe DI ports: port number to its pins. Nothing is sent.")
-      .def(
-          "DO_getPinMap", [](const DIOBased& self) { return self.do_dict; },
-          "DO_getPinMap() -> dict[int, list[int]]\n\nThe DO ports: port number to its pins. Nothing is sent.");
+                    "-> int\n\nHow many states a list of a port's states has.");
   Operations(based)
+      .plain("DI_getPinMap", &DIOBased::DI_getPinMap, "", "dict[int, list[int]]",
+             "The DI ports: port number to its pins. Nothing is sent.")
+      .plain("DO_getPinMap", &DIOBased::DO_getPinMap, "", "dict[int, list[int]]",
+             "The DO ports: port number to its pins. Nothing is sent.")
       .instant("_getPinIndexInList", &DIOBased::_getPinIndexInList, "pin: list[int] | int", "list[int]",
                "A selection of pins, 0..15, as a list. Raises PinsNotExistError.")
       .instant("_getPinIndexInInt", &DIOBased::_getPinIndexInInt, "pin: list[int] | int", "int",

@@ -194,9 +194,25 @@ void printLine(const py::str& line) {
   py::module_::import("builtins").attr("print")(line + py::str("\n"), py::arg("end") = "");
 }
 
+void log(const char* level, const py::str& line) {
+  // An application that uses logging has imported it. One that has set up no handler is not to hear of it: logging
+  // would write to standard error then.
+  const py::object logging = py::module_::import("sys").attr("modules").attr("get")("logging");
+  if (logging.is_none()) {
+    return;
+  }
+  const py::object logger = logging.attr("getLogger")("pyqvx");
+  if (py::cast<bool>(logger.attr("hasHandlers")())) {
+    logger.attr(level)("%s", line);
+  }
+}
+
+py::str textOfError(const py::object& error) {
+  return py::str(py::type::of(error).attr("__name__")) + py::str(": ") + py::str(error);
+}
+
 void printGenericError(const py::object& error) {
-  const py::str name = py::type::of(error).attr("__name__");
-  printLine(name + py::str(": ") + py::str(error));
+  printLine(textOfError(error));
 }
 
 void bindErrors(py::module_& module) {

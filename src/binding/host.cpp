@@ -25,15 +25,23 @@ class InterpreterHost : public Host {
         throw py::error_already_set();
       }
       printLine(text);
+      log("info", text);
     };
     if (!withInterpreter(work)) {
       Host::print(line);
     }
   }
 
-  void printFailure(const Failure& failure) override {
-    if (!withInterpreter([&failure] { printGenericError(makeError(failure)); })) {
-      Host::printFailure(failure);
+  void reportFailure(const Failure& failure, bool printed) override {
+    const auto work = [&failure, printed] {
+      const py::str text = textOfError(makeError(failure));
+      if (printed) {
+        printLine(text);
+      }
+      log("error", text);
+    };
+    if (!withInterpreter(work)) {
+      Host::reportFailure(failure, printed);
     }
   }
 

@@ -8,15 +8,13 @@ namespace qvx::binding {
 namespace {
 
 void bindI2CBased(py::class_<I2CBased, std::shared_ptr<I2CBased>>& based) {
-  based
-      .def_readonly("I2C_dict", &I2CBased::I2C_dict,
-                    "-> dict[int, list[tuple[int, int]]]\n\nThe I2C ports: port number to its pins (clock, data), each "
-                    "a digital port and a pin of it.")
-      .def(
-          "I2C_getPinMap", [](const I2CBased& self) { return self.I2C_dict; },
-          "I2C_getPinMap() -> dict[int, list[tuple[int, int]]]\n\nThe I2C ports: port number to its pins (clock, "
-          "data), each a digital port and a pin of it. Nothing is sent.");
+  based.def_readonly("I2C_dict", &I2CBased::I2C_dict,
+                     "-> dict[int, list[tuple[int, int]]]\n\nThe I2C ports: port number to its pins (clock, data), "
+                     "each a digital port and a pin of it.");
   Operations(based)
+      .plain("I2C_getPinMap", &I2CBased::I2C_getPinMap, "", "dict[int, list[tuple[int, int]]]",
+             "The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it. Nothing is "
+             "sent.")
       .check("_checkI2CPort", &I2CBased::_checkI2CPort, "port: int", "Raises I2CPortNotAvaliableError.")
       .check("_checkI2CClockRate", &I2CBased::_checkI2CClockRate, "mode: int", "0..3; else I2CClockNotSupportError.")
       .check("_checkI2CAddressSize", &I2CBased::_checkI2CAddressSize, "mode: int",

@@ -4,6 +4,8 @@
 #include "binding/coroutine.h"
 #include "binding/numbers.h"
 
+#include "modules/explain.h"
+
 #include <structmember.h>
 
 #include <memory>
@@ -17,6 +19,7 @@ namespace {
 
 struct Parameter {
   PyObject* name;  // interned
+  std::string text;
   std::optional<Argument> fallback;
 };
 
@@ -34,8 +37,8 @@ struct Method {
         name(std::string(operation.name) + (form == Form::Blocking ? "" : "_async")) {
     for (auto& [text, fallback] :
          Signature(operation.timed ? timedSignature(operation.signature) : operation.signature).parameters) {
-      parameters.push_back(
-          {PyUnicode_InternFromString(text.c_str()), fallback ? std::optional(makeArgument(fallback)) : std::nullopt});
+      parameters.push_back({PyUnicode_InternFromString(text.c_str()), text,
+                            fallback ? std::optional(makeArgument(fallback)) : std::nullopt});
     }
     taken = parameters.size() - (operation.timed && form == Form::CoroutineWithoutTimeout ? 1 : 0);
   }
@@ -52,6 +55,19 @@ struct Method {
   std::vector<Parameter> parameters;  // of the body
   std::size_t taken;                  // how many of them the form takes; the others have defaults
 };
+
+// Runs the body. What a device is the cause of is told in the words of the call.
+Value perform(const Method& method, void* owner, const std::vector<Argument>& arguments) {
+  try {
+    return method.operation.body(owner, arguments.data());
+  } catch (const Failure& failure) {
+    std::vector<NamedArgument> given;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+      given.push_back({method.parameters[i].text, arguments[i]});
+    }
+    throw explained(failure, method.operation.name, given);
+  }
+}
 
 // The object in the class's dictionary. A type of its own, not pybind11's: as a method descriptor the interpreter calls
 // it with its object as the first argument, without one to bind the two.
@@ -91,7 +107,7 @@ std::optional<std::vector<Argument>> collect(const Method& method, PyObject* con
   std::vector<Argument> arguments;
   arguments.reserve(method.parameters.size());
   for (std::size_t i = 0; i < method.parameters.size(); ++i) {
-    const auto& [name, fallback] = method.parameters[i];
+    const auto& [name, text, fallback] = method.parameters[i];
     PyObject* value = i < given ? values[i] : nullptr;
     if (value == nullptr && named != 0 && i < method.taken) {
       value = keyword(name, values + given, names);
@@ -122,13 +138,13 @@ std::optional<std::vector<Argument>> collect(const Method& method, PyObject* con
 
 class OperationBody final : public CoroutineBody {
  public:
-  OperationBody(const AnyMethod& body, void* owner, std::vector<Argument> arguments)
-      : body_(body), owner_(owner), arguments_(std::move(arguments)) {}
-  void run() override { value_ = body_(owner_, arguments_.data()); }
+  OperationBody(const Method& method, void* owner, std::vector<Argument> arguments)
+      : method_(method), owner_(owner), arguments_(std::move(arguments)) {}
+  void run() override { value_ = perform(method_, owner_, arguments_); }
   py::object result() override { return toPython(std::move(value_)); }
 
  private:
-  const AnyMethod& body_;
+  const Method& method_;
   void* const owner_;
   const std::vector<Argument> arguments_;
   Value value_;
@@ -140,19 +156,18 @@ py::object callMethod(PyObject* callable, PyObject* const* values, std::size_t g
   if (!arguments) {
     failMisfit(callable, values, given, names);
   }
-  const AnyMethod& body = method.operation.body;
   void* const owner = method.receiver.find(values[0], method.operation.name);
-  if (body.givesArray()) {
+  if (method.operation.body.givesArray()) {
     prepareSampleArray();
   }
   if (method.form != Form::Blocking) {
     return makeCoroutine(method.name, py::reinterpret_borrow<py::object>(values[0]),
-                         std::make_unique<OperationBody>(body, owner, *std::move(arguments)));
+                         std::make_unique<OperationBody>(method, owner, *std::move(arguments)));
   }
   Value value;
   {
     const Unlocked unlocked;
-    value = body(owner, arguments->data());
+    value = perform(method, owner, *arguments);
   }
   return toPython(std::move(value));
 }

@@ -8,15 +8,13 @@ namespace qvx::binding {
 namespace {
 
 void bindSPIBased(py::class_<SPIBased, std::shared_ptr<SPIBased>>& based) {
-  based
-      .def_readonly("SPI_dict", &SPIBased::SPI_dict,
-                    "-> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data in, "
-                    "data out, select), each a digital port and a pin of it.")
-      .def(
-          "SPI_getPinMap", [](const SPIBased& self) { return self.SPI_dict; },
-          "SPI_getPinMap() -> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data "
-          "in, data out, select), each a digital port and a pin of it. Nothing is sent.");
+  based.def_readonly("SPI_dict", &SPIBased::SPI_dict,
+                     "-> dict[int, list[tuple[int, int]]]\n\nThe SPI ports: port number to its pins (clock, data in, "
+                     "data out, select), each a digital port and a pin of it.");
   Operations(based)
+      .plain("SPI_getPinMap", &SPIBased::SPI_getPinMap, "", "dict[int, list[tuple[int, int]]]",
+             "The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin "
+             "of it. Nothing is sent.")
       .check("_checkSPIPort", &SPIBased::_checkSPIPort, "port: int", "Raises SPIPortNotAvaliableError.")
       .check("_checkSPIDataSize", &SPIBased::_checkSPIDataSize, "mode: int", "0 or 1; else SPIDataSizeNotVaildError.")
       .check("_checkSPIFirstBit", &SPIBased::_checkSPIFirstBit, "mode: int", "0 or 1; else SPIFirstBitNotVaildError.")

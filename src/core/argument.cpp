@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
 #include <limits>
 #include <utility>
 
@@ -35,7 +36,20 @@ std::string showText(const std::string& text) {
   return "'" + text.substr(0, end) + "...'";
 }
 
-std::string showItems(const std::vector<Argument>& items) {
+std::string showData(ByteView bytes) {
+  std::string text = "b'";
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (i == kShownItems) {
+      return text + "...'";
+    }
+    std::array<char, 5> escaped{};
+    std::snprintf(escaped.data(), escaped.size(), "\\x%02x", bytes[i]);
+    text += escaped.data();
+  }
+  return text + "'";
+}
+
+std::string showItems(const Argument::Items& items) {
   std::string text = "[";
   for (std::size_t i = 0; i < items.size(); ++i) {
     text += i == 0 ? "" : ", ";
@@ -62,6 +76,19 @@ std::int64_t inRange(const Argument& value, std::string_view what, std::int64_t 
 }
 
 }  // namespace
+
+Argument Argument::numbers(std::vector<Number> numbers, const char* type) {
+  Argument argument(std::vector<Argument>{}, type);
+  argument.numbers_ = std::move(numbers);
+  return argument;
+}
+
+Argument Argument::data(ByteView bytes, const char* type) {
+  Argument argument(std::string(bytes.begin(), bytes.end()));
+  argument.kind_ = Kind::Data;
+  argument.type_ = type;
+  return argument;
+}
 
 Argument Argument::other(std::string type_name) {
   Argument argument;
@@ -97,7 +124,9 @@ std::string Argument::show() const {
     case Kind::Text:
       return showText(text_);
     case Kind::List:
-      return showItems(items_);
+      return showItems(items());
+    case Kind::Data:
+      return showData(asData());
     case Kind::Other:
       break;
   }
@@ -157,7 +186,7 @@ void refuseChoice(ErrorId id, const Argument& value, std::string_view what, cons
   refuse(id, what, value.show() + " is not in [" + list + "]");
 }
 
-const std::vector<Argument>& checkedList(const Argument& value, std::string_view what) {
+Argument::Items checkedList(const Argument& value, std::string_view what) {
   if (value.kind() != Argument::Kind::List) {
     refuseType(value, what, "list");
   }
@@ -165,9 +194,13 @@ const std::vector<Argument>& checkedList(const Argument& value, std::string_view
 }
 
 Bytes checkedByteList(const Argument& value, std::string_view what) {
+  if (value.kind() == Argument::Kind::Data) {
+    return {value.asData().begin(), value.asData().end()};
+  }
   Bytes bytes;
-  bytes.reserve(checkedList(value, what).size());
-  for (const Argument& item : value.items()) {
+  const auto items = checkedList(value, what);
+  bytes.reserve(items.size());
+  for (const Argument& item : items) {
     const bool fits = item.isInt() && item.asInt() >= 0 && item.asInt() <= 255;
     if (!fits) {
       const std::string name = std::string(what) + "[" + std::to_string(bytes.size()) + "]";

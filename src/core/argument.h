@@ -1,5 +1,6 @@
 // What a caller passed, before any check: operations take Arguments, so that a wrong type becomes this library's own
-// error. "Is an int" is Python's rule: True is one; 1.0 and numpy's scalars are not.
+// error. An int is whatever stands for one in Python (True, numpy's integers), a float whatever else stands for a real
+// number, a list every sequence of items. Bytes are data and no numbers: only what is sent as it is takes them.
 #pragma once
 
 #include "core/bytes.h"
@@ -16,7 +17,13 @@ namespace qvx {
 
 class Argument {
  public:
-  enum class Kind : std::uint8_t { None, Int, Float, Text, List, Other };
+  enum class Kind : std::uint8_t { None, Int, Float, Text, List, Data, Other };
+  // An item of a list that is a plain int or float. Long lists are made of nothing else.
+  struct Number {
+    double real = 0;
+    std::int64_t integer = 0;
+    bool is_int = false;
+  };
 
   Argument() = default;  // None
   Argument(std::int64_t value) : kind_(Kind::Int), int_(value), type_("int") {}
@@ -26,6 +33,8 @@ class Argument {
   Argument(const char* value) : Argument(std::string(value)) {}
   Argument(std::vector<Argument> items, const char* type = "list")
       : kind_(Kind::List), items_(std::move(items)), type_(type) {}
+  static Argument numbers(std::vector<Number> numbers, const char* type = "list");
+  static Argument data(ByteView bytes, const char* type = "bytes");
   static Argument other(std::string type_name);
   // An int of a class of its own: bool, or what a caller derived.
   static Argument intOf(std::int64_t value, std::string type_name);
@@ -37,7 +46,10 @@ class Argument {
   std::int64_t asInt() const { return int_; }
   double asFloat() const { return float_; }
   const std::string& asText() const { return text_; }
-  const std::vector<Argument>& items() const { return items_; }
+  ByteView asData() const { return {reinterpret_cast<const std::uint8_t*>(text_.data()), text_.size()}; }
+  // Of a list.
+  class Items;
+  Items items() const;
   const std::string& typeName() const { return type_; }
   // The value as an error message shows it.
   std::string show() const;
@@ -46,10 +58,50 @@ class Argument {
   Kind kind_ = Kind::None;
   std::int64_t int_ = 0;
   double float_ = 0;
-  std::string text_;
+  std::string text_;  // or the bytes
   std::vector<Argument> items_;
+  std::vector<Number> numbers_;  // instead, where there is nothing else
   std::string type_ = "NoneType";
 };
+
+// The items of a list, one after the other. Must not outlive it.
+class Argument::Items {
+ public:
+  explicit Items(const Argument& list) : list_(list) {}
+  std::size_t size() const { return list_.items_.size() + list_.numbers_.size(); }
+  bool empty() const { return size() == 0; }
+  Argument operator[](std::size_t i) const {
+    if (!list_.items_.empty()) {
+      return list_.items_[i];
+    }
+    const Number& number = list_.numbers_[i];
+    return number.is_int ? Argument(number.integer) : Argument(number.real);
+  }
+
+  class Iterator {
+   public:
+    Iterator(const Items& items, std::size_t at) : items_(items), at_(at) {}
+    Argument operator*() const { return items_[at_]; }
+    Iterator& operator++() {
+      ++at_;
+      return *this;
+    }
+    bool operator!=(const Iterator& other) const { return at_ != other.at_; }
+
+   private:
+    const Items& items_;
+    std::size_t at_;
+  };
+  Iterator begin() const { return {*this, 0}; }
+  Iterator end() const { return {*this, size()}; }
+
+ private:
+  const Argument& list_;
+};
+
+inline Argument::Items Argument::items() const {
+  return Items(*this);
+}
 
 // Raises `id`: the published text of the class, then what is wrong with the argument `what`.
 [[noreturn]] void refuse(ErrorId id, std::string_view what, const std::string& detail);
@@ -85,8 +137,8 @@ int checkedKey(const Argument& value, std::string_view what, const std::map<int,
   return static_cast<int>(number);
 }
 // The items of a list.
-const std::vector<Argument>& checkedList(const Argument& value, std::string_view what);
-// A list of ints 0..255; an item outside raises InputDataNotInRangeError.
+Argument::Items checkedList(const Argument& value, std::string_view what);
+// Bytes, or a list of ints 0..255; an item outside raises InputDataNotInRangeError.
 Bytes checkedByteList(const Argument& value, std::string_view what);
 // Seconds to wait. Not a number raises InputTypeNotCorrectError, NaN InputDataNotInRangeError.
 double checkedTimeout(const Argument& value);

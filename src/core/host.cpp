@@ -17,8 +17,10 @@ void Host::print(const std::string& line) {
   std::cout << line + "\n" << std::flush;
 }
 
-void Host::printFailure(const Failure& failure) {
-  print(std::string(failure.kind().name) + ": " + failure.what());
+void Host::reportFailure(const Failure& failure, bool printed) {
+  if (printed) {
+    print(std::string(failure.kind().name) + ": " + failure.what());
+  }
 }
 
 void Host::warn(ErrorId id, const std::optional<std::string>& message) {

@@ -12,10 +12,11 @@ namespace qvx {
 class Host {
  public:
   virtual ~Host() = default;
-  // Prints one line. Any thread, with no mutex held.
+  // Prints one line, and logs it. Any thread, with no mutex held.
   virtual void print(const std::string& line);
-  // Reports a failure as printGenericError does: "ClassName: Error -8003: ...". Any thread, with no mutex held.
-  virtual void printFailure(const Failure& failure);
+  // Logs a failure, and prints it unless the user wants nothing printed, as printGenericError does: "ClassName: Error
+  // -8003: ...". Any thread, with no mutex held.
+  virtual void reportFailure(const Failure& failure, bool printed);
   // Constructs the warning class, with its own text or `message`, which is what reports it. Any thread, with no mutex
   // held.
   virtual void warn(ErrorId id, const std::optional<std::string>& message = std::nullopt);

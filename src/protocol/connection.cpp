@@ -459,7 +459,8 @@ void Connection::changeTo(State state) {
 }
 
 void Connection::report(std::vector<std::string> lines, std::optional<Failure> loss) {
-  const auto print = [self = shared_from_this(), lines = std::move(lines), loss = std::move(loss)] {
+  const auto print = [self = shared_from_this(), lines = std::move(lines), loss = std::move(loss),
+                      printed = verbose_now_.value_or(verbose_)] {
     for (const std::string& line : lines) {
       host().print(line);
     }
@@ -469,7 +470,7 @@ void Connection::report(std::vector<std::string> lines, std::optional<Failure> l
       reported = self->events_.reported;
     }
     if (loss && reported) {
-      host().printFailure(*loss);
+      host().reportFailure(*loss, printed);
       reported();
     }
   };

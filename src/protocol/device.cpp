@@ -149,7 +149,7 @@ void Device::close() {
     try {
       connection_->close();
     } catch (const Failure& failure) {
-      host().printFailure(failure);
+      host().reportFailure(failure, identity_.verbose);
     }
   });
   connection_->leave();  // an owner that comes back later finds nobody

@@ -74,7 +74,7 @@ struct StreamDecoder::Shared {
       trouble = error.what();
     }
     if (trouble) {
-      host().printFailure(Failure(ErrorId::FirmwareOtherError, *trouble));
+      host().reportFailure(Failure(ErrorId::FirmwareOtherError, *trouble), true);
     }
     const auto now = Clock::now();
     if (dropped != 0 && now >= silent_until) {

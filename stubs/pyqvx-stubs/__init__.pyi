@@ -2849,7 +2849,11 @@ class DIOBased:
         """How many states a list of a port's states has."""
     def DI_getPinMap(self) -> dict[int, list[int]]:
         """The DI ports: port number to its pins. Nothing is sent."""
+    async def DI_getPinMap_async(self) -> dict[int, list[int]]:
+        """The DI ports: port number to its pins. Nothing is sent."""
     def DO_getPinMap(self) -> dict[int, list[int]]:
+        """The DO ports: port number to its pins. Nothing is sent."""
+    async def DO_getPinMap_async(self) -> dict[int, list[int]]:
         """The DO ports: port number to its pins. Nothing is sent."""
     def _getPinIndexInList(self, pin: list[int] | int) -> list[int]:
         """A selection of pins, 0..15, as a list. Raises PinsNotExistError."""
@@ -3003,6 +3007,8 @@ class I2CBased:
         """The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it."""
     def I2C_getPinMap(self) -> dict[int, list[tuple[int, int]]]:
         """The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it. Nothing is sent."""
+    async def I2C_getPinMap_async(self) -> dict[int, list[tuple[int, int]]]:
+        """The I2C ports: port number to its pins (clock, data), each a digital port and a pin of it. Nothing is sent."""
     def _checkI2CPort(self, port: int) -> None:
         """Raises I2CPortNotAvaliableError."""
     def _checkI2CClockRate(self, mode: int) -> None:
@@ -3054,6 +3060,8 @@ class SPIBased:
     def SPI_dict(self) -> dict[int, list[tuple[int, int]]]:
         """The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin of it."""
     def SPI_getPinMap(self) -> dict[int, list[tuple[int, int]]]:
+        """The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin of it. Nothing is sent."""
+    async def SPI_getPinMap_async(self) -> dict[int, list[tuple[int, int]]]:
         """The SPI ports: port number to its pins (clock, data in, data out, select), each a digital port and a pin of it. Nothing is sent."""
     def _checkSPIPort(self, port: int) -> None:
         """Raises SPIPortNotAvaliableError."""

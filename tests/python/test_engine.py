@@ -331,19 +331,19 @@ def test_payloads_are_sequences_of_byte_values():
     "arrival",
     [None, 5, [5], [(1,)], [("a", b"")], [(1, "a")], [(1, [256])], [(2**40, b"")], [(ECHO, b"ok"), None]],
 )
-def test_a_transport_that_delivers_nonsense_is_reported_once(fake, capsys, arrival):
+def test_a_transport_that_delivers_nonsense_is_reported_once(fake, caplog, arrival):
     fake.client_cmd.recvAndSplitPacket = lambda size: arrival
     assert eventually(lambda: "lost connection" in repr(fake))
-    assert eventually(lambda: "Error -" in capsys.readouterr().out)
+    assert eventually(lambda: "Error -" in caplog.text)
     fake.close()
     assert not fake.recv_cmd_thread.is_alive()
 
 
-def test_a_transport_whose_error_has_no_text_does_no_harm(fake, capsys):
+def test_a_transport_whose_error_has_no_text_does_no_harm(fake, caplog):
     class Mute(Exception):
         def __str__(self):
             raise ValueError
 
     fake.client_cmd.failure = Mute()
     assert eventually(lambda: "lost connection" in repr(fake))
-    assert eventually(lambda: "Error -8003: Mute:" in capsys.readouterr().out)
+    assert eventually(lambda: "Error -8003: Mute:" in caplog.text)

@@ -8,7 +8,7 @@ import pytest
 from fakes import PATIENCE_S, forks, run_script, start_script
 
 START = """
-import asyncio, gc, os, signal, socket, sys, threading, time, types
+import asyncio, gc, logging, os, signal, socket, sys, threading, time, types
 import pyqvx
 from qvx_virtual import VirtualDevice
 """
@@ -60,7 +60,7 @@ with VirtualDevice() as bench:
     "way",
     [
         "device.on_connection_lost = forever; peer.close()",
-        "sys.stdout = types.SimpleNamespace(write=forever, flush=lambda: None); peer.close()",
+        "logging.getLogger('pyqvx').addFilter(forever); logging.basicConfig(); peer.close()",
         "device.client_cmd = types.SimpleNamespace(recvAndSplitPacket=forever, disconnect=lambda: None)",
         "daemon(lambda: device._sendPacketWithoutReply(200, [Index()]))",
     ],

@@ -25,7 +25,7 @@ def test_who_the_device_is(ask):
 
 def test_the_alias_is_kept(ask):
     assert ask("Sys_getDeviceAlias") == "start"
-    for alias in ("Bench 7", "a", "", "~" * 64):
+    for alias in ("Bench 7", "a", "", "~" * 64, "Prüfstand 3 µV", "é" * 32):
         assert ask("Sys_setDeviceAlias", alias) == 0
         assert ask("Sys_getDeviceAlias") == alias
 
@@ -93,11 +93,11 @@ def test_factory_operations(ask):
 
 
 @pytest.mark.parametrize("operation", ["Sys_reboot", "_Sys_rebootOnBootloader"])
-def test_a_reboot_ends_the_connection(ask, operation, capsys):
+def test_a_reboot_ends_the_connection(ask, operation, caplog):
     assert ask(operation) == 0
     with pytest.raises((pyqvx.NetworkConnectionLostError, pyqvx.ReceivePacketTimeoutError)):
         ask("Sys_getRTC")
-    assert eventually(lambda: "NetworkConnectionLostError" in capsys.readouterr().out)
+    assert eventually(lambda: "NetworkConnectionLostError" in caplog.text)
 
 
 @pytest.mark.parametrize(

@@ -63,7 +63,8 @@ int CANBased::_checkCANTXPriority(const Argument& priority) {
 }
 
 void CANBased::_checkCANPinState_(const Argument& port, const Argument& timeout) {
-  checkBusPins(link_, can_dict, _checkCANPort(port), checkedTimeout(timeout), ErrorId::CANPortNotAvaliableError);
+  const int number = _checkCANPort(port);
+  checkBusPins(link_, can_dict, number, timeout, ErrorId::CANPortNotAvaliableError);
 }
 
 int CANOperations::CAN_open(const Argument& port, const Argument& timeout) {

@@ -23,9 +23,10 @@ bool checkedFlag(const Argument& value, std::string_view what) {
 }  // namespace
 
 Bytes CANFrame::checkedData(const Argument& data) {
-  if (data.kind() == Argument::Kind::List && data.items().size() > kDataSize) {
+  const std::size_t size = std::max(data.items().size(), data.asData().size());
+  if (data.kind() != Argument::Kind::Text && size > kDataSize) {
     refuse(ErrorId::CANDataLengthNotVaildError, "data",
-           std::to_string(data.items().size()) + " bytes are more than " + std::to_string(kDataSize));
+           std::to_string(size) + " bytes are more than " + std::to_string(kDataSize));
   }
   try {
     return checkedByteList(data, "data");
@@ -37,8 +38,9 @@ Bytes CANFrame::checkedData(const Argument& data) {
   fail(ErrorId::InputDataNotInRangeError, "The specified CAN data elements not in range");
 }
 
+// Which identifiers there are depends on the last argument: where that is wrong, any that one kind has will do.
 CANFrame::CANFrame(const Argument& id, const Argument& data, const Argument& remote, const Argument& extended_id)
-    : extended_(checkedFlag(extended_id, "extended_id")), remote_(checkedFlag(remote, "remote")) {
+    : extended_(!extended_id.isInt() || extended_id.asInt() != 0) {
   const auto number = checkedInt(id, "id");
   const std::uint32_t highest = extended_ ? kHighestExtended : kHighestStandard;
   if (number < 0 || number > highest) {
@@ -49,6 +51,8 @@ CANFrame::CANFrame(const Argument& id, const Argument& data, const Argument& rem
   id_ = static_cast<std::uint32_t>(number);
   const Bytes given = checkedData(data);
   std::copy(given.begin(), given.end(), data_.begin());
+  remote_ = checkedFlag(remote, "remote");
+  extended_ = checkedFlag(extended_id, "extended_id");
 }
 
 CANFrame CANFrame::fromRecord(ByteView record) {

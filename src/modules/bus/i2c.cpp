@@ -38,7 +38,7 @@ int I2CBased::_checkI2CAddressSize(const Argument& mode) {
 
 void I2CBased::_checkI2CPinState(const Argument& port, const Argument& allow_state, const Argument& timeout) {
   const int number = _checkI2CPort(port);
-  checkBusPins(link_, I2C_dict, number, allow_state, checkedTimeout(timeout), ErrorId::I2CPortNotAvaliableError);
+  checkBusPins(link_, I2C_dict, number, allow_state, timeout, ErrorId::I2CPortNotAvaliableError);
 }
 
 Bytes I2CBased::addressField(int port, const Argument& address, std::string_view what) const {
@@ -48,7 +48,7 @@ Bytes I2CBased::addressField(int port, const Argument& address, std::string_view
 
 int I2COperations::I2C_open(const Argument& port, const Argument& timeout) {
   const int number = _checkI2CPort(port);
-  checkBusPins(link_, I2C_dict, number, checkedTimeout(timeout), ErrorId::I2CPortNotAvaliableError);
+  checkBusPins(link_, I2C_dict, number, timeout, ErrorId::I2CPortNotAvaliableError);
   return statusOfPort(link_, OPEN_I2C, number, {}, timeout);
 }
 

@@ -29,6 +29,7 @@ class I2CBased {
   virtual ~I2CBased() = default;
 
   const BusPorts I2C_dict;
+  BusPorts I2C_getPinMap() const { return I2C_dict; }
 
   // Return the checked value.
   int _checkI2CPort(const Argument& port) const;

@@ -25,17 +25,18 @@ int checkBusPort(const BusPorts& ports, const Argument& port, ErrorId not_availa
   return checkedKey(port, "port", ports, not_available);
 }
 
-void checkBusPins(const Link& link, const BusPorts& ports, int port, double timeout, ErrorId not_available) {
+void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argument& timeout, ErrorId not_available) {
   checkBusPins(link, ports, port, std::vector<Argument>{"Idle", "DI", "DO"}, timeout, not_available);
 }
 
-void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argument& allowed, double timeout,
+void checkBusPins(const Link& link, const BusPorts& ports, int port, const Argument& allowed, const Argument& timeout,
                   ErrorId not_available) {
   const std::vector<std::string> names = checkedNames(allowed);
+  const double seconds = checkedTimeout(timeout);
   std::map<int, PinModes> asked;  // by digital port: each is asked once
   for (const auto& [digital, pin] : ports.at(port)) {
     if (!asked.contains(digital)) {
-      asked.emplace(digital, readPinModes(link, digital, timeout));
+      asked.emplace(digital, readPinModes(link, digital, seconds));
     }
     const auto& modes = asked.at(digital).second;
     const auto at = static_cast<std::size_t>(pin);

@@ -40,12 +40,12 @@ int SPIBased::_checkSPIPrescaler(const Argument& prescaler) {
 
 void SPIBased::_checkSPIPinState(const Argument& port, const Argument& allow_state, const Argument& timeout) {
   const int number = _checkSPIPort(port);
-  checkBusPins(link_, SPI_dict, number, allow_state, checkedTimeout(timeout), ErrorId::SPIPortNotAvaliableError);
+  checkBusPins(link_, SPI_dict, number, allow_state, timeout, ErrorId::SPIPortNotAvaliableError);
 }
 
 int SPIOperations::SPI_open(const Argument& port, const Argument& timeout) {
   const int number = _checkSPIPort(port);
-  checkBusPins(link_, SPI_dict, number, checkedTimeout(timeout), ErrorId::SPIPortNotAvaliableError);
+  checkBusPins(link_, SPI_dict, number, timeout, ErrorId::SPIPortNotAvaliableError);
   return statusOfPort(link_, OPEN_SPI, number, {}, timeout);
 }
 

@@ -27,6 +27,7 @@ class SPIBased {
   virtual ~SPIBased() = default;
 
   const BusPorts SPI_dict;
+  BusPorts SPI_getPinMap() const { return SPI_dict; }
 
   // Return the checked value.
   int _checkSPIPort(const Argument& port) const;

@@ -18,6 +18,8 @@ std::size_t lengthOf(const Argument& data) {
       return convertStrToU8List(data.asText()).size();
     case Argument::Kind::List:
       return data.items().size();
+    case Argument::Kind::Data:
+      return data.asData().size();
     default:
       refuse(ErrorId::InputTypeNotCorrectError, "write_data",
              "a str, a list or bytes is needed, not " + data.typeName());
@@ -41,6 +43,9 @@ Bytes bytesToWrite(const Argument& data) {
   if (data.kind() == Argument::Kind::Text) {
     appendText(bytes, data);
     return bytes;
+  }
+  if (data.kind() == Argument::Kind::Data) {
+    return checkedByteList(data, "write_data");
   }
   for (const Argument& item : data.items()) {
     if (item.kind() != Argument::Kind::Text) {
@@ -142,7 +147,8 @@ void UARTBased::_checkUARTDataLength(const Argument& data) {
 }
 
 void UARTBased::_checkUARTPinState(const Argument& port, const Argument& timeout) {
-  checkBusPins(link_, uart_dict, _checkUARTPort(port), checkedTimeout(timeout), ErrorId::UARTPortNotAvaliableError);
+  const int number = _checkUARTPort(port);
+  checkBusPins(link_, uart_dict, number, timeout, ErrorId::UARTPortNotAvaliableError);
 }
 
 int UARTOperations::UART_open(const Argument& port, const Argument& timeout) {

@@ -49,16 +49,16 @@ PinStates DIOOperations::states(const Reply& reply, std::size_t index) const {
 }
 
 int DIOOperations::open(Direction direction, const Argument& port, const Argument* pin, const Argument& timeout) const {
-  const double seconds = checkedTimeout(timeout);
   if (hasFixedDirections(link_.product())) {
     checkedInt(port, "port");
     if (pin != nullptr) {
       checkPinType(*pin);
     }
+    checkedTimeout(timeout);
     return 0;
   }
   const PinSelection selected = select(direction, port, pin);
-  const auto modes = readPinModes(link_, selected.port, seconds).second;
+  const auto modes = readPinModes(link_, selected.port, checkedTimeout(timeout)).second;
   for (const int chosen : selected.pins) {
     const auto index = static_cast<std::size_t>(chosen);
     const std::string mode = index < modes.size() ? modes[index] : "not there";
@@ -145,9 +145,7 @@ PinStates DIOOperations::DI_readPort(const Argument& port, const Argument& timeo
 PinStates DIOOperations::DO_writePins(const Argument& port, const Argument& pin, const Argument& value,
                                       const Argument& timeout) {
   const PinSelection selected = _checkDOPortAndPin(port, pin);
-  const bool single = pin.isInt() && value.isInt();
-  const Argument values = single ? Argument(std::vector<Argument>{value}) : value;
-  return write(selected, checkValues(selected.pins, values, "value"), timeout);
+  return write(selected, checkValues(selected.pins, value, "value"), timeout);
 }
 
 PinStates DIOOperations::DO_writePort(const Argument& port, const Argument& value, const Argument& timeout) {
@@ -171,7 +169,8 @@ std::vector<PinStates> DIOOperations::DIO_loadStartup(const Argument& port, cons
 
 int DIOOperations::_DIO_saveStartup(const Argument& port, const Argument& enabled, const Argument& direction,
                                     const Argument& state, const Argument& timeout) {
-  return status(SAVE_DIO_STARTUP, checkAnyPort(port),
+  const int number = checkAnyPort(port);
+  return status(SAVE_DIO_STARTUP, number,
                 {checkStates(enabled, "enabled"), checkStates(direction, "direction"), checkStates(state, "state")},
                 timeout);
 }
@@ -190,7 +189,8 @@ int DIOOperations::_DIO_setPortDO(const Argument& port, const Argument& timeout)
 
 int DIOOperations::_setDIOCurrent(const Argument& port, const Argument& mask, const Argument& enabled,
                                   const Argument& direction, const Argument& state, const Argument& timeout) {
-  return status(SET_DIO_CURRENT, checkAnyPort(port),
+  const int number = checkAnyPort(port);
+  return status(SET_DIO_CURRENT, number,
                 {checkedMask(mask), checkStates(enabled, "enabled"), checkStates(direction, "direction"),
                  checkStates(state, "state")},
                 timeout);
@@ -198,37 +198,42 @@ int DIOOperations::_setDIOCurrent(const Argument& port, const Argument& mask, co
 
 std::vector<PinStates> DIOOperations::_getDIOCurrent(const Argument& port, const Argument& mask,
                                                      const Argument& timeout) {
-  const Reply reply = request(GET_DIO_CURRENT, checkAnyPort(port), {checkedMask(mask)}, timeout);
+  const int number = checkAnyPort(port);
+  const Reply reply = request(GET_DIO_CURRENT, number, {checkedMask(mask)}, timeout);
   return {states(reply, 0), states(reply, 1), states(reply, 2)};
 }
 
 int DIOOperations::_setDIOState(const Argument& port, const Argument& mask, const Argument& state,
                                 const Argument& timeout) {
-  return status(SET_DIO_STATE, checkAnyPort(port), {checkedMask(mask), checkStates(state, "state")}, timeout);
+  const int number = checkAnyPort(port);
+  return status(SET_DIO_STATE, number, {checkedMask(mask), checkStates(state, "state")}, timeout);
 }
 
 PinStates DIOOperations::_getDIOState(const Argument& port, const Argument& mask, const Argument& timeout) {
-  return states(request(GET_DIO_STATE, checkAnyPort(port), {checkedMask(mask)}, timeout));
+  const int number = checkAnyPort(port);
+  return states(request(GET_DIO_STATE, number, {checkedMask(mask)}, timeout));
 }
 
 int DIOOperations::_toggleDIODirection(const Argument& port, const Argument& mask, const Argument& state,
                                        const Argument& timeout) {
-  return status(TOGGLE_DIO_DIR, checkAnyPort(port), {checkedMask(mask), checkStates(state, "state")}, timeout,
-                Repeat::Acts);
+  const int number = checkAnyPort(port);
+  return status(TOGGLE_DIO_DIR, number, {checkedMask(mask), checkStates(state, "state")}, timeout, Repeat::Acts);
 }
 
 PinStates DIOOperations::_readAndGetDI(const Argument& port, const Argument& mask, const Argument& timeout) {
-  return states(request(READ_AND_GET_DI, checkAnyPort(port), {checkedMask(mask)}, timeout));
+  const int number = checkAnyPort(port);
+  return states(request(READ_AND_GET_DI, number, {checkedMask(mask)}, timeout));
 }
 
 PinStates DIOOperations::_setAndWriteDO(const Argument& port, const Argument& mask, const Argument& state,
                                         const Argument& timeout) {
-  return states(
-      request(SET_AND_WRITE_DO, checkAnyPort(port), {checkedMask(mask), checkStates(state, "state")}, timeout));
+  const int number = checkAnyPort(port);
+  return states(request(SET_AND_WRITE_DO, number, {checkedMask(mask), checkStates(state, "state")}, timeout));
 }
 
 PinStates DIOOperations::_toggleAndWriteDO(const Argument& port, const Argument& mask, const Argument& timeout) {
-  return states(request(TOGGLE_AND_WRITE_DO, checkAnyPort(port), {checkedMask(mask)}, timeout, Repeat::Acts));
+  const int number = checkAnyPort(port);
+  return states(request(TOGGLE_AND_WRITE_DO, number, {checkedMask(mask)}, timeout, Repeat::Acts));
 }
 
 int DIOOperations::_readDI(const Argument& port, const Argument& timeout) {

@@ -57,6 +57,9 @@ class DIOBased {
   static std::vector<int> _getPinIndexInList(const Argument& pin);
   static std::uint16_t _getPinIndexInInt(const Argument& pin);
 
+  PinMap DI_getPinMap() const { return di_dict; }
+  PinMap DO_getPinMap() const { return do_dict; }
+
   // Return what the caller has chosen: a port, or pins that it has.
   int _checkDIPort(const Argument& port) const { return select(Direction::Input, port, nullptr).port; }
   int _checkDOPort(const Argument& port) const { return select(Direction::Output, port, nullptr).port; }
@@ -75,7 +78,7 @@ class DIOBased {
   // `pin`: nullptr stands for all pins that the port has in this direction.
   PinSelection select(Direction direction, const Argument& port, const Argument* pin) const;
   // An int or a list of ints: its items.
-  static std::span<const Argument> checkPinType(const Argument& pin);
+  static std::vector<Argument> checkPinType(const Argument& pin);
   // The pins that `pin` names, each one of `there`; else PinsNotExistError.
   static std::vector<int> pinsAmong(const std::vector<int>& there, const Argument& pin);
   // A port of either direction.

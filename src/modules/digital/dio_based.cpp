@@ -23,9 +23,14 @@ DIOBased::DIOBased(Link link, DIOConfiguration configuration)
       dio_num_pins_per_port(configuration.pins_per_port),
       link_(link) {}
 
-std::span<const Argument> DIOBased::checkPinType(const Argument& pin) {
-  const bool list = pin.kind() == Argument::Kind::List;
-  const std::span<const Argument> each = list ? std::span(pin.items()) : std::span(&pin, 1);
+std::vector<Argument> DIOBased::checkPinType(const Argument& pin) {
+  std::vector<Argument> each;
+  if (pin.kind() != Argument::Kind::List) {
+    each.push_back(pin);
+  }
+  for (const Argument& item : pin.items()) {
+    each.push_back(item);
+  }
   for (const Argument& item : each) {
     checkedInt(item, "pin");
   }
@@ -92,12 +97,12 @@ std::uint16_t DIOBased::checkStates(const Argument& states, std::string_view wha
 }
 
 std::uint16_t DIOBased::checkValues(const std::vector<int>& pins, const Argument& value, std::string_view what) {
-  const std::vector<Argument>& items = checkedList(value, what);
-  const auto other = std::find_if(items.begin(), items.end(),
-                                  [&](const Argument& item) { return item.typeName() != items.front().typeName(); });
-  if (other != items.end()) {
-    refuse(ErrorId::InputTypeNotConsistentError, what,
-           items.front().typeName() + " and " + other->typeName() + " in one list");
+  const auto items = checkedList(value, what);
+  for (const Argument& item : items) {
+    if (item.typeName() != items[0].typeName()) {
+      refuse(ErrorId::InputTypeNotConsistentError, what,
+             items[0].typeName() + " and " + item.typeName() + " in one list");
+    }
   }
   std::vector<int> bits;
   bits.reserve(items.size());

@@ -24,12 +24,21 @@ std::string nameOf(const std::array<const char*, N>& names, std::size_t number, 
   return names[number];
 }
 
-// Text that the device can give back: ASCII without control characters.
+// One byte for each. Braces have their items checked in this order, so that the first wrong one is blamed.
+Bytes bytesOf(std::initializer_list<int> values) {
+  Bytes bytes;
+  for (const int value : values) {
+    bytes.push_back(static_cast<std::uint8_t>(value));
+  }
+  return bytes;
+}
+
+// Text that the device can give back: in UTF-8, without control characters.
 Bytes checkedPlainText(const Argument& value, std::string_view what) {
   const std::string& text = checkedText(value, what);
   for (const char c : text) {
-    if (c < ' ' || c > '~') {
-      refuseNeeding(value, what, "a text of printable ASCII characters");
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') {
+      refuseNeeding(value, what, "a text without control characters");
     }
   }
   return {text.begin(), text.end()};
@@ -133,7 +142,8 @@ int SystemOperations::Sys_setDeviceAlias(const Argument& alias, const Argument& 
 }
 
 PinModes SystemOperations::Sys_getPinModeInPort(const Argument& port, const Argument& timeout) {
-  return readPinModes(link_, checkedRange(port, "port", 0, 255), checkedTimeout(timeout));
+  const int number = checkedRange(port, "port", 0, 255);
+  return readPinModes(link_, number, checkedTimeout(timeout));
 }
 
 // Fields at `at`: year, month, day, hour, minute, second, one byte each. Wireless models count years from 2000 on
@@ -158,10 +168,10 @@ std::string SystemOperations::Sys_getRTC(const Argument& timeout) {
 int SystemOperations::Sys_setRTC(const Argument& year, const Argument& month, const Argument& day, const Argument& hour,
                                  const Argument& minute, const Argument& second, const Argument& timeout) {
   // Every model is written with 1900 as base, whatever it counts from on reading.
-  const Bytes fields = payload(u8(checkedRange(year, "year", kYearBase, kYearBase + 255) - kYearBase),
-                               u8(checkedRange(month, "month", 1, 12)), u8(checkedRange(day, "day", 1, 31)),
-                               u8(checkedRange(hour, "hour", 0, 23)), u8(checkedRange(minute, "minute", 0, 59)),
-                               u8(checkedRange(second, "second", 0, 59)));
+  const Bytes fields =
+      bytesOf({checkedRange(year, "year", kYearBase, kYearBase + 255) - kYearBase, checkedRange(month, "month", 1, 12),
+               checkedRange(day, "day", 1, 31), checkedRange(hour, "hour", 0, 23),
+               checkedRange(minute, "minute", 0, 59), checkedRange(second, "second", 0, 59)});
   return request(SET_DATE_TIME, fields, timeout).status(0);
 }
 
@@ -169,9 +179,9 @@ int SystemOperations::Sys_startRTCAlarm(const Argument& mode, const Argument& da
                                         const Argument& minute, const Argument& second, const Argument& timeout) {
   constexpr int kWeekday = 1;
   const int kind = checkedRange(mode, "mode", 0, 1);
-  const Bytes fields = payload(u8(kind), u8(checkedRange(day, "day", 1, kind == kWeekday ? 7 : 31)),
-                               u8(checkedRange(hour, "hour", 0, 23)), u8(checkedRange(minute, "minute", 0, 59)),
-                               u8(checkedRange(second, "second", 0, 59)));
+  const Bytes fields =
+      bytesOf({kind, checkedRange(day, "day", 1, kind == kWeekday ? 7 : 31), checkedRange(hour, "hour", 0, 23),
+               checkedRange(minute, "minute", 0, 59), checkedRange(second, "second", 0, 59)});
   return request(RTC_START_ALARM, fields, timeout).status(1);
 }
 
@@ -237,9 +247,8 @@ std::vector<int> SystemOperations::_getEEPROMDevice(const Argument& device_numbe
 
 int SystemOperations::_setEEPROMByte(const Argument& page_number, const Argument& byte_index, const Argument& value,
                                      const Argument& timeout) {
-  const Bytes fields =
-      payload(u8(checkedRange(page_number, "page_number", 0, 255)), u8(checkedRange(byte_index, "byte_index", 0, 255)),
-              u8(checkedRange(value, "value", 0, 255)));
+  const Bytes fields = bytesOf({checkedRange(page_number, "page_number", 0, 255),
+                                checkedRange(byte_index, "byte_index", 0, 255), checkedRange(value, "value", 0, 255)});
   return request(SET_EEPROM_BYTE, fields, timeout).status(0);
 }
 
@@ -257,8 +266,8 @@ int SystemOperations::_resetFactory(const Argument& timeout) {
 
 int SystemOperations::_setSerialNumber(const Argument& serial_num, const Argument& timeout) {
   const Bytes text = checkedPlainText(serial_num, "serial_num");
-  if (text.size() != kSerialNumberLength) {
-    refuseNeeding(serial_num, "serial_num", "a text of " + std::to_string(kSerialNumberLength) + " characters");
+  if (text.size() != kSerialNumberLength || std::ranges::any_of(text, [](std::uint8_t byte) { return byte > 127; })) {
+    refuseNeeding(serial_num, "serial_num", "a text of " + std::to_string(kSerialNumberLength) + " ASCII characters");
   }
   return request(SET_SERIAL_NUMBER, text, timeout).status(0);
 }

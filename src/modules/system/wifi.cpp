@@ -52,11 +52,11 @@ int WifiBased::_checkWifiSecurity(const Argument& security) {
 }
 
 const std::string& WifiBased::_checkWifiPassword(const Argument& password, const Argument& security) {
-  const int kind = _checkWifiSecurity(security);
   // No message shows a password.
   if (password.kind() != Argument::Kind::Text) {
     refuse(ErrorId::InputTypeNotCorrectError, "password", "a value of type " + password.typeName() + ", not str");
   }
+  const int kind = _checkWifiSecurity(security);
   const auto refusePassword = [](const std::string& detail) {
     refuse(ErrorId::InputDataNotInRangeError, "password", detail);
   };
@@ -105,8 +105,8 @@ WifiSettings WifiOperations::Wifi_getConfiguration(const Argument& timeout) {
 int WifiOperations::Wifi_setConfiguration(const Argument& ssid, const Argument& password, const Argument& security,
                                           const Argument& timeout) {
   const std::string& name = _checkWifiSSID(ssid);
-  const int kind = _checkWifiSecurity(security);
   const std::string& secret = _checkWifiPassword(password, security);
+  const int kind = _checkWifiSecurity(security);
   return request(SET_WIFI_CONFIGURATION, payload(u8(kind), padded(name, kSsidSize), padded(secret, kPasswordSize)),
                  timeout)
       .status(0);

@@ -33,6 +33,9 @@ TEST(Argument, ShowsValues) {
   EXPECT_EQ(Argument("x").show(), "'x'");
   EXPECT_EQ(Argument(Items{1, "a", Items{2.5}}).show(), "[1, 'a', [2.5]]");
   EXPECT_EQ(Argument(Items(100, 7)).show(), "[7, 7, 7, 7, 7, 7, 7, 7, ...]");
+  EXPECT_EQ(Argument::numbers({{.real = 0.5}, {.integer = 3, .is_int = true}}).show(), "[0.5, 3]");
+  EXPECT_EQ(Argument::data(Bytes{0, 255}).show(), "b'\\x00\\xff'");
+  EXPECT_EQ(Argument::data(Bytes(9)).show().size(), 2 + 8 * 4 + 4);
   // 59 letters and a two-byte character across the limit.
   EXPECT_EQ(Argument(std::string(59, 'a') + "\xC3\xA9z").show(), "'" + std::string(59, 'a') + "...'");
 }
@@ -48,6 +51,8 @@ TEST(Argument, WrongTypesAreNamed) {
   expectFailure([] { checkedByteList(1, "data"); }, kType, "not list");
   expectFailure([] { checkedByteList(Items{0, 1.5}, "data"); }, kType, "(data[1]: 1.5 is of type float");
   expectFailure([] { checkedTimeout("3"); }, kType, "timeout");
+  expectFailure([] { checkedList(Argument::data(Bytes{1}), "pin"); }, kType, "b'\\x01' is of type bytes, not list");
+  expectFailure([] { checkedText(Argument::data(Bytes{65}), "alias"); }, kType, "of type bytes, not str");
 }
 
 TEST(Argument, RangesHoldAtTheirEnds) {
@@ -67,6 +72,8 @@ TEST(Argument, RangesHoldAtTheirEnds) {
   EXPECT_EQ(checkedU32(std::int64_t{4294967295}, "number"), 4294967295U);
   EXPECT_EQ(checkedByteList(Items{0, 255}, "data"), (Bytes{0, 255}));
   EXPECT_EQ(checkedByteList(Items{}, "data"), Bytes{});
+  EXPECT_EQ(checkedByteList(Argument::data(Bytes{0, 255}), "data"), (Bytes{0, 255}));
+  EXPECT_EQ(checkedByteList(Argument::numbers({{.integer = 7, .is_int = true}}), "data"), Bytes{7});
   constexpr auto kRange = ErrorId::InputDataNotInRangeError;
   expectFailure([] { checkedByteList(Items{0, 256}, "data"); }, kRange, "data[1]: 256 is not in 0..255");
   expectFailure([] { checkedByteList(Items{-1}, "data"); }, kRange, "data[0]: -1");

@@ -229,7 +229,7 @@ class RecordingHost : public Host {
     const std::lock_guard lock(mutex_);
     lines_.push_back(line);
   }
-  void printFailure(const Failure& failure) override {
+  void reportFailure(const Failure& failure, bool /*printed*/) override {
     const std::lock_guard lock(mutex_);
     failures_.emplace_back(failure.kind().name);
   }

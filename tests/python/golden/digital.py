@@ -59,7 +59,7 @@ def rows(inputs: int, outputs: int, on: set[str]) -> list[Row]:
             (234, f"{o} 0003 0001", f"{o} 00 0001"),
             result=bits(1),
         ),
-        op("DO_writePins", (outputs, 3, 1), (234, f"{o} 0008 0008", f"{o} 00 0008"), result=bits(8)),
+        op("DO_writePins", (outputs, 3, [1]), (234, f"{o} 0008 0008", f"{o} 00 0008"), result=bits(8)),
         op("DO_writePort", (outputs, 0x89), (234, f"{o} 00FF 0089", f"{o} 00 0089"), result=bits(0x89)),
         op(
             "DO_writePort",
@@ -114,7 +114,19 @@ def rows(inputs: int, outputs: int, on: set[str]) -> list[Row]:
     ]
 
 
+PINS = list(range(8))
+CORDLOG_PINS = {0: PINS, 1: PINS[:6], 2: [0, 1, 2, 3, 6, 7], 3: PINS[:6]}
+
+
+def pin_maps(inputs: dict[int, list[int]], outputs: dict[int, list[int]], on: set[str]) -> list[Row]:
+    return [op("DI_getPinMap", (), result=inputs, on=on), op("DO_getPinMap", (), result=outputs, on=on)]
+
+
 ROWS = [
+    *pin_maps(CORDLOG_PINS, CORDLOG_PINS, CORDLOG & names(pyqvx.DIOModule)),
+    *pin_maps(dict.fromkeys(range(4), PINS), dict.fromkeys(range(4), PINS), {"FeroxEXD"}),
+    *pin_maps({1: PINS}, {0: PINS}, {"FeroxD"}),
+    *pin_maps({2: PINS}, {1: PINS}, {"SkylogE3AOD"}),
     *rows(0, 0, (CORDLOG | {"FeroxEXD"}) & names(pyqvx.DIOModule)),
     *rows(1, 0, {"FeroxD"}),
     *rows(2, 1, {"SkylogE3AOD"}),
