@@ -124,7 +124,7 @@ def main():
 
     with contextlib.redirect_stdout(io.StringIO()):  # the warning of the library's absence
         pyqvx.getLibUSB1()
-    device = pyqvx.USBDevice(verbose=False)
+    device = pyqvx.USBDevice()  # which prints its losses
     assert device._getAllUSBDevices() == [("KERNEL02", "Ferox-A")]
     try:
         device.connect("KERNEL01")
