@@ -86,7 +86,8 @@ Argument makeList(PyObject* sequence, int depth) {
     } else if (items.empty() && made.kind() == Argument::Kind::Float) {
       numbers.push_back({.real = made.asFloat()});
     } else {
-      for (const Argument& earlier : Argument::numbers(std::exchange(numbers, {})).items()) {
+      const Argument plain = Argument::numbers(std::exchange(numbers, {}));
+      for (const Argument& earlier : plain.items()) {
         items.push_back(earlier);
       }
       items.push_back(std::move(made));

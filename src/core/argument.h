@@ -49,7 +49,8 @@ class Argument {
   ByteView asData() const { return {reinterpret_cast<const std::uint8_t*>(text_.data()), text_.size()}; }
   // Of a list.
   class Items;
-  Items items() const;
+  Items items() const&;
+  Items items() && = delete;
   const std::string& typeName() const { return type_; }
   // The value as an error message shows it.
   std::string show() const;
@@ -99,7 +100,7 @@ class Argument::Items {
   const Argument& list_;
 };
 
-inline Argument::Items Argument::items() const {
+inline Argument::Items Argument::items() const& {
   return Items(*this);
 }
 
@@ -138,6 +139,7 @@ int checkedKey(const Argument& value, std::string_view what, const std::map<int,
 }
 // The items of a list.
 Argument::Items checkedList(const Argument& value, std::string_view what);
+Argument::Items checkedList(Argument&& value, std::string_view what) = delete;
 // Bytes, or a list of ints 0..255; an item outside raises InputDataNotInRangeError.
 Bytes checkedByteList(const Argument& value, std::string_view what);
 // Seconds to wait. Not a number raises InputTypeNotCorrectError, NaN InputDataNotInRangeError.

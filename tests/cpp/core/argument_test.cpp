@@ -51,7 +51,8 @@ TEST(Argument, WrongTypesAreNamed) {
   expectFailure([] { checkedByteList(1, "data"); }, kType, "not list");
   expectFailure([] { checkedByteList(Items{0, 1.5}, "data"); }, kType, "(data[1]: 1.5 is of type float");
   expectFailure([] { checkedTimeout("3"); }, kType, "timeout");
-  expectFailure([] { checkedList(Argument::data(Bytes{1}), "pin"); }, kType, "b'\\x01' is of type bytes, not list");
+  const Argument data = Argument::data(Bytes{1});
+  expectFailure([&] { checkedList(data, "pin"); }, kType, "b'\\x01' is of type bytes, not list");
   expectFailure([] { checkedText(Argument::data(Bytes{65}), "alias"); }, kType, "of type bytes, not str");
 }
 
